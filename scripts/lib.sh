@@ -1,0 +1,68 @@
+# shellcheck shell=bash
+# What the scripts of this folder share. Sourced by them; changes to the root of the project.
+set -euo pipefail
+script=scripts/${0##*/}
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+# One locale everywhere, so that sorting and text encoding do not depend on the machine.
+export LC_ALL=C.UTF-8
+cores=$(nproc)
+# shellcheck disable=SC2034 # read by the scripts that source this file
+build_packages=(g++ cmake ninja-build libsimdjson-dev libedit-dev)
+
+die() {
+    printf '%s: %s\n' "$script" "$*" >&2
+    exit 1
+}
+
+# stage TITLE COMMAND...: runs the command and prints one line with the time it took. What the
+# command printed is shown only when it failed, which ends the script.
+# The shell does not stop at a failing line inside a function that is called here: chain with &&.
+stage() {
+    local title=$1 started=$SECONDS status=0
+    shift
+    log=$(mktemp)
+    trap 'rm -f "$log"' EXIT
+    printf '%-56s' "$title"
+    "$@" >"$log" 2>&1 </dev/null || status=$?
+    if ((status != 0)); then
+        printf ' FAILED\n'
+        cat "$log"
+        die "failed: $title (exit status $status)"
+    fi
+    printf '%5d s\n' "$((SECONDS - started))"
+    rm -f "$log"
+}
+
+install_packages() {
+    # An unreachable source among several is no reason to stop; a missing package is.
+    apt-get -q update || echo "apt-get update failed, going on with the lists that are there"
+    DEBIAN_FRONTEND=noninteractive apt-get -q -y --no-install-recommends install "$@"
+}
+
+# need_packages PACKAGE...: installs those Debian packages that are missing, and says nothing when
+# none is.
+need_packages() {
+    local package missing=()
+    command -v dpkg-query >/dev/null ||
+        die "this system has no dpkg; install what these Debian packages hold, then use" \
+            "the CMake presets: $*"
+    for package in "$@"; do
+        # shellcheck disable=SC2016 # the field is for dpkg-query to expand
+        [[ $(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) == installed ]] ||
+            missing+=("$package")
+    done
+    ((${#missing[@]})) || return 0
+    ((EUID == 0)) ||
+        die "missing packages; install them as root, then run this again:" \
+            "apt-get install --no-install-recommends ${missing[*]}"
+    echo "missing: ${missing[*]}"
+    stage "install what is missing" install_packages "${missing[@]}"
+}
+
+# build PRESET TARGET...: configures the preset and builds the targets.
+build() {
+    local preset=$1
+    shift
+    cmake --preset "$preset" && cmake --build --preset "$preset" --parallel "$cores" --target "$@"
+}
