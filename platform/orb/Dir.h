@@ -1,0 +1,18 @@
+// A directory of the state database: named entries, which may be directories themselves.
+#pragma once
+
+#include "orb/RbTreeMap.h"
+#include "orb/Type.h"
+
+namespace Orb {
+
+class ORB_EXPORT Dir : public PtrInterface {
+    ORB_TYPE(Dir)
+    ORB_CONSTRUCTIBLE(Dir, String)
+    ORB_KEY(name, String)
+    ORB_ATTRIBUTE(entry, RbTreeMap<String, Ptr<const PtrInterface>>)
+
+    explicit Dir(String name) : name_(std::move(name)) {}
+};
+
+}  // namespace Orb

@@ -1,0 +1,70 @@
+#include "orb/Escape.h"
+
+#include <algorithm>
+
+namespace Orb {
+
+namespace {
+
+bool isPlain(char character) {
+    const auto byte = static_cast<unsigned char>(character);
+    return byte >= 0x20 && byte < 0x7f;
+}
+
+void appendHex(String& out, unsigned byte) {
+    static constexpr char digits[] = "0123456789abcdef";
+    out += {'\\', 'x', digits[byte >> 4], digits[byte & 15]};
+}
+
+}  // namespace
+
+U32 utf8Length(std::string_view text, std::size_t at) {
+    const auto byte = [&](std::size_t offset) {
+        return static_cast<unsigned char>(text[at + offset]);
+    };
+    const unsigned lead = byte(0);
+    if (lead < 0x80) return 1;
+    const U32 length = lead >= 0xc2 && lead < 0xe0   ? 2
+                       : lead >= 0xe0 && lead < 0xf0 ? 3
+                       : lead >= 0xf0 && lead < 0xf5 ? 4
+                                                     : 0;
+    if (length == 0 || at + length > text.size()) return 0;
+    for (U32 i = 1; i < length; ++i) {
+        if ((byte(i) & 0xc0) != 0x80) return 0;
+    }
+    // Overlong forms, surrogates and values beyond U+10FFFF differ in the second byte.
+    const unsigned second = byte(1);
+    if ((lead == 0xe0 && second < 0xa0) || (lead == 0xed && second > 0x9f) ||
+        (lead == 0xf0 && second < 0x90) || (lead == 0xf4 && second > 0x8f)) {
+        return 0;
+    }
+    return length;
+}
+
+bool isPlainAscii(std::string_view text) { return std::all_of(text.begin(), text.end(), isPlain); }
+
+void appendEscaped(String& out, std::string_view text) {
+    for (std::size_t at = 0; at < text.size();) {
+        const auto byte = static_cast<unsigned char>(text[at]);
+        if (isPlain(text[at])) {
+            out += text[at++];
+            continue;
+        }
+        const U32 length = utf8Length(text, at);
+        if (length == 0) {
+            out += "\xef\xbf\xbd";
+            ++at;
+        } else if (length == 1) {
+            appendHex(out, byte);
+            ++at;
+        } else if (length == 2 && byte == 0xc2 && static_cast<unsigned char>(text[at + 1]) < 0xa0) {
+            appendHex(out, static_cast<unsigned char>(text[at + 1]));
+            at += 2;
+        } else {
+            out.append(text, at, length);
+            at += length;
+        }
+    }
+}
+
+}  // namespace Orb

@@ -1,0 +1,54 @@
+#include "orb/Trace.h"
+
+#include <unistd.h>
+
+#include <map>
+#include <memory>
+#include <mutex>
+
+#include "orb/Escape.h"
+
+namespace Orb {
+
+namespace {
+
+struct TraceState {
+    std::mutex mutex;
+    std::map<String, std::unique_ptr<TraceFacility>, std::less<>> facilities;
+    std::atomic<int> output{STDERR_FILENO};
+};
+
+// Never destroyed: objects that die at exit may still trace.
+TraceState& state() {
+    static auto* const only = new TraceState;
+    return *only;
+}
+
+}  // namespace
+
+void TraceFacility::emit(U32 level, std::string_view text) const {
+    String line = name_ + "/" + std::to_string(level) + " ";
+    appendEscaped(line, text);
+    line += '\n';
+    // One write per line, so that lines of several threads do not mix.
+    const int fd = state().output.load(std::memory_order_relaxed);
+    for (std::string_view rest = line; !rest.empty();) {
+        const ssize_t written = ::write(fd, rest.data(), rest.size());
+        if (written <= 0) return;  // a trace that cannot be written is dropped
+        rest.remove_prefix(static_cast<std::size_t>(written));
+    }
+}
+
+TraceFacility& traceFacility(std::string_view name) {
+    const std::lock_guard guard(state().mutex);
+    auto& facilities = state().facilities;
+    auto found = facilities.find(name);
+    if (found == facilities.end()) {
+        found = facilities.emplace(String(name), std::make_unique<TraceFacility>(name)).first;
+    }
+    return *found->second;
+}
+
+void traceOutputIs(int fd) { state().output.store(fd, std::memory_order_relaxed); }
+
+}  // namespace Orb

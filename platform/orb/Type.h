@@ -1,0 +1,308 @@
+// Registered types and reflection. A class names its type once with ORB_TYPE and each attribute
+// once with ORB_ATTRIBUTE or ORB_KEY; storage, accessors, and access by name come from that line:
+//
+//     class PerAfIntfList : public Orb::PtrInterface {
+//         ORB_TYPE(PerAfIntfList)
+//         ORB_CONSTRUCTIBLE(PerAfIntfList, PolicyMap::ClassMapMatchOption)
+//         ORB_KEY(matchOption, PolicyMap::ClassMapMatchOption)
+//         ORB_ATTRIBUTE(intfList, Orb::RbTreeMap<Orb::String, bool>)
+//         explicit PerAfIntfList(PolicyMap::ClassMapMatchOption option) : matchOption_(option) {}
+//     };
+//
+// gives matchOption(); intfList() (the collection), intfList(key) (one value, null when absent),
+// intfListIs(key, value), intfListDel(key), intfListDelAll(); and, by name,
+// Orb::typeByName("TrafficPolicyCli::PerAfIntfList")->create({option}) and
+// ->attribute("intfList")->value(object). The macros leave the access at "public"; a key has no
+// "Is".
+#pragma once
+
+#include <any>
+#include <atomic>
+#include <span>
+#include <stdexcept>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "orb/Ptr.h"
+
+namespace Orb {
+
+// The value of an attribute, by reflection. A collection is a list of (key, value) pairs in the
+// order of its walk; the values of a set are null, the keys of an array its indices. Types of
+// their own (addresses, ranges) stand in their text form.
+struct ValueEntry;
+using Value = std::variant<std::monostate, bool, U64, String, Ptr<const PtrInterface>,
+                           std::vector<ValueEntry>>;
+struct ValueEntry {
+    Value key;
+    Value value;
+};
+
+template <class T>
+Value valueOf(const T& value) {
+    if constexpr (std::is_same_v<T, bool>) {
+        return value;
+    } else if constexpr (std::is_enum_v<T> || std::is_integral_v<T>) {
+        return static_cast<U64>(value);
+    } else if constexpr (std::is_convertible_v<T, String>) {
+        return String(value);
+    } else if constexpr (requires { value->fwkType(); }) {
+        return value ? Value(Ptr<const PtrInterface>(value)) : Value();
+    } else if constexpr (requires { value.stringValue(); }) {
+        return String(value.stringValue());
+    } else if constexpr (requires { value.count(); }) {
+        return static_cast<U64>(value.count());
+    } else if constexpr (requires { value.begin(); }) {
+        std::vector<ValueEntry> entries;
+        for (const auto& entry : value) {
+            if constexpr (requires { entry.first; }) {
+                entries.push_back({valueOf(entry.first), valueOf(entry.second)});
+            } else if constexpr (requires {
+                                     entry.key;
+                                     entry.value;
+                                 }) {
+                entries.push_back({valueOf(entry.key), valueOf(entry.value)});
+            } else if constexpr (requires { T::isSet; }) {
+                entries.push_back({valueOf(entry), Value()});
+            } else {
+                entries.push_back({Value(U64{entries.size()}), valueOf(entry)});
+            }
+        }
+        return entries;
+    } else {
+        static_assert(
+            requires { value.stringValue(); }, "give the type a stringValue()");
+    }
+}
+
+struct Attribute {
+    std::string_view name;
+    std::string_view declaredType;  // as written in the declaration
+    Value (*value)(const PtrInterface& object);
+};
+
+class ORB_EXPORT TypeInfo {
+  public:
+    using Arguments = std::span<const std::any>;
+    using Constructor = Ptr<PtrInterface> (*)(Arguments);
+
+    // Enters the type in the registry; done once per type, when its code is loaded.
+    TypeInfo(std::string_view name, const TypeInfo* base);
+    TypeInfo(const TypeInfo&) = delete;
+    TypeInfo& operator=(const TypeInfo&) = delete;
+
+    const String& name() const { return name_; }
+    const TypeInfo* base() const { return base_; }
+    // The attributes of the base types, then the type's own, in declaration order.
+    std::vector<Attribute> attributes() const;
+    // An attribute by name; null when there is none.
+    const Attribute* attribute(std::string_view name) const;
+
+    // Builds an object from the arguments of the type's constructor, in their order, each an
+    // std::any of the parameter's type without const and reference (pointers: Ptr<T> or
+    // Ptr<const T>, or nullptr). Throws std::invalid_argument, which says what was expected, when
+    // number or types differ, or when the type is abstract.
+    Ptr<PtrInterface> create(Arguments arguments) const;
+    Ptr<PtrInterface> create(std::initializer_list<std::any> arguments) const {
+        return create(Arguments(arguments.begin(), arguments.size()));
+    }
+
+    // How many objects of the type, those of derived types included, are alive.
+    U64 liveCount() const { return liveCount_.load(std::memory_order_relaxed); }
+
+    // Used by the macros below.
+    bool attributeIs(const Attribute& attribute);
+    bool constructorIs(Constructor constructor);
+    void liveCountAdd(U64 by) { liveCount_.fetch_add(by, std::memory_order_relaxed); }
+
+  private:
+    String name_;
+    const TypeInfo* base_;
+    std::vector<Attribute> attributes_;
+    Constructor constructor_ = nullptr;
+    std::atomic<U64> liveCount_{0};
+};
+
+// The registered type of a qualified name, as "Orb::Dir"; null when there is none.
+ORB_EXPORT const TypeInfo* typeByName(std::string_view name);
+// All registered types, ascending by name.
+ORB_EXPORT std::vector<const TypeInfo*> registeredTypes();
+
+namespace Detail {
+
+// The qualified class name in the signature of one of its member functions without arguments.
+constexpr std::string_view scopeOf(std::string_view signature) {
+    signature = signature.substr(0, signature.rfind("::"));
+    return signature.substr(signature.rfind(' ') + 1);
+}
+
+// Counts an object of Self among the living for its own life.
+template <class Self>
+struct LiveObject {
+    LiveObject() { Self::orbType().liveCountAdd(1); }
+    LiveObject(const LiveObject&) : LiveObject() {}
+    LiveObject& operator=(const LiveObject&) = default;
+    ~LiveObject() { Self::orbType().liveCountAdd(~U64{0}); }
+};
+
+[[noreturn]] ORB_EXPORT void argumentMismatch(const TypeInfo& type, std::size_t position);
+[[noreturn]] ORB_EXPORT void argumentCountMismatch(const TypeInfo& type, std::size_t expected,
+                                                   std::size_t given);
+
+template <class T>
+struct IsPtr : std::false_type {};
+template <class T>
+struct IsPtr<Ptr<T>> : std::true_type {
+    using Pointee = T;
+};
+
+template <class Parameter>
+Parameter argument(const TypeInfo& type, TypeInfo::Arguments arguments, std::size_t position) {
+    const std::any& given = arguments[position];
+    if (const auto* exact = std::any_cast<Parameter>(&given)) return *exact;
+    if constexpr (IsPtr<Parameter>::value) {
+        using Mutable = Ptr<std::remove_const_t<typename IsPtr<Parameter>::Pointee>>;
+        if (const auto* object = std::any_cast<Mutable>(&given)) return *object;
+        if (given.type() == typeid(std::nullptr_t)) return nullptr;
+    }
+    argumentMismatch(type, position);
+}
+
+template <class Self, class... Parameters, std::size_t... I, class Build>
+Ptr<PtrInterface> build(TypeInfo::Arguments arguments, std::index_sequence<I...>, Build make) {
+    const TypeInfo& type = Self::orbType();
+    if (arguments.size() != sizeof...(Parameters)) {
+        argumentCountMismatch(type, sizeof...(Parameters), arguments.size());
+    }
+    return make(argument<std::remove_cvref_t<Parameters>>(type, arguments, I)...);
+}
+
+template <class Self, class... Parameters>
+bool registerConstructor() {
+    return Self::orbType().constructorIs([](TypeInfo::Arguments arguments) -> Ptr<PtrInterface> {
+        return build<Self, Parameters...>(
+            arguments, std::index_sequence_for<Parameters...>(),
+            [](auto&&... values) -> Ptr<PtrInterface> {
+                return new Self(std::forward<decltype(values)>(values)...);
+            });
+    });
+}
+
+// Scalars of a word or less are handed out by value, everything else by reference to const.
+template <class T>
+using Getter =
+    std::conditional_t<std::is_trivially_copyable_v<T> && sizeof(T) <= sizeof(U64), T, const T&>;
+
+template <class Attribute, class... Args>
+decltype(auto) attributeIs(Attribute& attribute, Args&&... args) {
+    if constexpr (requires { attribute.is(std::forward<Args>(args)...); }) {
+        return attribute.is(std::forward<Args>(args)...);
+    } else if constexpr (requires(Attribute & a) {
+                             a.is((args->name())..., std::forward<Args>(args)...);
+                         }) {
+        // A record that is entered under its own name.
+        static_assert(sizeof...(Args) == 1);
+        return attribute.is((args->name())..., std::forward<Args>(args)...);
+    } else {
+        static_assert(sizeof...(Args) == 1, "one value for a single attribute");
+        attribute = (std::forward<Args>(args), ...);
+    }
+}
+
+template <class Collection, class Key>
+decltype(auto) attributeDel(Collection& collection, const Key& key) {
+    return collection.del(key);
+}
+
+template <class, class Collection>
+void attributeDelAll(Collection& collection) {
+    collection.delAll();
+}
+
+// One value of a collection, null when absent; records are returned by plain pointer.
+template <class Collection, class Key>
+auto valueOfKey(const Collection& collection, const Key& key) {
+    const auto* value = collection.find(key);
+    if constexpr (requires { value->get(); }) {
+        return value == nullptr ? nullptr : value->get();
+    } else {
+        return value;
+    }
+}
+
+}  // namespace Detail
+
+// Registers a factory function as the way in which a type is built from its argument list.
+template <class Self, class... Parameters>
+bool registerFactory(Ptr<Self> (*factory)(Parameters...)) {
+    static Ptr<Self> (*const build)(Parameters...) = factory;
+    return Self::orbType().constructorIs([](TypeInfo::Arguments arguments) -> Ptr<PtrInterface> {
+        return Detail::build<Self, Parameters...>(
+            arguments, std::index_sequence_for<Parameters...>(),
+            [](auto&&... values) -> Ptr<PtrInterface> {
+                return build(std::forward<decltype(values)>(values)...);
+            });
+    });
+}
+
+}  // namespace Orb
+
+#define ORB_TYPE_COMMON(Type, base)                                                  \
+  public:                                                                            \
+    using Self = Type;                                                               \
+    static ::Orb::TypeInfo& orbType() {                                              \
+        static ::Orb::TypeInfo& type =                                               \
+            *new ::Orb::TypeInfo(::Orb::Detail::scopeOf(__PRETTY_FUNCTION__), base); \
+        return type;                                                                 \
+    }                                                                                \
+    const ::Orb::TypeInfo& fwkType() const override { return orbType(); }            \
+                                                                                     \
+  private:                                                                           \
+    inline static const ::Orb::TypeInfo& orbRegistered_ = orbType();                 \
+    [[no_unique_address]] ::Orb::Detail::LiveObject<Type> orbLive_;                  \
+                                                                                     \
+  public:
+
+// Makes a class a registered type: directly below PtrInterface, or derived from another type.
+#define ORB_TYPE(Type) ORB_TYPE_COMMON(Type, nullptr)
+#define ORB_DERIVED_TYPE(Type, Base) ORB_TYPE_COMMON(Type, &Base::orbType())
+
+// Says that the type can be built by name with these constructor arguments.
+#define ORB_CONSTRUCTIBLE(...) \
+    inline static const bool orbConstructible_ = ::Orb::Detail::registerConstructor<__VA_ARGS__>();
+
+#define ORB_STORED_ATTRIBUTE(attribute, ...)                                   \
+  private:                                                                     \
+    static ::Orb::Value attribute##Value_(const ::Orb::PtrInterface& object) { \
+        return ::Orb::valueOf(static_cast<const Self&>(object).attribute##_);  \
+    }                                                                          \
+    inline static const bool attribute##Registered_ =                          \
+        orbType().attributeIs({#attribute, #__VA_ARGS__, &attribute##Value_}); \
+    __VA_ARGS__ attribute##_{};                                                \
+                                                                               \
+  public:                                                                      \
+    ::Orb::Detail::Getter<__VA_ARGS__> attribute() const { return attribute##_; }
+
+// An attribute that the constructor sets once.
+#define ORB_KEY(attribute, ...) ORB_STORED_ATTRIBUTE(attribute, __VA_ARGS__)
+
+// An attribute: a single value or a collection.
+#define ORB_ATTRIBUTE(attribute, ...)                                                    \
+    ORB_STORED_ATTRIBUTE(attribute, __VA_ARGS__)                                         \
+    template <class OrbKey>                                                              \
+    auto attribute(const OrbKey& key) const {                                            \
+        return ::Orb::Detail::valueOfKey(attribute##_, key);                             \
+    }                                                                                    \
+    template <class... OrbArgs>                                                          \
+    decltype(auto) attribute##Is(OrbArgs&&... args) {                                    \
+        return ::Orb::Detail::attributeIs(attribute##_, std::forward<OrbArgs>(args)...); \
+    }                                                                                    \
+    template <class OrbKey>                                                              \
+    decltype(auto) attribute##Del(const OrbKey& key) {                                   \
+        return ::Orb::Detail::attributeDel(attribute##_, key);                           \
+    }                                                                                    \
+    template <class OrbNone = void>                                                      \
+    void attribute##DelAll() {                                                           \
+        ::Orb::Detail::attributeDelAll<OrbNone>(attribute##_);                           \
+    }
