@@ -1,0 +1,77 @@
+// The buffered output of one report.
+#pragma once
+
+#include <charconv>
+#include <cstring>
+#include <memory>
+#include <string_view>
+
+#include "textout/Interrupt.h"
+
+namespace textout {
+
+// A buffer of 1,048,576 bytes before a file descriptor, which it does not own. Short writes are
+// continued. A write that waits for a slow reader notices an interrupt within 10 ms.
+class ORB_EXPORT TextOutBuffer {
+  public:
+    static constexpr std::size_t capacity = 1'048'576;
+
+    explicit TextOutBuffer(U32 fd);
+    TextOutBuffer(const TextOutBuffer&) = delete;
+    TextOutBuffer& operator=(const TextOutBuffer&) = delete;
+    // The fallback for a report that ends by an exception: writes what is left, unless a write
+    // failed, and never throws. After an interrupt it waits no longer than 30 ms for a reader.
+    ~TextOutBuffer();
+
+    // Writes everything. Throws WriteError, after which all output is dropped, or SigIntException.
+    void flush();
+
+    // Appends; flushes a full buffer and throws as flush() does.
+    void append(std::string_view text) {
+        if (text.size() <= room()) [[likely]] {
+            std::memcpy(end(), text.data(), text.size());
+            size_ += text.size();
+        } else {
+            appendLarge(text);
+        }
+    }
+    void append(char character) { *reserve(1) = character, ++size_; }
+    // A number in decimal.
+    void append(U64 number) {
+        char* const begin = reserve(20);
+        size_ += static_cast<std::size_t>(std::to_chars(begin, begin + 20, number).ptr - begin);
+    }
+    void fill(std::size_t count, char character) {
+        for (; count > capacity; count -= capacity) fill(capacity, character);
+        std::memset(reserve(count), character, count);
+        size_ += count;
+    }
+    // Makes room for that many bytes, at most the capacity; the caller writes some of them to the
+    // returned place and says with advance() how many.
+    char* reserve(std::size_t count) {
+        if (count > room()) [[unlikely]]
+            flush();
+        return end();
+    }
+    void advance(std::size_t count) { size_ += count; }
+
+    // Appends one character without flushing or throwing, for what closes a scope: up to 64 in a
+    // row fit, whatever was appended before.
+    void close(char character) noexcept {
+        if (size_ < capacity + closingRoom) *end() = character, ++size_;
+    }
+
+  private:
+    static constexpr std::size_t closingRoom = 64;
+
+    std::size_t room() const { return size_ < capacity ? capacity - size_ : 0; }
+    char* end() { return data_.get() + size_; }
+    void appendLarge(std::string_view text);
+
+    int fd_;
+    bool failed_ = false;
+    std::size_t size_ = 0;
+    std::unique_ptr<char[]> data_;
+};
+
+}  // namespace textout
