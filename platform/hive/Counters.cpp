@@ -1,0 +1,52 @@
+#include "hive/Counters.h"
+
+#include "hive/PolicyMapStatus.h"
+
+namespace PolicyMap {
+
+namespace {
+
+const PolicyMapStatus* policyOf(const Orb::Ptr<const PolicyMapTypeStatus>& status,
+                                const PolicyMapSmKey& key) {
+    return status ? status->policyMapStatus(key.policyName) : nullptr;
+}
+
+}  // namespace
+
+PolicyMapHiveCounterStatusReader::PolicyMapHiveCounterStatusReader(
+    Orb::Ptr<const PolicyMapTypeStatus> status)
+    : status_(std::move(status)) {}
+
+PolicyMapHiveCounterStatusReader::~PolicyMapHiveCounterStatusReader() = default;
+
+Orb::Ptr<PolicyMapHiveCounterStatusReader>
+PolicyMapHiveCounterStatusReader::PolicyMapHiveCounterStatusReaderIs(
+    const Orb::Ptr<const PolicyMapTypeStatus>& status) {
+    auto reader = Orb::make<PolicyMapHiveCounterStatusReader>(status);
+    reader->hasNotificationActiveIs(true);
+    return reader;
+}
+
+Orb::Ptr<const PacketDataStatus> PolicyMapHiveCounterStatusReader::classCounterData(
+    const PolicyMapSmKey& key, const Orb::String& className) const {
+    const PolicyMapStatus* policy = policyOf(status_, key);
+    return policy == nullptr ? nullptr : policy->classCounter(className);
+}
+
+Orb::Ptr<const PacketDataStatus> PolicyMapHiveCounterStatusReader::namedCounterData(
+    const PolicyMapSmKey& key, const Orb::String& counterName) const {
+    const PolicyMapStatus* policy = policyOf(status_, key);
+    return policy == nullptr ? nullptr : policy->namedCounter(counterName);
+}
+
+U32 PolicyMapHiveCounterStatusReader::numClasses(const PolicyMapSmKey& key) const {
+    const PolicyMapStatus* policy = policyOf(status_, key);
+    return policy == nullptr ? 0 : policy->classCounter().size();
+}
+
+U32 PolicyMapHiveCounterStatusReader::numNamedCounters(const PolicyMapSmKey& key) const {
+    const PolicyMapStatus* policy = policyOf(status_, key);
+    return policy == nullptr ? 0 : policy->namedCounter().size();
+}
+
+}  // namespace PolicyMap

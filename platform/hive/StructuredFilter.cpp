@@ -1,0 +1,8 @@
+#include "hive/StructuredFilter.h"
+
+namespace Classification {
+
+StructuredFilter::StructuredFilter() = default;
+StructuredFilter::~StructuredFilter() = default;
+
+}  // namespace Classification
