@@ -1,0 +1,245 @@
+// Parsing and printing of addresses and prefixes. Both run once per prefix of sets of a million, so
+// they work on characters directly and allocate nothing.
+#include "wire/IpGenPrefix.h"
+
+#include <array>
+
+#include "orb/Assert.h"
+#include "orb/Hash.h"
+#include "wire/Digits.h"
+
+namespace Wire {
+
+namespace {
+
+constexpr U8 ipv4Family = static_cast<U8>(AddressFamily::ipv4);
+constexpr U8 ipv6Family = static_cast<U8>(AddressFamily::ipv6);
+constexpr U32 groupCount = 8;
+using Groups = std::array<U16, groupCount>;
+
+U32 maxLength(U8 family) { return family == ipv4Family ? 32 : 128; }
+
+// The first `length` bits of an address whose words are the upper and the lower 64 bits.
+U64 upperMask(U32 length) {
+    return length == 0 ? 0 : length >= 64 ? ~U64{0} : ~U64{0} << (64 - length);
+}
+U64 lowerMask(U32 length) { return length <= 64 ? 0 : upperMask(length - 64); }
+
+// A decimal number of at most three digits without leading zeros, at most `max`, from `at` on,
+// which it moves behind the number.
+bool parseDecimal(std::string_view text, std::size_t& at, U32 max, U32& value) {
+    const std::size_t begin = at;
+    value = 0;
+    while (at < text.size() && at - begin < 3 && text[at] >= '0' && text[at] <= '9') {
+        value = 10 * value + static_cast<U32>(text[at++] - '0');
+    }
+    return at > begin && value <= max && (text[begin] != '0' || at == begin + 1);
+}
+
+bool parseIpv4(std::string_view text, U32& address) {
+    std::size_t at = 0;
+    for (U32 i = 0; i < 4; ++i) {
+        U32 octet = 0;
+        if (i > 0 && (at == text.size() || text[at++] != '.')) return false;
+        if (!parseDecimal(text, at, 255, octet)) return false;
+        address = address << 8 | octet;
+    }
+    return at == text.size();
+}
+
+constexpr U32 noGap = groupCount + 1;
+
+// Reads the groups and the place of the "::" (noGap when there is none); returns how many groups
+// were written, groupCount + 1 when the text is no address.
+U32 parseGroups(std::string_view text, Groups& groups, U32& gap) {
+    constexpr U32 invalid = groupCount + 1;
+    U32 count = 0;
+    std::size_t at = 0;
+    gap = noGap;
+    if (text.starts_with("::")) {
+        gap = 0;
+        at = 2;
+    }
+    while (at < text.size()) {
+        if (count == groupCount) return invalid;
+        const std::size_t begin = at;
+        U32 value = 0;
+        while (at < text.size() && at - begin < 4 && hexDigitValue(text[at]) >= 0) {
+            value = value << 4 | static_cast<U32>(hexDigitValue(text[at++]));
+        }
+        if (at == begin) return invalid;
+        if (at < text.size() && text[at] == '.') {
+            U32 last = 0;
+            if (count + 2 > groupCount || !parseIpv4(text.substr(begin), last)) return invalid;
+            groups[count] = static_cast<U16>(last >> 16);
+            groups[count + 1] = static_cast<U16>(last);
+            return count + 2;
+        }
+        groups[count++] = static_cast<U16>(value);
+        if (at == text.size()) break;
+        if (text[at++] != ':' || at == text.size()) return invalid;
+        if (text[at] == ':') {
+            if (gap != noGap) return invalid;
+            gap = count;
+            ++at;
+        }
+    }
+    return count;
+}
+
+bool parseIpv6(std::string_view text, U64& high, U64& low) {
+    Groups groups{};
+    U32 gap = 0;
+    const U32 count = parseGroups(text, groups, gap);
+    // Without "::" all groups are there; with it at least one is not.
+    if (gap == noGap ? count != groupCount : count >= groupCount) return false;
+    for (U32 i = 0; i < groupCount; ++i) {
+        const U32 missing = groupCount - count;
+        const U16 group = i < gap ? groups[i] : i < gap + missing ? 0 : groups[i - missing];
+        U64& word = i < groupCount / 2 ? high : low;
+        word = word << 16 | group;
+    }
+    return true;
+}
+
+char* printIpv4(char* out, U32 address) {
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        out = printDecimal(out, static_cast<U8>(address >> shift));
+        if (shift > 0) *out++ = '.';
+    }
+    return out;
+}
+
+char* printGroup(char* out, U32 group) {
+    if (group >= 0x1000) *out++ = hexDigits[group >> 12];
+    if (group >= 0x100) *out++ = hexDigits[group >> 8 & 15];
+    if (group >= 0x10) *out++ = hexDigits[group >> 4 & 15];
+    *out++ = hexDigits[group & 15];
+    return out;
+}
+
+struct Run {
+    U32 begin = groupCount;
+    U32 length = 1;  // only longer runs are shortened
+};
+
+Run longestZeroRun(const Groups& groups) {
+    Run longest;
+    for (U32 i = 0; i < groupCount;) {
+        U32 end = i;
+        while (end < groupCount && groups[end] == 0) ++end;
+        if (end - i > longest.length) longest = {i, end - i};
+        i = end + 1;
+    }
+    return longest;
+}
+
+char* printIpv6(char* out, U64 high, U64 low) {
+    if (high == 0 && low >> 32 == 0xffff) {
+        static constexpr std::string_view mapped = "::ffff:";
+        return printIpv4(std::copy(mapped.begin(), mapped.end(), out), static_cast<U32>(low));
+    }
+    Groups groups{};
+    for (U32 i = 0; i < groupCount; ++i) {
+        groups[i] = static_cast<U16>((i < 4 ? high : low) >> (48 - 16 * (i % 4)));
+    }
+    const Run run = longestZeroRun(groups);
+    for (U32 i = 0; i < groupCount;) {
+        if (i == run.begin) {
+            *out++ = ':';
+            if (i == 0) *out++ = ':';
+            i += run.length;
+        } else {
+            out = printGroup(out, groups[i]);
+            if (++i < groupCount) *out++ = ':';
+        }
+    }
+    return out;
+}
+
+U64 hashOfWords(U64 high, U64 low, U64 rest) {
+    return Orb::mixBits(Orb::mixBits(high ^ rest << 7) ^ low) ^ rest;
+}
+
+}  // namespace
+
+IpGenAddr IpGenAddr::ipv4(U32 address) { return {ipv4Family, U64{address} << 32, 0}; }
+IpGenAddr IpGenAddr::ipv6(U64 high, U64 low) { return {ipv6Family, high, low}; }
+
+std::optional<IpGenAddr> IpGenAddr::parse(std::string_view text) {
+    // The first group of an IPv6 address has at most four digits, so its first colon comes early.
+    if (text.substr(0, 5).find(':') == std::string_view::npos) {
+        U32 address = 0;
+        if (!parseIpv4(text, address)) return std::nullopt;
+        return ipv4(address);
+    }
+    IpGenAddr address = ipv6(0, 0);
+    if (!parseIpv6(text, address.high_, address.low_)) return std::nullopt;
+    return address;
+}
+
+std::size_t IpGenAddr::print(char* buffer) const {
+    if (isNullAddr()) return 0;
+    const char* const end = family_ == ipv4Family ? printIpv4(buffer, static_cast<U32>(high_ >> 32))
+                                                  : printIpv6(buffer, high_, low_);
+    return static_cast<std::size_t>(end - buffer);
+}
+
+Orb::String IpGenAddr::stringValue() const {
+    std::array<char, maxPrintedSize> buffer{};
+    return {buffer.data(), print(buffer.data())};
+}
+
+U64 IpGenAddr::hashValue() const { return hashOfWords(high_, low_, family_); }
+
+IpGenPrefix::IpGenPrefix(const IpGenAddr& address, U32 length)
+    : high_(address.high_),
+      low_(address.low_),
+      length_(static_cast<U8>(length)),
+      family_(address.family_) {
+    ORB_ASSERT(!isNullPrefix());
+    ORB_ASSERT(length <= maxLength(family_));
+}
+
+std::optional<IpGenPrefix> IpGenPrefix::parse(std::string_view text) {
+    const std::size_t slash = text.rfind('/');
+    if (slash == std::string_view::npos) return std::nullopt;
+    const auto address = IpGenAddr::parse(text.substr(0, slash));
+    if (!address) return std::nullopt;
+    std::size_t at = slash + 1;
+    U32 length = 0;
+    if (!parseDecimal(text, at, maxLength(address->family_), length) || at != text.size()) {
+        return std::nullopt;
+    }
+    return IpGenPrefix(*address, length);
+}
+
+IpGenPrefix IpGenPrefix::masked() const {
+    IpGenPrefix result = *this;
+    result.high_ &= upperMask(length_);
+    result.low_ &= lowerMask(length_);
+    return result;
+}
+
+bool IpGenPrefix::overlaps(const IpGenPrefix& other) const {
+    if (family_ != other.family_ || isNullPrefix()) return false;
+    const U32 shorter = length_ < other.length_ ? length_ : other.length_;
+    return (((high_ ^ other.high_) & upperMask(shorter)) |
+            ((low_ ^ other.low_) & lowerMask(shorter))) == 0;
+}
+
+std::size_t IpGenPrefix::print(char* buffer) const {
+    if (isNullPrefix()) return 0;
+    char* out = buffer + address().print(buffer);
+    *out++ = '/';
+    return static_cast<std::size_t>(printDecimal(out, length_) - buffer);
+}
+
+Orb::String IpGenPrefix::stringValue() const {
+    std::array<char, maxPrintedSize> buffer{};
+    return {buffer.data(), print(buffer.data())};
+}
+
+U64 IpGenPrefix::hashValue() const { return hashOfWords(high_, low_, U64{family_} << 8 | length_); }
+
+}  // namespace Wire
