@@ -1,0 +1,109 @@
+// The ring of the last messages: order, wrap-around, cutting, threads, and the dumped lines.
+#include "blip/Blip.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <map>
+#include <regex>
+#include <thread>
+
+namespace {
+
+std::string lastText() { return Blip::messages().back().text; }
+
+TEST(Blip, keepsTheLastMessagesInOrder) {
+    const auto before = std::chrono::system_clock::now();
+    const U32 count = 2 * Blip::capacity + 5;
+    for (U32 i = 0; i < count; ++i) Blip::trace("message " + std::to_string(i));
+    const auto all = Blip::messages();
+    ASSERT_EQ(all.size(), Blip::capacity);
+    for (U32 i = 0; i < all.size(); ++i) {
+        ASSERT_EQ(all[i].text, "message " + std::to_string(count - Blip::capacity + i));
+        ASSERT_GE(all[i].time, i == 0 ? before : all[i - 1].time);
+    }
+    EXPECT_LE(all.back().time, std::chrono::system_clock::now());
+}
+
+TEST(Blip, cutsLongTextsBetweenCharacters) {
+    const std::string fill(Blip::maxLength - 2, 'x');
+    struct {
+        std::string given, kept;
+    } const rows[] = {
+        {"", ""},
+        {fill + "ab", fill + "ab"},
+        {fill + "abc", fill + "ab"},
+        {fill + "\xc3\xa9", fill + "\xc3\xa9"},
+        {fill + "a\xc3\xa9", fill + "a"},
+        {fill + "\xe2\x82\xac", fill},
+        {fill + "\xf0\x9f\x98\x80", fill},
+        {fill + "\x80\x80\x80\x80\x80\x80\x80\x80", fill + "\x80\x80"},
+        {std::string(100000, 'x'), std::string(Blip::maxLength, 'x')},
+    };
+    for (const auto& row : rows) {
+        Blip::trace(row.given);
+        EXPECT_EQ(lastText(), row.kept);
+    }
+}
+
+TEST(BlipThreads, loseNoMessage) {
+    constexpr std::ptrdiff_t threadCount = 4;
+    constexpr std::ptrdiff_t perThread = 900;
+    std::vector<std::thread> threads;
+    threads.reserve(threadCount);
+    for (std::ptrdiff_t thread = 0; thread < threadCount; ++thread) {
+        threads.emplace_back([thread] {
+            for (int i = 0; i < perThread; ++i) {
+                Blip::trace("thread " + std::to_string(thread) + " " + std::to_string(i));
+                if (i % 300 == 0) {
+                    EXPECT_FALSE(Blip::messages().empty());
+                }
+            }
+        });
+    }
+    for (auto& thread : threads) thread.join();
+    // Every message is there, whole, and those of one thread are in order.
+    const auto all = Blip::messages();
+    std::map<std::string, int> next;
+    for (auto message = all.end() - threadCount * perThread; message != all.end(); ++message) {
+        const std::string thread = message->text.substr(0, 8);
+        EXPECT_EQ(message->text, thread + " " + std::to_string(next[thread]++));
+    }
+    EXPECT_EQ(next.size(), threadCount);
+}
+
+TEST(Blip, dumpsOneEscapedLinePerMessage) {
+    Blip::trace("yielding\n\x1b[31m\xc2\x9b\xff");
+    Blip::trace("resuming");
+    std::FILE* const file = std::tmpfile();
+    ASSERT_TRUE(Blip::dump(fileno(file)));
+    std::rewind(file);
+    std::vector<std::string> lines;
+    for (std::array<char, 2000> line{}; std::fgets(line.data(), line.size(), file) != nullptr;) {
+        lines.emplace_back(line.data());
+    }
+    std::fclose(file);
+    ASSERT_EQ(lines.size(), Blip::messages().size());
+    const std::string time = R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{6}Z )";
+    const auto matches = [&](const std::string& line, const std::string& text) {
+        return std::regex_match(line, std::regex(time + text + "\n"));
+    };
+    EXPECT_TRUE(matches(lines.end()[-2], R"(yielding\\x0a\\x1b\[31m\\x9b)"
+                                         "\xef\xbf\xbd"))
+        << lines.end()[-2];
+    EXPECT_TRUE(matches(lines.back(), "resuming")) << lines.back();
+}
+
+TEST(Blip, dumpSaysWhenItCouldNotWrite) {
+    Blip::trace("one");
+    const int full = ::open("/dev/full", O_WRONLY);
+    ASSERT_GE(full, 0);
+    EXPECT_FALSE(Blip::dump(full));
+    ::close(full);
+}
+
+}  // namespace
