@@ -40,7 +40,7 @@ class HashMap2018 {
     ~HashMap2018() = default;
 
     U32 size() const { return rep_ ? static_cast<U32>(rep_->entries.size()) : 0; }
-    bool empty() const { return !rep_; }
+    bool empty() const { return size() == 0; }
     explicit operator bool() const { return !empty(); }
 
     Iterator begin() const { return rep_ ? rep_->entries.data() : nullptr; }
@@ -171,7 +171,7 @@ class HashMap2018 {
         if (!rep_) rep_ = std::make_unique<Rep>();
         rep_->entries.push_back(std::move(entry));
         const auto count = static_cast<U32>(rep_->entries.size());
-        if (count > scanLimit) {
+        if (count > scanLimit || !rep_->index.empty()) {
             if (rep_->index.size() < 2 * std::size_t{count}) {
                 buildIndex(*rep_, 2 * count);
             } else {
@@ -212,7 +212,7 @@ class HashMap2018 {
 
     // Lays the index anew, with room for that many entries.
     static void buildIndex(Rep& rep, U32 count) {
-        std::size_t size = 2 * scanLimit;
+        std::size_t size = 2 * std::size_t{scanLimit};
         while (size < 2 * std::size_t{count}) size *= 2;
         rep.index.assign(size, absent);
         for (U32 i = 0; i < rep.entries.size(); ++i) indexIs(rep, i);

@@ -72,7 +72,7 @@ class Ptr {
         if (object_ != nullptr) object_->referenceDrop();
     }
     Ptr& operator=(const Ptr& other) {
-        Ptr(other).swap(*this);
+        if (this != &other) Ptr(other).swap(*this);
         return *this;
     }
     Ptr& operator=(Ptr&& other) noexcept {
