@@ -251,7 +251,7 @@ bool registerFactory(Ptr<Self> (*factory)(Parameters...)) {
 #define ORB_TYPE_COMMON(Type, base)                                                  \
   public:                                                                            \
     using Self = Type;                                                               \
-    static ::Orb::TypeInfo& orbType() {                                              \
+    ORB_EXPORT static ::Orb::TypeInfo& orbType() {                                   \
         static ::Orb::TypeInfo& type =                                               \
             *new ::Orb::TypeInfo(::Orb::Detail::scopeOf(__PRETTY_FUNCTION__), base); \
         return type;                                                                 \
@@ -259,7 +259,7 @@ bool registerFactory(Ptr<Self> (*factory)(Parameters...)) {
     const ::Orb::TypeInfo& fwkType() const override { return orbType(); }            \
                                                                                      \
   private:                                                                           \
-    inline static const ::Orb::TypeInfo& orbRegistered_ = orbType();                 \
+    ORB_EXPORT inline static const ::Orb::TypeInfo& orbRegistered_ = orbType();      \
     [[no_unique_address]] ::Orb::Detail::LiveObject<Type> orbLive_;                  \
                                                                                      \
   public:
@@ -269,15 +269,16 @@ bool registerFactory(Ptr<Self> (*factory)(Parameters...)) {
 #define ORB_DERIVED_TYPE(Type, Base) ORB_TYPE_COMMON(Type, &Base::orbType())
 
 // Says that the type can be built by name with these constructor arguments.
-#define ORB_CONSTRUCTIBLE(...) \
-    inline static const bool orbConstructible_ = ::Orb::Detail::registerConstructor<__VA_ARGS__>();
+#define ORB_CONSTRUCTIBLE(...)                              \
+    ORB_EXPORT inline static const bool orbConstructible_ = \
+        ::Orb::Detail::registerConstructor<__VA_ARGS__>();
 
 #define ORB_STORED_ATTRIBUTE(attribute, ...)                                   \
   private:                                                                     \
     static ::Orb::Value attribute##Value_(const ::Orb::PtrInterface& object) { \
         return ::Orb::valueOf(static_cast<const Self&>(object).attribute##_);  \
     }                                                                          \
-    inline static const bool attribute##Registered_ =                          \
+    ORB_EXPORT inline static const bool attribute##Registered_ =               \
         orbType().attributeIs({#attribute, #__VA_ARGS__, &attribute##Value_}); \
     __VA_ARGS__ attribute##_{};                                                \
                                                                                \

@@ -1,0 +1,49 @@
+#include "model/InstallStatus.h"
+
+namespace TrafficPolicyCli {
+
+using PolicyMap::Installation;
+using PolicyMap::InstallState;
+
+namespace {
+
+// A report's entry for a family; null when it has none.
+const Installation* installationOf(const Orb::Ptr<const PolicyMap::IntfStatus>& report,
+                                   MatchOption option) {
+    return report ? report->installation(option) : nullptr;
+}
+
+}  // namespace
+
+bool InterfaceStatus::isProgrammed(MatchOption option) const {
+    bool seen = false;
+    for (const auto& report : intfStatus()) {
+        const Installation* installation = installationOf(report, option);
+        if (installation == nullptr) continue;
+        if (installation->state != InstallState::programmed) return false;
+        seen = true;
+    }
+    return seen;
+}
+
+bool InterfaceStatus::isFailed(MatchOption option) const {
+    for (const auto& report : intfStatus()) {
+        const Installation* installation = installationOf(report, option);
+        if (installation != nullptr && installation->state == InstallState::failed) return true;
+    }
+    return false;
+}
+
+Orb::Ptr<InterfaceStatus> interfaceStatusFactory() { return Orb::make<InterfaceStatus>(); }
+
+Orb::String getInstalledErrorString(Orb::Ptr<const InterfaceStatus> interfaceStatus,
+                                    MatchOption option) {
+    for (const auto& report : interfaceStatus->intfStatus()) {
+        const Installation* installation = installationOf(report, option);
+        if (installation == nullptr) return {};
+        if (installation->state != InstallState::programmed) return installation->errorText;
+    }
+    return {};
+}
+
+}  // namespace TrafficPolicyCli
