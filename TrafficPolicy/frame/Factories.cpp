@@ -71,9 +71,9 @@ Orb::Ptr<ShowTrafficPolicyVAcl> showTrafficPolicyVAclFactory(
 
 namespace {
 
-const bool registered = Orb::registerFactory(&showTrafficPolicyCpuFactory) &&
-                        Orb::registerFactory(&showTrafficPolicyInterfaceFactory) &&
-                        Orb::registerFactory(&showTrafficPolicyVAclFactory);
+const bool registered = Orb::registerFactory<&showTrafficPolicyCpuFactory>() &&
+                        Orb::registerFactory<&showTrafficPolicyInterfaceFactory>() &&
+                        Orb::registerFactory<&showTrafficPolicyVAclFactory>();
 
 }  // namespace
 

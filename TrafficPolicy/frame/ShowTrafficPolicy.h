@@ -124,14 +124,21 @@ class ShowTrafficPolicyBase : public Orb::PtrInterface {
     // rule has an index when either direction has it.
     virtual const TrafficPolicy::Status* otherDirectionStatus() const;
 
+    // Copies into a record how it is to be shown.
+    virtual void showFlagsInto(PolicyState& policyState) const;
+
     // The body of getOrCreatePolicyState for a kind whose record is a Record.
     template <class Record>
     Orb::Ptr<Record> findOrMakePolicyState(const Orb::String& policyName);
 
   private:
-    bool refersToUndefinedFieldSet(const PolicyMap::ClassMapMatch& match) const;
-    void cacheActionState(const PolicyMap::PolicyMapSubConfig& currCfg,
+    // Notes when a rule counts into a counter that the policy does not declare.
+    void cacheCountAction(const PolicyMap::PolicyMapSubConfig& currCfg,
                           const Orb::String& className, PolicyState& policyState) const;
+
+    // The record that was asked for last, valid while the map of records has this change count.
+    PolicyState* lastPolicyState_ = nullptr;
+    U64 lastPolicyStateChangeCount_ = 0;
 };
 
 class ShowTrafficPolicyCpu : public ShowTrafficPolicyBase {
@@ -202,8 +209,12 @@ class ShowTrafficPolicyInterface : public ShowTrafficPolicyBase {
     void cacheClassMapStatus(const Orb::String& policyName, U32 index,
                              const Orb::Ptr<const PolicyMap::ClassMapStatus>& cmapStatus) override;
 
+    // The reader of the direction; null when there is none. Makes none.
+    Orb::Ptr<const CounterReader> getCounterStatusHelper(bool isInput) const;
+
   protected:
     const TrafficPolicy::Status* otherDirectionStatus() const override;
+    void showFlagsInto(PolicyState& policyState) const override;
 };
 
 class ShowTrafficPolicyVAcl : public ShowTrafficPolicyBase {

@@ -32,7 +32,8 @@ class RbTreeMap {
     Iterator firstAfter(const Lookup& key) const {
         return tree_.upper_bound(key);
     }
-    // Grows whenever a key comes or goes, so a walk can tell that its iterator may have died.
+    // Grows whenever an entry comes, goes or is replaced, so a walk can tell that its iterator may
+    // have died.
     U64 changeCount() const { return changeCount_; }
 
     template <class Lookup>
@@ -70,7 +71,8 @@ class RbTreeMap {
     // Inserts or replaces the value of a key.
     template <class Given = Value>
     requires(!isSet) void is(const Key& key, Given&& value) {
-        changeCount_ += tree_.insert_or_assign(key, std::forward<Given>(value)).second ? 1 : 0;
+        ++changeCount_;
+        tree_.insert_or_assign(key, std::forward<Given>(value));
     }
 
     template <class Lookup>

@@ -233,17 +233,30 @@ auto valueOfKey(const Collection& collection, const Key& key) {
 
 }  // namespace Detail
 
-// Registers a factory function as the way in which a type is built from its argument list.
-template <class Self, class... Parameters>
-bool registerFactory(Ptr<Self> (*factory)(Parameters...)) {
-    static Ptr<Self> (*const build)(Parameters...) = factory;
-    return Self::orbType().constructorIs([](TypeInfo::Arguments arguments) -> Ptr<PtrInterface> {
-        return Detail::build<Self, Parameters...>(
-            arguments, std::index_sequence_for<Parameters...>(),
-            [](auto&&... values) -> Ptr<PtrInterface> {
-                return build(std::forward<decltype(values)>(values)...);
-            });
-    });
+namespace Detail {
+
+template <auto factory>
+struct FactoryOf;
+
+template <class Self, class... Parameters, Ptr<Self> (*factory)(Parameters...)>
+struct FactoryOf<factory> {
+    static bool registerIt() {
+        return Self::orbType().constructorIs([](TypeInfo::Arguments arguments) {
+            return build<Self, Parameters...>(
+                arguments, std::index_sequence_for<Parameters...>(),
+                [](auto&&... values) -> Ptr<PtrInterface> {
+                    return factory(std::forward<decltype(values)>(values)...);
+                });
+        });
+    }
+};
+
+}  // namespace Detail
+
+// Registers a factory function as the way in which its type is built from an argument list.
+template <auto factory>
+bool registerFactory() {
+    return Detail::FactoryOf<factory>::registerIt();
 }
 
 }  // namespace Orb

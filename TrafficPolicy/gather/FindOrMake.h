@@ -1,0 +1,27 @@
+// The body of getOrCreatePolicyState.
+#pragma once
+
+#include "frame/ShowTrafficPolicy.h"
+
+namespace TrafficPolicyCli {
+
+// A record that is made here bears the show flags, so that a policy known only from the attachment
+// configuration is shown in the same view as the others.
+template <class Record>
+Orb::Ptr<Record> ShowTrafficPolicyBase::findOrMakePolicyState(const Orb::String& policyName) {
+    // Gathering asks for the same record again and again, once for every rule.
+    if (lastPolicyState_ == nullptr || lastPolicyState_->name() != policyName ||
+        lastPolicyStateChangeCount_ != policyState().changeCount()) {
+        lastPolicyState_ = policyState(policyName);
+        if (lastPolicyState_ == nullptr) {
+            const auto made = Orb::make<Record>(policyName);
+            showFlagsInto(*made);
+            policyStateIs(policyName, made);
+            lastPolicyState_ = made.get();
+        }
+        lastPolicyStateChangeCount_ = policyState().changeCount();
+    }
+    return static_cast<Record*>(lastPolicyState_);
+}
+
+}  // namespace TrafficPolicyCli

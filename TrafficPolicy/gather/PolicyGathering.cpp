@@ -1,0 +1,181 @@
+// The gathering that all kinds share: the walk over the policies, and per policy its configuration,
+// its status and its rules. A rule's index is its place among the rules that the platform took.
+#include "frame/ShowTrafficPolicy.h"
+#include "frame/Trace.h"
+#include "gather/FieldSetReferences.h"
+#include "gather/Walk.h"
+#include "orb/Assert.h"
+
+namespace TrafficPolicyCli {
+
+using PolicyMap::ClassMapMatch;
+using PolicyMap::ClassMapStatus;
+using PolicyMap::PolicyMapStatus;
+using PolicyMap::PolicyMapSubConfig;
+
+void ShowTrafficPolicyBase::cachePoliciesState() {
+    SHOW_TRACE_ENTRY();
+    inputCounterHelperIs(createCounterStatusHelper(true));
+    if (!status()) return;
+    walkByKey(status()->policyMapStatus(),
+              [this](const Orb::String& name) { cachePolicyState(name); });
+}
+
+Orb::Ptr<const PolicyMapStatus> ShowTrafficPolicyBase::getPolicyMapStatus(
+    const Orb::String& policyName) {
+    SHOW_TRACE_ENTRY();
+    return status() ? status()->policyMapStatus(policyName) : nullptr;
+}
+
+void ShowTrafficPolicyBase::cachePolicyMapStatus(
+    const Orb::Ptr<const PolicyMapStatus>& policyStatus) {
+    SHOW_TRACE_ENTRY();
+    if (!policyStatus) return;
+    getOrCreatePolicyState(policyStatus->name())->policyMapStatusInputIs(policyStatus);
+}
+
+void ShowTrafficPolicyBase::cacheClassMapStatus(const Orb::String& policyName, U32 index,
+                                                const Orb::Ptr<const ClassMapStatus>& cmapStatus) {
+    SHOW_TRACE_ENTRY();
+    if (!cmapStatus) return;
+    getOrCreatePolicyState(policyName)->classMapStatusInputIs(index, cmapStatus);
+}
+
+void ShowTrafficPolicyBase::cachePolicyState(const Orb::String& policyName) {
+    SHOW_TRACE(8, __PRETTY_FUNCTION__ << " " << policyName);
+    const Orb::Ptr<PolicyState> policyState = getOrCreatePolicyState(policyName);
+    policyState->countersPerInterfaceIs(status() && status()->countersPerInterface());
+    showFlagsInto(*policyState);
+    const PolicyMap::PolicyMapConfig* const policyMapConfig =
+        config() ? config()->policyMapConfig(policyName) : nullptr;
+    policyState->policyMapConfigIs(policyMapConfig);
+    const Orb::Ptr<const PolicyMapStatus> policyStatus = getPolicyMapStatus(policyName);
+    ORB_ASSERT(policyStatus);
+    cachePolicyMapStatus(policyStatus);
+    if (policyMapConfig == nullptr) {
+        SHOW_TRACE(7, "PolicyMapConfig not found for " << policyName);
+        return;
+    }
+    const Orb::Ptr<const PolicyMapSubConfig> currCfg = policyMapConfig->currCfg();
+    if (!currCfg) {
+        SHOW_TRACE(7, "currCfg not found for " << policyName);
+        return;
+    }
+    for (const Orb::String& counterName : currCfg->namedCounter()) {
+        policyState->namedCounterIs(counterName, true);
+    }
+    cacheClassState(currCfg);
+    cacheIntfStatus(policyStatus);
+    policyState->matchOptionListIs(MatchOption::ipv4);
+    policyState->matchOptionListIs(MatchOption::ipv6);
+    for (const MatchOption option : policyState->matchOptionList()) {
+        cacheInstalledState(policyStatus, option);
+        cacheInstallError(policyStatus, option);
+    }
+    cacheCounters(policyName);
+    policyState->counterIs(counter());
+}
+
+const TrafficPolicy::Status* ShowTrafficPolicyBase::otherDirectionStatus() const { return nullptr; }
+
+void ShowTrafficPolicyBase::showFlagsInto(PolicyState& policyState) const {
+    policyState.summaryIs(summary());
+    policyState.errorsIs(errors());
+    policyState.detailIs(detail());
+    policyState.indentCountPerLevelIs(3U);
+}
+
+namespace {
+
+// The rule names of a version, by ascending priority.
+std::vector<Orb::String> ruleOrder(const PolicyMapSubConfig& currCfg) {
+    std::vector<Orb::String> names;
+    names.reserve(currCfg.classPriority().size());
+    walkByKey(currCfg.classPriority(), [&](U32 priority) {
+        const Orb::String* const name = currCfg.classPriority(priority);
+        names.push_back(name != nullptr ? *name : Orb::String());
+    });
+    return names;
+}
+
+// Says whether a rule status gives the rule a match option. Several are a broken invariant.
+bool hasMatchOption(const ClassMapStatus* cmapStatus) {
+    if (cmapStatus == nullptr) return false;
+    if (cmapStatus->matchs() == 1) return true;
+    ORB_ASSERT(cmapStatus->matchs() == 0);
+    return false;
+}
+
+void traceMissing(const ClassMapStatus* cmapStatus, const Orb::String& className) {
+    if (cmapStatus == nullptr) {
+        SHOW_TRACE(7, "ClassMapStatus not found for " << className);
+    } else {
+        SHOW_TRACE(1, "No match option status found for " << className);
+    }
+}
+
+// The configured match of a rule for the option that the platform took it under, or an empty one.
+Orb::Ptr<const ClassMapMatch> matchOf(const PolicyMapSubConfig& currCfg,
+                                      const Orb::String& className, MatchOption option) {
+    const PolicyMap::ClassMapConfig* const classConfig = currCfg.classMap(className);
+    const ClassMapMatch* const match =
+        classConfig != nullptr ? classConfig->match(option) : nullptr;
+    if (match == nullptr) return Orb::make<ClassMapMatch>(className, option);
+    SHOW_TRACE(7, "Found class match config for " << className << ", " << option);
+    return match;
+}
+
+}  // namespace
+
+void ShowTrafficPolicyBase::cacheClassState(const Orb::Ptr<const PolicyMapSubConfig>& currCfg) {
+    SHOW_TRACE_ENTRY();
+    const Orb::String& policyName = currCfg->name();
+    const Orb::Ptr<PolicyState> policyState = getOrCreatePolicyState(policyName);
+    const Orb::Ptr<const PolicyMapStatus> policyStatus = getPolicyMapStatus(policyName);
+    ORB_ASSERT(policyStatus);
+    const TrafficPolicy::Status* const otherStatus = otherDirectionStatus();
+    const Orb::Ptr<const PolicyMapStatus> otherPolicyStatus =
+        otherStatus != nullptr ? otherStatus->policyMapStatus(policyName) : nullptr;
+
+    const std::vector<Orb::String> classNames = ruleOrder(*currCfg);
+    U32 index = 0;
+    for (const Orb::String& className : classNames) {
+        const Orb::Ptr<const ClassMapStatus> cmapStatus = policyStatus->classMapStatus(className);
+        const bool hasStatus = hasMatchOption(cmapStatus.get());
+        if (!hasStatus) traceMissing(cmapStatus.get(), className);
+        const ClassMapStatus* const otherCmapStatus =
+            otherPolicyStatus ? otherPolicyStatus->classMapStatus(className) : nullptr;
+        // A rule that only the other direction took keeps its index here, as a hole.
+        if (!hasStatus && !hasMatchOption(otherCmapStatus)) continue;
+
+        const MatchOption option = *(hasStatus ? *cmapStatus : *otherCmapStatus).match().begin();
+        const Orb::Ptr<const ClassMapMatch> match = matchOf(*currCfg, className, option);
+        SHOW_TRACE(7, "Caching " << index << " " << className << " " << option);
+        if (hasStatus) cacheClassMapStatus(policyName, index, cmapStatus);
+        policyState->classMapConfigIs(index, match);
+        if (!policyState->undefinedFieldSet() && match->structuredFilter() &&
+            refersToUndefinedFieldSet(*match, fieldSetConfig().get())) {
+            policyState->undefinedFieldSetIs(true);
+        }
+        cacheCountAction(*currCfg, className, *policyState);
+        ++index;
+    }
+    SHOW_TRACE(4, "ruleCount " << index << ", total class count " << classNames.size());
+    policyState->ruleCountIs(index);
+}
+
+void ShowTrafficPolicyBase::cacheCountAction(const PolicyMapSubConfig& currCfg,
+                                             const Orb::String& className,
+                                             PolicyState& policyState) const {
+    const PolicyMap::PolicyClassAction* const actions = currCfg.policyAction(className);
+    if (actions == nullptr) return;
+    const PolicyMap::Action* const action = actions->action(PolicyMap::ActionType::count);
+    if (action == nullptr) return;
+    const Orb::String& counterName =
+        static_cast<const PolicyMap::CountAction*>(action)->counterName();
+    if (counterName.empty() || policyState.namedCounter(counterName) != nullptr) return;
+    SHOW_TRACE(1, "Class: " << className << " " << counterName);
+    policyState.undefinedCounterIs(true);
+}
+
+}  // namespace TrafficPolicyCli
