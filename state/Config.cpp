@@ -1,0 +1,181 @@
+// Policies and their rules, and where they are attached.
+#include "state/Config.h"
+
+#include "state/Actions.h"
+#include "state/Criteria.h"
+#include "state/FieldSets.h"
+#include "state/Values.h"
+
+namespace StateDirectory {
+
+using namespace PolicyMap;
+
+namespace {
+
+// A rule being read. Its match and its actions bear its name, so they wait until that is known.
+struct Rule {
+    Orb::String name;
+    U32 priority = 0;
+    bool hasMatch = false;
+    bool hasAction = false;
+};
+
+constexpr Key<Rule> ruleKeys[] = {
+    {"name", [](const Node& node, Rule& to) { to.name = readName(node); }, Presence::required},
+    {"priority",
+     [](const Node& node, Rule& to) { to.priority = static_cast<U32>(node.number(0, ~U32{0})); },
+     Presence::required},
+    {"match", [](const Node&, Rule& to) { to.hasMatch = true; }},
+    {"action", [](const Node&, Rule& to) { to.hasAction = true; }},
+};
+
+struct MatchParts {
+    ClassMapMatchOption option;
+    Orb::Ptr<const Classification::StructuredFilter> filter;
+};
+
+constexpr Key<MatchParts> matchKeys[] = {
+    {"structuredFilter",
+     [](const Node& node, MatchParts& to) { to.filter = readStructuredFilter(node, to.option); }},
+};
+
+Orb::Ptr<const ClassMapConfig> readClassMap(const Node& node, const Rule& rule) {
+    using Matches = Orb::HashMap2018<ClassMapMatchOption, Orb::Ptr<const ClassMapMatch>>;
+    auto classMap = Orb::make<ClassMapConfig>(rule.name);
+    if (!rule.hasMatch) return classMap;
+    classMap->matchIs(readMap<Matches>(node.member("match"), matchOptionKey,
+                                       [&](const Node& member, ClassMapMatchOption option) {
+                                           MatchParts parts{option, nullptr};
+                                           readObject(member, matchKeys, parts);
+                                           auto match = Orb::make<ClassMapMatch>(rule.name, option);
+                                           match->structuredFilterIs(std::move(parts.filter));
+                                           return Orb::Ptr<const ClassMapMatch>(match);
+                                       }));
+    return classMap;
+}
+
+void readRules(const Node& node, PolicyMapSubConfig& version) {
+    Orb::HashMap2018<Orb::String, Orb::Ptr<const ClassMapConfig>> classMap;
+    Orb::HashMap2018<Orb::String, Orb::Ptr<const PolicyClassAction>> policyAction;
+    const auto count = static_cast<U32>(node.list().size());
+    classMap.reserve(count);
+    policyAction.reserve(count);
+    readList(node, [&](const Node& item) {
+        Rule rule;
+        readObject(item, ruleKeys, rule);
+        if (classMap.contains(rule.name)) {
+            item.member("name").refuse("a second rule of the name " + inQuotes(rule.name),
+                                       "each name once");
+        }
+        if (const Orb::String* const other = version.classPriority(rule.priority)) {
+            item.member("priority")
+                .refuse("the priority " + std::to_string(rule.priority) + " is that of rule " +
+                            inQuotes(*other) + " too",
+                        "each priority once");
+        }
+        classMap.isNew({rule.name, readClassMap(item, rule)});
+        if (rule.hasAction) {
+            auto actions = Orb::make<PolicyClassAction>(rule.name);
+            actions->actionIs(readActions(item.member("action")));
+            policyAction.isNew({rule.name, std::move(actions)});
+        }
+        version.classPriorityIs(rule.priority, std::move(rule.name));
+    });
+    version.classMapIs(std::move(classMap));
+    version.policyActionIs(std::move(policyAction));
+}
+
+constexpr Key<PolicyMapSubConfig> versionKeys[] = {
+    {"namedCounter",
+     [](const Node& node, PolicyMapSubConfig& to) {
+         to.namedCounterIs(readNames<Orb::RbTreeSet<Orb::String>>(node));
+     }},
+    {"rules", readRules},
+};
+
+constexpr Key<PolicyMapConfig> policyKeys[] = {
+    {"currCfg",
+     [](const Node& node, PolicyMapConfig& to) {
+         auto version = Orb::make<PolicyMapSubConfig>(to.name());
+         readObject(node, versionKeys, *version);
+         to.currCfgIs(Orb::Ptr<const PolicyMapSubConfig>(version));
+     }},
+};
+
+Orb::Ptr<const TrafficPolicy::TrafficPolicyConfig> readPolicies(const Node& node) {
+    using Policies = Orb::RbTreeMap<Orb::String, Orb::Ptr<const PolicyMapConfig>>;
+    auto config = Orb::make<TrafficPolicy::TrafficPolicyConfig>();
+    config->policyMapConfigIs(
+        readMap<Policies>(node, nameKey, [](const Node& member, const Orb::String& name) {
+            auto policy = Orb::make<PolicyMapConfig>(name);
+            readObject(member, policyKeys, *policy);
+            return Orb::Ptr<const PolicyMapConfig>(policy);
+        }));
+    return config;
+}
+
+template <class ReadKey>
+Orb::Ptr<const IntfConfig> readIntfConfig(const Node& node, ReadKey readKey) {
+    using Attachments = Orb::HashMap2018<Wire::IntfId, Orb::String>;
+    auto config = Orb::make<IntfConfig>();
+    config->intfIs(readMap<Attachments>(
+        node, readKey, [](const Node& member, auto&) { return readName(member); }));
+    return config;
+}
+
+Orb::Ptr<const VrfConfig> readVrfConfig(const Node& node) {
+    using Attachments = Orb::HashMap2018<L3::VrfName, Orb::String>;
+    auto config = Orb::make<VrfConfig>();
+    config->vrfIs(readMap<Attachments>(node, nameKey,
+                                       [](const Node& member, auto&) { return readName(member); }));
+    return config;
+}
+
+Orb::Ptr<const Ip::AllVrfConfig> readAllVrfConfig(const Node& node) {
+    auto config = Orb::make<Ip::AllVrfConfig>();
+    config->vrfIs(readNames(node));
+    return config;
+}
+
+constexpr Key<L3::Intf::Status> l3IntfKeys[] = {
+    {"vrf", [](const Node& node, L3::Intf::Status& to) { to.vrfIs(readName(node)); },
+     Presence::required},
+};
+
+Orb::Ptr<const L3::Intf::StatusDir> readL3IntfStatusDir(const Node& node) {
+    using Interfaces = Orb::HashMap2018<Wire::IntfId, Orb::Ptr<const L3::Intf::Status>>;
+    auto dir = Orb::make<L3::Intf::StatusDir>();
+    dir->intfStatusIs(
+        readMap<Interfaces>(node, intfKey, [](const Node& member, const Wire::IntfId& intfId) {
+            auto status = Orb::make<L3::Intf::Status>(intfId);
+            readObject(member, l3IntfKeys, *status);
+            return Orb::Ptr<const L3::Intf::Status>(status);
+        }));
+    return dir;
+}
+
+constexpr Key<State> configKeys[] = {
+    {"policyMapConfig", [](const Node& node, State& to) { to.config = readPolicies(node); }},
+    {"fieldSetConfig",
+     [](const Node& node, State& to) { to.fieldSetConfig = readFieldSetConfig(node); }},
+    {"fieldSetMacAddr", [](const Node& node, State& to) { to.macDir = readMacDir(node); }},
+    {"intfConfigInput",
+     [](const Node& node, State& to) { to.intfConfigInput = readIntfConfig(node, intfKey); }},
+    {"intfConfigOutput",
+     [](const Node& node, State& to) { to.intfConfigOutput = readIntfConfig(node, intfKey); }},
+    {"intfConfigBridged",
+     [](const Node& node, State& to) { to.intfConfigBridged = readIntfConfig(node, vlanIntfKey); }},
+    {"vrfConfig", [](const Node& node, State& to) { to.vrfConfig = readVrfConfig(node); }},
+    {"allVrfConfig", [](const Node& node, State& to) { to.allVrfConfig = readAllVrfConfig(node); }},
+    {"l3IntfStatusDir",
+     [](const Node& node, State& to) { to.l3IntfStatusDir = readL3IntfStatusDir(node); }},
+};
+
+}  // namespace
+
+void readConfig(const Node& root, State& state) {
+    readObject(root, configKeys, state);
+    if (!state.macDir) state.macDir = emptyMacDir();
+}
+
+}  // namespace StateDirectory

@@ -1,0 +1,314 @@
+#include "state/Criteria.h"
+
+#include <algorithm>
+
+#include "state/Values.h"
+
+namespace StateDirectory {
+
+using namespace Classification;
+using PolicyMap::ClassMapMatchOption;
+using Wire::AddressFamily;
+
+namespace {
+
+// A filter being read, with what its rule or inner header says about its criteria.
+struct Filter {
+    StructuredFilter& filter;
+    std::optional<AddressFamily> family;  // of its prefixes; none: both
+    bool takesProtocols;
+};
+
+constexpr Key<VlanRangeSet> vlanTagKeys[] = {
+    {"vlans",
+     [](const Node& node, VlanRangeSet& to) { to.vlansIs(readRanges<VlanRange>(node, 1, 4094)); }},
+    {"vlanFieldSets",
+     [](const Node& node, VlanRangeSet& to) { to.vlanFieldSetsIs(readNames(node)); }},
+};
+
+void readVlanTags(const Node& node, StructuredFilter& filter) {
+    readList(node, [&](const Node& item) {
+        auto tag = Orb::make<VlanRangeSet>();
+        readObject(item, vlanTagKeys, *tag);
+        if (tag->vlans() && tag->vlanFieldSets()) {
+            item.refuse("both \"vlans\" and \"vlanFieldSets\"", "one of them");
+        }
+        filter.vlanTagsIs(Orb::Ptr<const VlanRangeSet>(tag));
+    });
+}
+
+constexpr Key<PortField> portFieldKeys[] = {
+    {"sport",
+     [](const Node& node, PortField& to) { to.sportIs(readRanges<PortRange>(node, 0, 65535)); }},
+    {"sportFieldSets",
+     [](const Node& node, PortField& to) { to.sportFieldSetsIs(readNames(node)); }},
+    {"dport",
+     [](const Node& node, PortField& to) { to.dportIs(readRanges<PortRange>(node, 0, 65535)); }},
+    {"dportFieldSets",
+     [](const Node& node, PortField& to) { to.dportFieldSetsIs(readNames(node)); }},
+};
+
+void readPortFields(const Node& node, ProtoField& proto) {
+    readList(node, [&](const Node& item) {
+        auto field = Orb::make<PortField>();
+        readObject(item, portFieldKeys, *field);
+        proto.portFieldsIs(Orb::Ptr<const PortField>(field));
+    });
+}
+
+constexpr U16 tcpEstablished = 0x100;
+constexpr U16 tcpInitialSyn = 0x200;
+constexpr U16 tcpFlagBits = 0x33f;  // every flag that has a name
+
+constexpr Key<TcpFlagAndMask> tcpFlagKeys[] = {
+    {"mask",
+     [](const Node& node, TcpFlagAndMask& to) {
+         to.mask = static_cast<U16>(node.number(0, 0xffff));
+     },
+     Presence::required},
+    {"flag",
+     [](const Node& node, TcpFlagAndMask& to) {
+         to.flag = static_cast<U16>(node.number(0, 0xffff));
+     },
+     Presence::required},
+};
+
+TcpFlagAndMask readTcpFlagGroup(const Node& node) {
+    TcpFlagAndMask group;
+    readObject(node, tcpFlagKeys, group);
+    const U16 mask = group.mask;
+    if (mask == 0) node.member("mask").refuse("no flag is looked at", "at least one bit");
+    if ((mask & ~tcpFlagBits) != 0) {
+        node.member("mask").refuse(std::to_string(mask) + " has bits of no TCP flag",
+                                   "a sum of 1, 2, 4, 8, 16, 32, or 256, or 512");
+    }
+    if ((group.flag & ~mask) != 0) {
+        node.member("flag").refuse(std::to_string(group.flag) + " has bits outside the mask",
+                                   "bits of the mask " + std::to_string(mask));
+    }
+    for (const U16 keyword : {tcpEstablished, tcpInitialSyn}) {
+        const std::string name = keyword == tcpEstablished ? "established" : "initial-syn";
+        if ((mask & keyword) == 0) continue;
+        if (mask != keyword) {
+            node.refuse("\"" + name + "\" beside other flags", "it alone in its group");
+        }
+        if (group.flag != keyword)
+            node.refuse("\"" + name + "\" is not set", "its bit in \"flag\"");
+    }
+    return group;
+}
+
+constexpr Key<IcmpTypeRange> icmpTypeKeys[] = {
+    {"type",
+     [](const Node& node, IcmpTypeRange& to) {
+         const NumericalRange range = readRange(node, 0, 255);
+         to.low = range.low;
+         to.high = range.high;
+     },
+     Presence::required},
+    {"codes", [](const Node& node,
+                 IcmpTypeRange& to) { to.codes = readRanges<IcmpCodeRange>(node, 0, 255); }},
+};
+
+void readIcmpTypes(const Node& node, ProtoField& proto) {
+    Orb::HashSet2018<NumericalRange> seen;
+    readList(node, [&](const Node& item) {
+        IcmpTypeRange types;
+        readObject(item, icmpTypeKeys, types);
+        if (seen.contains(types)) item.member("type").refuse("this type stands twice", "it once");
+        seen.isNew(types);
+        proto.icmpTypesIs(std::move(types));
+    });
+}
+
+constexpr Key<ProtoField> protoFieldKeys[] = {
+    {"portFields", readPortFields},
+    {"tcpFlags",
+     [](const Node& node, ProtoField& to) {
+         to.tcpFlagsIs(readSet<Orb::HashSet2018<TcpFlagAndMask>>(node, readTcpFlagGroup));
+     }},
+    {"icmpTypes", readIcmpTypes},
+};
+
+// Null when nothing is asked of the layer-4 header, as for most protocols.
+Orb::Ptr<const ProtoField> readProtoField(const Node& node) {
+    if (node.object().size() == 0) return nullptr;
+    auto proto = Orb::make<ProtoField>();
+    readObject(node, protoFieldKeys, *proto);
+    return proto;
+}
+
+void readProtocols(const Node& node, Filter& to) {
+    using Protocols = Orb::HashMap2018<ProtocolRange, Orb::Ptr<const ProtoField>>;
+    auto protocols = readMap<Protocols>(
+        node, protocolKey, [](const Node& member, auto&) { return readProtoField(member); });
+    if (protocols && !to.takesProtocols) {
+        node.refuse("protocols in a rule of the match option " +
+                        inQuotes(PolicyMap::matchOptionName(ClassMapMatchOption::mac)) + " or " +
+                        inQuotes(PolicyMap::matchOptionName(ClassMapMatchOption::mpls)),
+                    "none there");
+    }
+    to.filter.protocolsIs(std::move(protocols));
+}
+
+struct FragmentParts {
+    FragmentType type = FragmentType::matchAll;
+    Orb::HashSet2018<FragmentOffsetRange> offset;
+};
+
+constexpr Key<FragmentParts> fragmentKeys[] = {
+    {"type",
+     [](const Node& node, FragmentParts& to) {
+         static constexpr std::string_view words[] = {"matchAll", "matchOffset"};
+         to.type = node.oneOf(words) == 0 ? FragmentType::matchAll : FragmentType::matchOffset;
+     },
+     Presence::required},
+    {"offset",
+     [](const Node& node, FragmentParts& to) {
+         to.offset = readRanges<FragmentOffsetRange>(node, 0, 8191);
+     }},
+};
+
+void readFragment(const Node& node, Filter& to) {
+    FragmentParts parts;
+    readObject(node, fragmentKeys, parts);
+    auto fragment = Orb::make<Fragment>(parts.type);
+    fragment->offsetIs(std::move(parts.offset));
+    to.filter.fragmentIs(Orb::Ptr<const Fragment>(fragment));
+}
+
+struct InnerMatchParts {
+    AddressFamily family = AddressFamily::ipv4;
+    EncapsulationType encapsulation = EncapsulationType::gtpv1;
+};
+
+constexpr Key<InnerMatchParts> innerMatchKeys[] = {
+    {"af",
+     [](const Node& node, InnerMatchParts& to) {
+         static constexpr std::string_view words[] = {"ipv4", "ipv6"};
+         to.family = node.oneOf(words) == 0 ? AddressFamily::ipv4 : AddressFamily::ipv6;
+     },
+     Presence::required},
+    {"encapType",
+     [](const Node& node, InnerMatchParts& to) {
+         static constexpr std::string_view words[] = {"gtpv1"};
+         to.encapsulation = static_cast<EncapsulationType>(node.oneOf(words));
+     },
+     Presence::required},
+    // Read when the family of its prefixes is known.
+    {"structuredFilter", [](const Node&, InnerMatchParts&) {}, Presence::required},
+};
+
+Orb::Ptr<const StructuredFilter> readFilter(const Node& node, std::optional<AddressFamily> family,
+                                            bool takesProtocols);
+
+void readInnerMatch(const Node& node, Filter& to) {
+    InnerMatchParts parts;
+    readObject(node, innerMatchKeys, parts);
+    auto inner = Orb::make<InnerMatch>(parts.family, parts.encapsulation);
+    inner->structuredFilterIs(readFilter(node.member("structuredFilter"), parts.family, true));
+    to.filter.innerMatchIs(Orb::Ptr<const InnerMatch>(inner));
+}
+
+U8 readBgpWord(const Node& node) {
+    static constexpr std::string_view words[] = {"none", "bgp"};
+    return static_cast<U8>(node.oneOf(words));
+}
+
+constexpr Key<Filter> filterKeys[] = {
+    {"vlanTags", [](const Node& node, Filter& to) { readVlanTags(node, to.filter); }},
+    {"sources",
+     [](const Node& node, Filter& to) { to.filter.sourcesIs(readPrefixes(node, to.family)); }},
+    {"srcPrefixSets",
+     [](const Node& node, Filter& to) { to.filter.srcPrefixSetsIs(readNames(node)); }},
+    {"sourceLpms",
+     [](const Node& node, Filter& to) { to.filter.sourceLpmsIs(readPrefixes(node, to.family)); }},
+    {"srcLpmPrefixSets",
+     [](const Node& node, Filter& to) { to.filter.srcLpmPrefixSetsIs(readNames(node)); }},
+    {"destinations",
+     [](const Node& node, Filter& to) { to.filter.destinationsIs(readPrefixes(node, to.family)); }},
+    {"dstPrefixSets",
+     [](const Node& node, Filter& to) { to.filter.dstPrefixSetsIs(readNames(node)); }},
+    {"destinationLpms",
+     [](const Node& node, Filter& to) {
+         to.filter.destinationLpmsIs(readPrefixes(node, to.family));
+     }},
+    {"dstLpmPrefixSets",
+     [](const Node& node, Filter& to) { to.filter.dstLpmPrefixSetsIs(readNames(node)); }},
+    {"protocols", readProtocols},
+    {"length",
+     [](const Node& node, Filter& to) {
+         to.filter.lengthIs(readRanges<PacketLengthRange>(node, 0, 65535));
+     }},
+    {"fragment", readFragment},
+    {"dscp",
+     [](const Node& node, Filter& to) { to.filter.dscpIs(readRanges<DscpRange>(node, 0, 63)); }},
+    {"ecn",
+     [](const Node& node, Filter& to) { to.filter.ecnIs(readRanges<EcnRange>(node, 0, 3)); }},
+    {"ttl",
+     [](const Node& node, Filter& to) { to.filter.ttlIs(readRanges<TtlRange>(node, 0, 255)); }},
+    {"neighborsProtocol",
+     [](const Node& node, Filter& to) {
+         to.filter.neighborsProtocolIs(static_cast<NeighborsProtocol>(readBgpWord(node)));
+     }},
+    {"l4Protocol",
+     [](const Node& node, Filter& to) {
+         to.filter.l4ProtocolIs(static_cast<L4Protocol>(readBgpWord(node)));
+     }},
+    {"ipOptions", [](const Node& node, Filter& to) { to.filter.ipOptionsIs(node.boolean()); }},
+    {"tracked", [](const Node& node, Filter& to) { to.filter.trackedIs(node.boolean()); }},
+    {"innerMatch", readInnerMatch},
+};
+
+struct AddressForm {
+    std::string_view key;
+    bool isPresent;
+};
+
+void refuseTwoForms(const Node& node, std::initializer_list<AddressForm> forms, const char* side) {
+    const auto isPresent = [](const AddressForm& form) { return form.isPresent; };
+    const auto* const first = std::find_if(forms.begin(), forms.end(), isPresent);
+    if (first == forms.end()) return;
+    const auto* const second = std::find_if(first + 1, forms.end(), isPresent);
+    if (second == forms.end()) return;
+    node.refuse("both " + inQuotes(first->key) + " and " + inQuotes(second->key),
+                std::string("one form of the ") + side);
+}
+
+Orb::Ptr<const StructuredFilter> readFilter(const Node& node, std::optional<AddressFamily> family,
+                                            bool takesProtocols) {
+    auto filter = Orb::make<StructuredFilter>();
+    Filter reading{*filter, family, takesProtocols};
+    readObject(node, filterKeys, reading);
+    refuseTwoForms(node,
+                   {{"sources", !filter->sources().empty()},
+                    {"srcPrefixSets", !filter->srcPrefixSets().empty()},
+                    {"sourceLpms", !filter->sourceLpms().empty()},
+                    {"srcLpmPrefixSets", !filter->srcLpmPrefixSets().empty()}},
+                   "source");
+    refuseTwoForms(node,
+                   {{"destinations", !filter->destinations().empty()},
+                    {"dstPrefixSets", !filter->dstPrefixSets().empty()},
+                    {"destinationLpms", !filter->destinationLpms().empty()},
+                    {"dstLpmPrefixSets", !filter->dstLpmPrefixSets().empty()}},
+                   "destination");
+    return filter;
+}
+
+}  // namespace
+
+Orb::Ptr<const StructuredFilter> readStructuredFilter(const Node& node,
+                                                      ClassMapMatchOption option) {
+    switch (option) {
+        case ClassMapMatchOption::ipv4:
+            return readFilter(node, AddressFamily::ipv4, true);
+        case ClassMapMatchOption::ipv6:
+            return readFilter(node, AddressFamily::ipv6, true);
+        case ClassMapMatchOption::mac:
+        case ClassMapMatchOption::mpls:
+            break;
+    }
+    return readFilter(node, std::nullopt, false);
+}
+
+}  // namespace StateDirectory

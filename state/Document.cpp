@@ -1,0 +1,99 @@
+// Opening never waits (a FIFO without a writer would), and nothing but a regular file is read. Text
+// and parser are freed before the values are walked: only the parsed form stays.
+#include "state/Document.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "orb/Escape.h"
+#include "state/SyntaxFault.h"
+
+namespace StateDirectory {
+
+namespace {
+
+class File {
+  public:
+    explicit File(const std::string& path)
+        : descriptor_(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY)) {}
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+    ~File() {
+        if (descriptor_ >= 0) ::close(descriptor_);
+    }
+
+    bool isOpen() const { return descriptor_ >= 0; }
+    int descriptor() const { return descriptor_; }
+
+  private:
+    int descriptor_;
+};
+
+[[noreturn]] void refuse(const std::string& name, const std::string& wrong,
+                         const std::string& expected) {
+    throw StateError(name + ": " + wrong + ", expected " + expected);
+}
+
+[[noreturn]] void refuseUnreadable(const std::string& name, const char* operation) {
+    refuse(name, std::string(operation) + ": " + std::strerror(errno), "a readable regular file");
+}
+
+// How many of the bytes that were asked for are there.
+std::size_t readAll(const File& file, const std::string& name, char* data, std::size_t size) {
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t count = ::read(file.descriptor(), data + done, size - done);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) refuseUnreadable(name, "cannot be read");
+        if (count == 0) break;
+        done += static_cast<std::size_t>(count);
+    }
+    return done;
+}
+
+simdjson::padded_string readFile(const std::string& path, const std::string& name) {
+    const File file(path);
+    if (!file.isOpen()) refuseUnreadable(name, "cannot be opened");
+    struct stat status {};
+    if (::fstat(file.descriptor(), &status) != 0) refuseUnreadable(name, "cannot be read");
+    if (!S_ISREG(status.st_mode)) refuse(name, "is no regular file", "a readable regular file");
+    const auto size = static_cast<std::size_t>(status.st_size);
+    if (size > Document::maxSize) {
+        refuse(name, "has " + std::to_string(size) + " bytes",
+               "at most " + std::to_string(Document::maxSize));
+    }
+    simdjson::padded_string text(size);
+    if (size > 0 && text.data() == nullptr) {
+        refuse(name, "does not fit into memory", "a smaller document");
+    }
+    if (readAll(file, name, text.data(), size) != size) {
+        refuse(name, "became shorter while it was read", "a document that stands still");
+    }
+    return text;
+}
+
+simdjson::dom::element parse(const std::string& path, const std::string& name,
+                             simdjson::dom::document& parsed) {
+    const simdjson::padded_string text = readFile(path, name);
+    simdjson::dom::parser parser;
+    simdjson::dom::element root;
+    const simdjson::error_code error = parser.parse_into_document(parsed, text).get(root);
+    if (error == simdjson::SUCCESS) return root;
+    if (const auto fault = findSyntaxFault(text)) {
+        refuse(name + ": line " + std::to_string(fault->line) + ", column " +
+                   std::to_string(fault->column),
+               fault->wrong, fault->expected);
+    }
+    refuse(name, simdjson::error_message(error), "a JSON document");
+}
+
+}  // namespace
+
+Document::Document(const std::string& path)
+    : name_(Orb::escaped(path)), root_(name_, parse(path, name_, parsed_)) {}
+
+}  // namespace StateDirectory

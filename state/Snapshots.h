@@ -1,0 +1,26 @@
+// The counter snapshots of a state directory, as snapshots.json holds them.
+#pragma once
+
+#include <string>
+
+#include "hive/PolicyMapStatus.h"
+#include "state/StateError.h"
+
+namespace StateDirectory {
+
+// One store per target of a clear; none is null.
+struct Snapshots {
+    Orb::Ptr<TrafficPolicy::Counter> cpu = Orb::make<TrafficPolicy::Counter>();
+    Orb::Ptr<TrafficPolicy::Counter> interfaceInput = Orb::make<TrafficPolicy::Counter>();
+    Orb::Ptr<TrafficPolicy::Counter> interfaceOutput = Orb::make<TrafficPolicy::Counter>();
+};
+
+// Reads snapshots.json of the directory. Without such a file the stores are empty: nothing was ever
+// cleared. Throws StateError when the document is unreadable or has a mistake.
+Snapshots readSnapshots(const std::string& directory);
+
+// The document that readSnapshots() reads back as the same snapshots; entries ascend by name.
+// Throws StateError when a snapshot bears a name or an identity that the reader would refuse.
+std::string snapshotsText(const Snapshots& snapshots);
+
+}  // namespace StateDirectory

@@ -1,0 +1,203 @@
+// What the platform reports: its abilities, and five status objects of one form.
+#include "state/Status.h"
+
+#include "state/Counts.h"
+
+namespace StateDirectory {
+
+using namespace PolicyMap;
+
+namespace {
+
+using ReadIntfKey = Wire::IntfId (*)(const Node& member, std::string_view key);
+
+InstallState readInstallState(const Node& node) {
+    static constexpr std::string_view words[] = {"notReported", "programmed", "failed"};
+    if (node.element().is_number()) return static_cast<InstallState>(node.number(0, ~U32{0}));
+    return static_cast<InstallState>(node.oneOf(words));
+}
+
+constexpr Key<Installation> installationKeys[] = {
+    {"state", [](const Node& node, Installation& to) { to.state = readInstallState(node); },
+     Presence::required},
+    {"errorText",
+     [](const Node& node, Installation& to) { to.errorText = Orb::String(node.text()); }},
+};
+
+Orb::Ptr<const IntfStatus> readIntfStatus(const Node& node, const Wire::IntfId& intfId) {
+    using Installations = Orb::HashMap2018<ClassMapMatchOption, Installation>;
+    auto status = Orb::make<IntfStatus>(intfId);
+    status->installationIs(
+        readMap<Installations>(node, matchOptionKey, [](const Node& member, ClassMapMatchOption) {
+            Installation installation;
+            readObject(member, installationKeys, installation);
+            return installation;
+        }));
+    return status;
+}
+
+Orb::Ptr<const ClassMapStatus> readClassMapStatus(const Node& node, const Orb::String& name) {
+    using Options = Orb::HashSet2018<ClassMapMatchOption>;
+    auto options = readSet<Options>(node, [](const Node& item) {
+        return static_cast<ClassMapMatchOption>(item.oneOf(matchOptionWords()));
+    });
+    if (options.size() > 1) node.refuse("several match options", "a list of one, or an empty one");
+    auto status = Orb::make<ClassMapStatus>(name);
+    status->matchIs(std::move(options));
+    return status;
+}
+
+Orb::Ptr<const PacketDataStatus> readCounter(const Node& node, const Orb::String& name) {
+    auto parts = readRecord<const IntfCountData>(node);
+    auto counter = Orb::make<PacketDataStatus>(name, parts.counts.uniqueId);
+    counter->countIs(parts.counts.count);
+    counter->perIntfCountIs(std::move(parts.perIntfCount));
+    return counter;
+}
+
+// A policy's status being read, with the function that checks the ids of its interfaces.
+struct PolicyStatus {
+    PolicyMapStatus& status;
+    ReadIntfKey readIntfKey;
+};
+
+template <class Record>
+using ByName = Orb::HashMap2018<Orb::String, Orb::Ptr<const Record>>;
+
+constexpr Key<PolicyStatus> policyStatusKeys[] = {
+    {"classMapStatus",
+     [](const Node& node, PolicyStatus& to) {
+         to.status.classMapStatusIs(
+             readMap<ByName<ClassMapStatus>>(node, nameKey, readClassMapStatus));
+     }},
+    {"intfStatus",
+     [](const Node& node, PolicyStatus& to) {
+         using ByIntf = Orb::RbTreeMap<Wire::IntfId, Orb::Ptr<const IntfStatus>>;
+         to.status.intfStatusIs(readMap<ByIntf>(node, to.readIntfKey, readIntfStatus));
+     }},
+    {"classCounter",
+     [](const Node& node, PolicyStatus& to) {
+         to.status.classCounterIs(readMap<ByName<PacketDataStatus>>(node, nameKey, readCounter));
+     }},
+    {"namedCounter",
+     [](const Node& node, PolicyStatus& to) {
+         to.status.namedCounterIs(readMap<ByName<PacketDataStatus>>(node, nameKey, readCounter));
+     }},
+};
+
+// A status object being read, likewise.
+struct TypeStatus {
+    TrafficPolicy::Status& status;
+    ReadIntfKey readIntfKey;
+};
+
+constexpr Key<TypeStatus> typeStatusKeys[] = {
+    {"countersPerInterface",
+     [](const Node& node, TypeStatus& to) { to.status.countersPerInterfaceIs(node.boolean()); }},
+    {"policyMapStatus",
+     [](const Node& node, TypeStatus& to) {
+         using Policies = Orb::RbTreeMap<Orb::String, Orb::Ptr<const PolicyMapStatus>>;
+         to.status.policyMapStatusIs(
+             readMap<Policies>(node, nameKey, [&](const Node& member, const Orb::String& name) {
+                 auto policy = Orb::make<PolicyMapStatus>(name);
+                 PolicyStatus reading{*policy, to.readIntfKey};
+                 readObject(member, policyStatusKeys, reading);
+                 return Orb::Ptr<const PolicyMapStatus>(policy);
+             }));
+     }},
+};
+
+Orb::Ptr<const TrafficPolicy::Status> readTypeStatus(const Node& node,
+                                                     ReadIntfKey readIntfKey = intfKey) {
+    auto status = Orb::make<TrafficPolicy::Status>();
+    TypeStatus reading{*status, readIntfKey};
+    readObject(node, typeStatusKeys, reading);
+    return status;
+}
+
+constexpr Key<TrafficPolicy::HwStatus> hwStatusKeys[] = {
+    {"countersInReef",
+     [](const Node& node, TrafficPolicy::HwStatus& to) { to.countersInReefIs(node.boolean()); }},
+    {"byteCountersSupported",
+     [](const Node& node, TrafficPolicy::HwStatus& to) {
+         to.byteCountersSupportedIs(node.boolean());
+     }},
+};
+
+TrafficPolicy::CounterGranularity readGranularity(const Node& node) {
+    static constexpr std::string_view words[] = {"notEnabled", "perPolicy", "perInterface"};
+    return static_cast<TrafficPolicy::CounterGranularity>(node.oneOf(words));
+}
+
+constexpr Key<TrafficPolicy::TrafficPolicyIntfParamStatus> intfParamKeys[] = {
+    {"ingressCounterGranularity",
+     [](const Node& node, TrafficPolicy::TrafficPolicyIntfParamStatus& to) {
+         to.ingressCounterGranularityIs(readGranularity(node));
+     }},
+    {"egressCounterGranularity",
+     [](const Node& node, TrafficPolicy::TrafficPolicyIntfParamStatus& to) {
+         to.egressCounterGranularityIs(readGranularity(node));
+     }},
+};
+
+template <class Type, const auto& keys>
+Orb::Ptr<const Type> readRecordOf(const Node& node) {
+    auto record = Orb::make<Type>();
+    readObject(node, keys, *record);
+    return record;
+}
+
+constexpr Key<State> statusKeys[] = {
+    {"hwStatus",
+     [](const Node& node, State& to) {
+         to.hwStatus = readRecordOf<TrafficPolicy::HwStatus, hwStatusKeys>(node);
+     }},
+    {"intfParamStatus",
+     [](const Node& node, State& to) {
+         to.intfParamStatus =
+             readRecordOf<TrafficPolicy::TrafficPolicyIntfParamStatus, intfParamKeys>(node);
+     }},
+    {"interfaceInput",
+     [](const Node& node, State& to) { to.interfaceInput = readTypeStatus(node); }},
+    {"interfaceOutput",
+     [](const Node& node, State& to) { to.interfaceOutput = readTypeStatus(node); }},
+    {"cpu", [](const Node& node, State& to) { to.cpu = readTypeStatus(node); }},
+    {"cpuSoftware", [](const Node& node, State& to) { to.cpuSoftware = readTypeStatus(node); }},
+    {"vlan", [](const Node& node, State& to) { to.vlan = readTypeStatus(node, vlanIntfKey); }},
+};
+
+Orb::String onlyOption(const ClassMapStatus& status) {
+    return Orb::String(matchOptionName(*status.match().begin()));
+}
+
+// A rule has one match option in the platform; both directions number its rules by it.
+void checkDirections(const Node& root, const State& state) {
+    if (!state.interfaceInput || !state.interfaceOutput) return;
+    for (const auto& [policyName, output] : state.interfaceOutput->policyMapStatus()) {
+        const PolicyMapStatus* const input = state.interfaceInput->policyMapStatus(policyName);
+        if (input == nullptr) continue;
+        for (const auto& [ruleName, rule] : output->classMapStatus()) {
+            const ClassMapStatus* const other = input->classMapStatus(ruleName);
+            if (other == nullptr || !rule->match() || !other->match()) continue;
+            const Orb::String option = onlyOption(*other);
+            if (onlyOption(*rule) == option) continue;
+            const Node direction = root.member("interfaceOutput");
+            const Node policies = direction.member("policyMapStatus");
+            const Node policy = policies.member(policyName);
+            policy.member("classMapStatus")
+                .member(ruleName)
+                .refuse("the match option " + inQuotes(onlyOption(*rule)) +
+                            " differs from that in \"interfaceInput\"",
+                        inQuotes(option));
+        }
+    }
+}
+
+}  // namespace
+
+void readStatus(const Node& root, State& state) {
+    readObject(root, statusKeys, state);
+    checkDirections(root, state);
+}
+
+}  // namespace StateDirectory

@@ -1,0 +1,22 @@
+// Finds where a text stops being JSON (RFC 8259), for the message about it. The parser that reads
+// documents says only that they are none.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace StateDirectory {
+
+struct SyntaxFault {
+    std::size_t line = 1;    // from 1
+    std::size_t column = 1;  // from 1, in characters
+    std::string wrong;
+    std::string expected;
+};
+
+// The first fault of the text; none when it is a document of numbers within 64 bits, nested less
+// than 1,024 deep.
+std::optional<SyntaxFault> findSyntaxFault(std::string_view text);
+
+}  // namespace StateDirectory

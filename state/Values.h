@@ -1,0 +1,58 @@
+// The values that stand in strings: names, interface ids, ranges, prefixes, addresses; as members,
+// as keys of maps and as elements of sets.
+#pragma once
+
+#include <optional>
+
+#include "hive/MatchOption.h"
+#include "hive/Ranges.h"
+#include "state/Collections.h"
+#include "wire/AddressFamily.h"
+#include "wire/EthAddr.h"
+#include "wire/IntfId.h"
+#include "wire/IpGenPrefix.h"
+
+namespace StateDirectory {
+
+// Says whether the text may be a name: not empty, no C0, DEL or C1 character. It is valid UTF-8.
+bool isName(std::string_view text);
+
+Orb::String readName(const Node& node);
+Wire::IpGenAddr readAddress(const Node& node);
+Wire::EthAddr readMacAddress(const Node& node);
+// A prefix without host bits; of the family, if one is given.
+Wire::IpGenPrefix readPrefix(const Node& node, std::optional<Wire::AddressFamily> family);
+// A range "low-high" or a single number, both bounds within the limits.
+Classification::NumericalRange readRange(const Node& node, U32 lowest, U32 highest);
+
+template <class Set>
+Set readNames(const Node& node) {
+    return readSet<Set>(node, readName);
+}
+inline Orb::HashSet2018<Orb::String> readNames(const Node& node) {
+    return readNames<Orb::HashSet2018<Orb::String>>(node);
+}
+
+Orb::HashSet2018<Wire::IpGenPrefix> readPrefixes(const Node& node,
+                                                 std::optional<Wire::AddressFamily> family);
+
+template <class Range>
+Orb::HashSet2018<Range> readRanges(const Node& node, U32 lowest, U32 highest) {
+    return readSet<Orb::HashSet2018<Range>>(node, [=](const Node& item) {
+        const Classification::NumericalRange range = readRange(item, lowest, highest);
+        return Range(range.low, range.high);
+    });
+}
+
+// Keys of maps. Each refuses a key that is none.
+Orb::String nameKey(const Node& member, std::string_view key);
+Wire::IntfId intfKey(const Node& member, std::string_view key);
+// "Vlan1" to "Vlan4094", digits without leading zeros.
+Wire::IntfId vlanIntfKey(const Node& member, std::string_view key);
+PolicyMap::ClassMapMatchOption matchOptionKey(const Node& member, std::string_view key);
+Classification::ProtocolRange protocolKey(const Node& member, std::string_view key);
+
+// The words of match options, by their values.
+std::span<const std::string_view> matchOptionWords();
+
+}  // namespace StateDirectory
