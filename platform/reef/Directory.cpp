@@ -1,0 +1,119 @@
+#include "reef/Directory.h"
+
+#include <algorithm>
+#include <tuple>
+
+#include "orb/Escape.h"
+#include "reef/CorruptionDetectedException.h"
+
+namespace Reef {
+
+namespace {
+
+[[noreturn]] void damaged(const char* what) {
+    throw Cairn::CorruptionDetectedException(std::string("its directory is damaged: ") + what);
+}
+
+}  // namespace
+
+void Directory::check() const {
+    const auto checkName = [this](NameRange range) {
+        if (U64{range.offset} + range.length > names.size()) damaged("a name lies outside");
+    };
+    U64 next = 0;
+    const PolicyEntry* previous = nullptr;
+    for (const PolicyEntry& policy : policies) {
+        checkName(policy.name);
+        if (policy.direction > 1) damaged("a policy has no direction");
+        if (previous != nullptr && std::tuple(previous->direction, nameOf(previous->name)) >=
+                                       std::tuple(policy.direction, nameOf(policy.name))) {
+            damaged("its policies do not ascend");
+        }
+        previous = &policy;
+
+        const U64 firstNamed = U64{policy.firstCounter} + policy.ruleCount;
+        U64 interface = firstNamed + policy.namedCount;
+        if (policy.firstCounter != next || interface > counters.size()) {
+            damaged("a policy's counters lie outside");
+        }
+        for (U64 i = policy.firstCounter; i < firstNamed; ++i) {
+            if (counters[i].interfaceCount != 0) damaged("a rule counts per interface");
+        }
+        for (U64 i = firstNamed; i < firstNamed + policy.namedCount; ++i) {
+            if (counters[i].firstInterface != interface) damaged("interfaces lie outside");
+            interface += counters[i].interfaceCount;
+        }
+        if (interface > counters.size()) damaged("interfaces lie outside");
+        next = interface;
+    }
+    if (next != counters.size()) damaged("counters belong to no policy");
+    for (const CounterEntry& counter : counters) checkName(counter.name);
+}
+
+U64 Directory::checksum() const {
+    U64 sum = Reef::checksum(std::as_bytes(std::span(policies)), 0);
+    sum = Reef::checksum(std::as_bytes(std::span(counters)), sum);
+    return Reef::checksum(std::as_bytes(std::span(names)), sum);
+}
+
+std::span<const PolicyEntry> Directory::policiesOf(Direction direction) const {
+    const auto found = std::ranges::equal_range(policies, static_cast<U32>(direction), {},
+                                                &PolicyEntry::direction);
+    return {found.begin(), found.end()};
+}
+
+const PolicyEntry* Directory::policy(Direction direction, std::string_view name) const {
+    const auto candidates = policiesOf(direction);
+    const auto byName = [this](const PolicyEntry& entry) { return nameOf(entry.name); };
+    const auto found = std::ranges::lower_bound(candidates, name, {}, byName);
+    return found != candidates.end() && byName(*found) == name ? &*found : nullptr;
+}
+
+std::optional<CounterIndex> Directory::rule(const PolicyEntry& policy,
+                                            std::string_view name) const {
+    return indexed(policy, &PolicyIndex::rules, policy.firstCounter, policy.ruleCount, name);
+}
+
+std::optional<CounterIndex> Directory::namedCounter(const PolicyEntry& policy,
+                                                    std::string_view name) const {
+    return indexed(policy, &PolicyIndex::named, policy.firstCounter + policy.ruleCount,
+                   policy.namedCount, name);
+}
+
+std::optional<CounterIndex> Directory::indexed(const PolicyEntry& policy,
+                                               NameMap PolicyIndex::*kind, CounterIndex first,
+                                               U32 count, std::string_view name) const {
+    if (index_.empty()) index_.resize(policies.size());
+    NameMap& map = index_[static_cast<std::size_t>(&policy - policies.data())].*kind;
+    if (map.empty()) {
+        map.reserve(count);
+        for (CounterIndex i = first; i < first + count; ++i) {
+            map.isNew({nameOf(counters[i].name), i});
+        }
+    }
+    const CounterIndex* const found = map.find(name);
+    return found == nullptr ? std::nullopt : std::optional(*found);
+}
+
+std::string Directory::describe(CounterIndex counter) const {
+    const auto after = std::ranges::upper_bound(policies, counter, {}, &PolicyEntry::firstCounter);
+    const PolicyEntry& policy = *std::prev(after);
+    std::string text = policy.direction == 0 ? "input policy " : "output policy ";
+    Orb::appendEscaped(text, nameOf(policy.name));
+    const CounterIndex firstNamed = policy.firstCounter + policy.ruleCount;
+    CounterIndex owner = counter;
+    if (counter >= firstNamed + policy.namedCount) {
+        // Of unsigned differences only the owner's is below its count.
+        owner = firstNamed;
+        while (counter - counters[owner].firstInterface >= counters[owner].interfaceCount) ++owner;
+    }
+    text += owner < firstNamed ? ", rule " : ", counter ";
+    Orb::appendEscaped(text, nameOf(counters[owner].name));
+    if (owner != counter) {
+        text += ", interface ";
+        Orb::appendEscaped(text, nameOf(counters[counter].name));
+    }
+    return text;
+}
+
+}  // namespace Reef
