@@ -1,0 +1,20 @@
+#include "counters/NamedCounterView.h"
+
+#include "frame/Trace.h"
+
+namespace TrafficPolicyCli {
+
+void renderNamedCounter(textout::RendererV2& renderer,
+                        const Orb::Ptr<const PolicyState>& policyState, U32) {
+    SHOW_TRACE_ENTRY();
+    if (policyState->namedCounter().empty()) return;
+    const auto list = renderer.list("namedCounters");
+    renderer.indent(6).text("counter");
+    for (const auto& [name, declared] : policyState->namedCounter()) {
+        renderer.item(name);
+        renderer.text(" ").name(name);
+    }
+    renderer.endLine();
+}
+
+}  // namespace TrafficPolicyCli

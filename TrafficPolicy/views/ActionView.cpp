@@ -1,0 +1,262 @@
+// The actions of one rule: a row per action type, with the function that prints an action of it.
+#include "frame/ShowTrafficPolicy.h"
+#include "orb/Assert.h"
+#include "views/ListLayout.h"
+
+namespace TrafficPolicyCli {
+
+namespace {
+
+using PolicyMap::Action;
+using PolicyMap::ActionType;
+using textout::RendererV2;
+
+// How the actions of one policy are printed.
+struct Layout {
+    U32 indent;
+    U32 indentPerLevel;
+    bool detail;
+};
+
+void printText(RendererV2& renderer, const Orb::String& name) { renderer.name(name); }
+void printItem(RendererV2& renderer, const Orb::String& name) { renderer.item(name); }
+
+// Addresses are printed into a buffer, names as they stand.
+struct PrintedAddress {
+    explicit PrintedAddress(const Wire::IpGenAddr& address) : size(address.print(buffer)) {}
+    std::string_view view() const { return {buffer, size}; }
+
+    char buffer[Wire::IpGenAddr::maxPrintedSize];
+    std::size_t size;
+};
+void printText(RendererV2& renderer, const Wire::IpGenAddr& address) {
+    renderer.text(PrintedAddress(address).view());
+}
+void printItem(RendererV2& renderer, const Wire::IpGenAddr& address) {
+    renderer.item(PrintedAddress(address).view());
+}
+
+// The entries on the text line: three and "..." unless detail; and the whole JSON list.
+template <class Entry>
+void renderEntries(RendererV2& renderer, std::string_view jsonKey,
+                   const Orb::RbTreeSet<Entry>& entries, std::string_view separator, bool detail) {
+    constexpr U32 shownInPlainView = 3;
+    const auto list = renderer.list(jsonKey);
+    U32 count = 0;
+    for (const Entry& entry : entries) {
+        printItem(renderer, entry);
+        if (!detail && count > shownInPlainView) continue;
+        if (count > 0) renderer.text(separator);
+        if (detail || count < shownInPlainView) {
+            printText(renderer, entry);
+        } else {
+            renderer.text("...");
+        }
+        ++count;
+    }
+}
+
+void renderDrop(RendererV2& renderer, const Action&, const Layout& layout) {
+    renderer.pair("drop", true);
+    renderer.indent(layout.indent).text("Drop").endLine();
+}
+
+void renderLog(RendererV2& renderer, const Action&, const Layout& layout) {
+    renderer.pair("log", true);
+    renderer.indent(layout.indent).text("Log").endLine();
+}
+
+void renderGoto(RendererV2& renderer, const Action& action, const Layout& layout) {
+    const auto& matchName = static_cast<const PolicyMap::GotoAction&>(action).matchName();
+    const auto object = renderer.object("goto");
+    renderer.indent(layout.indent);
+    if (matchName.empty()) {
+        renderer.pair("nextMatch", true);
+        renderer.text("Goto next");
+    } else {
+        renderer.pair("matchName", matchName);
+        renderer.text("Goto match ").name(matchName);
+    }
+    renderer.endLine();
+}
+
+// How a recursive next hop was resolved.
+void renderResolvedNexthops(RendererV2& renderer,
+                            const Orb::RbTreeSet<Wire::IpGenAddr>& resolvedNexthops,
+                            const Layout& layout) {
+    const auto object = renderer.object("resolvedNexthops");
+    const auto list = renderer.list("nexthops");
+    const U32 indent = layout.indent + layout.indentPerLevel;
+    renderer.indent(layout.indent).text("Active routing action:").endLine();
+    if (resolvedNexthops.empty()) renderer.indent(indent).text("No resolved next hop").endLine();
+    for (const Wire::IpGenAddr& nexthop : resolvedNexthops) {
+        renderer.indent(indent).text("Route via next hop ");
+        printText(renderer, nexthop);
+        renderer.endLine();
+        printItem(renderer, nexthop);
+    }
+}
+
+void renderRedirectNexthop(RendererV2& renderer, const Action& action, const Layout& layout) {
+    const auto& redirect = static_cast<const PolicyMap::RedirectNexthopAction&>(action);
+    const auto object = renderer.object("redirectNexthop");
+    renderer.pair("recursive", redirect.recursive());
+    renderer.indent(layout.indent).text("Redirect next hop ");
+    if (redirect.recursive()) renderer.text("recursive ");
+    renderEntries(renderer, "nexthops", redirect.nexthops(), ", ", layout.detail);
+    if (!redirect.vrfName().empty()) {
+        renderer.pair("vrfName", redirect.vrfName());
+        renderer.text(" vrf ").name(redirect.vrfName());
+    }
+    renderer.endLine();
+    if (redirect.recursive()) {
+        renderResolvedNexthops(renderer, redirect.resolvedNexthops(), layout);
+    }
+}
+
+void renderRedirectNexthopGroup(RendererV2& renderer, const Action& action, const Layout& layout) {
+    const auto& redirect = static_cast<const PolicyMap::RedirectNexthopGroupAction&>(action);
+    renderer.indent(layout.indent).text("Redirect Next-hop Group ");
+    renderEntries(renderer, "redirectNexthopGroups", redirect.nexthopGroups(), ",", layout.detail);
+    renderer.endLine();
+}
+
+// A line of text, unless there are no names, and a JSON list, which is always there.
+void renderTools(RendererV2& renderer, std::string_view label, std::string_view jsonKey,
+                 const Orb::RbTreeSet<Orb::String>& names, U32 indent, bool detail) {
+    if (names) renderer.indent(indent).text(label);
+    renderEntries(renderer, jsonKey, names, ", ", detail);
+    if (names) renderer.endLine();
+}
+
+void renderSetAggGroupAction(RendererV2& renderer, const Action* action, const U32& indent,
+                             bool detail) {
+    const auto& redirect = static_cast<const PolicyMap::SetAggGroupAction&>(*action);
+    const auto object = renderer.object("tapAggRedirect");
+    renderTools(renderer, "Redirect Aggregation Group ", "groups", redirect.groups(), indent,
+                detail);
+    renderTools(renderer, "Redirect Tool Interface ", "interfaces", redirect.interfaces(), indent,
+                detail);
+}
+
+void renderSetAggGroup(RendererV2& renderer, const Action& action, const Layout& layout) {
+    renderSetAggGroupAction(renderer, &action, layout.indent, layout.detail);
+}
+
+void renderSetVrf(RendererV2& renderer, const Action& action, const Layout& layout) {
+    const auto& vrfName = static_cast<const PolicyMap::SetVrfAction&>(action).vrfName();
+    renderer.pair("setVrf", vrfName);
+    renderer.indent(layout.indent).text("Set VRF ").name(vrfName).endLine();
+}
+
+// A value under a label of which the JSON key follows. Values are shown as numbers, never by name.
+void renderSetValue(RendererV2& renderer, std::string_view label, U8 value, U32 indent) {
+    renderer.pair(jsonNameOf(label), value);
+    renderer.indent(indent).text(label).text(" ").number(value).endLine();
+}
+
+void renderSetDscp(RendererV2& renderer, const Action& action, const Layout& layout) {
+    const U8 dscp = static_cast<const PolicyMap::SetDscpAction&>(action).dscp();
+    renderSetValue(renderer, "Set DSCP", dscp, layout.indent);
+}
+
+void renderSetTc(RendererV2& renderer, const Action& action, const Layout& layout) {
+    const U8 trafficClass = static_cast<const PolicyMap::SetTcAction&>(action).tc();
+    renderSetValue(renderer, "Set Traffic Class", trafficClass, layout.indent);
+}
+
+void renderStripHeaderBytes(RendererV2& renderer, const Action& action, const Layout& layout) {
+    const auto& value =
+        static_cast<const PolicyMap::StripHeaderBytesAction&>(action).stripHeaderBytes();
+    renderer.pair("stripHeaderBytes", value);
+    renderer.indent(layout.indent).text("Remove 802.1Q outer tag ").name(value).endLine();
+}
+
+void renderSetIdentityTag(RendererV2& renderer, const Action& action, const Layout& layout) {
+    const auto& tags = static_cast<const PolicyMap::SetIdentityTagAction&>(action);
+    const auto object = renderer.object("setIdentityTag");
+    renderer.pair("idTag", tags.idTag());
+    renderer.pair("innerIdTag", tags.innerIdTag());
+    renderer.indent(layout.indent).text("Set Dot1Q identity tag ").number(tags.idTag());
+    if (tags.innerIdTag() != 0) renderer.text(" inner identity tag ").number(tags.innerIdTag());
+    renderer.endLine();
+}
+
+void renderPolice(RendererV2& renderer, const Action& action, const Layout& layout) {
+    const auto& police = static_cast<const PolicyMap::PoliceAction&>(action);
+    const auto rateUnit = PolicyMap::rateUnitNames[static_cast<U8>(police.rateUnit())];
+    const auto burstUnit = PolicyMap::burstUnitNames[static_cast<U8>(police.burstUnit())];
+    const auto object = renderer.object("police");
+    renderer.pair("rate", police.rate());
+    renderer.pair("unit", rateUnit);
+    renderer.pair("burstSize", police.burstSize());
+    renderer.pair("burstUnit", burstUnit);
+    renderer.indent(layout.indent).text("Police rate ").number(police.rate());
+    renderer.text(" ").text(rateUnit).text(" burst-size ").number(police.burstSize());
+    renderer.text(" ").text(burstUnit).endLine();
+}
+
+struct ActionRow {
+    ActionType type;
+    void (*render)(RendererV2& renderer, const Action& action, const Layout& layout);
+};
+
+// By type, from 0, but for count, which depends on the kind of attachment.
+constexpr ActionRow actionRows[] = {
+    {ActionType::drop, renderDrop},
+    {ActionType::gotoMatch, renderGoto},
+    {ActionType::redirectNexthop, renderRedirectNexthop},
+    {ActionType::redirectNexthopGroup, renderRedirectNexthopGroup},
+    {ActionType::setAggGroup, renderSetAggGroup},
+    {ActionType::setVrf, renderSetVrf},
+    {ActionType::setDscp, renderSetDscp},
+    {ActionType::setTc, renderSetTc},
+    {ActionType::stripHeaderBytes, renderStripHeaderBytes},
+    {ActionType::setIdentityTag, renderSetIdentityTag},
+    {ActionType::police, renderPolice},
+    {ActionType::log, renderLog},
+};
+static_assert([] {
+    for (std::size_t i = 0; i < std::size(actionRows); ++i) {
+        if (static_cast<std::size_t>(actionRows[i].type) != i) return false;
+    }
+    return true;
+}());
+
+const PolicyMap::PolicyClassAction* findActionSet(const PolicyState& policyState,
+                                                  const Orb::String& ruleName) {
+    const auto& config = policyState.policyMapConfig();
+    return config && config->currCfg() ? config->currCfg()->policyAction(ruleName) : nullptr;
+}
+
+}  // namespace
+
+void ShowTrafficPolicyBase::renderActions(RendererV2* renderer, const Orb::String& ruleName,
+                                          U32 ruleIndex,
+                                          const Orb::Ptr<const PolicyState>& policyState,
+                                          U32 indent) {
+    SHOW_TRACE(8, __PRETTY_FUNCTION__ << " " << ruleName << " " << ruleIndex);
+    const PolicyMap::PolicyClassAction* const actionSet = findActionSet(*policyState, ruleName);
+    if (actionSet == nullptr || actionSet->action().empty()) {
+        SHOW_TRACE(8, "No actions mapped to " << ruleName);
+        return;
+    }
+    const auto object = renderer->object("actions");
+    renderer->indent(indent).text("Actions: ").endLine();
+    const Layout layout{indent, policyState->indentCountPerLevel(), policyState->detail()};
+    using Entry = Orb::MapEntry<ActionType, Orb::Ptr<const Action>>;
+    const auto renderAction = [&](const Entry& entry, bool) {
+        const auto type = static_cast<std::size_t>(entry.key);
+        if (entry.key == ActionType::count) {
+            renderCountAction(renderer, ruleIndex, policyState, entry.value, indent);
+        } else if (type < std::size(actionRows)) {
+            actionRows[type].render(*renderer, *entry.value, layout);
+        } else {
+            ORB_ASSERT(false && "Unexpected action type");
+        }
+    };
+    forEachAscending(actionSet->action(), renderAction,
+                     [](const Entry& a, const Entry& b) { return a.key < b.key; });
+}
+
+}  // namespace TrafficPolicyCli

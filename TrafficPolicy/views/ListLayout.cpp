@@ -1,0 +1,103 @@
+// The map of labels and the lines of lists.
+#include "views/ListLayout.h"
+
+#include <iterator>
+
+#include "names/AclNameMap.h"
+#include "orb/Assert.h"
+
+namespace TrafficPolicyCli {
+
+namespace {
+
+struct CliMapEntry {
+    std::string_view label;
+    std::string_view jsonName;
+};
+
+// Ascending by label.
+constexpr CliMapEntry cliMap[] = {
+    {"802.1Q VLAN", "dot1qVlans"},
+    {"DSCP", "dscps"},
+    {"Destination port", "destPorts"},
+    {"Destination port field-set", "destL4PortFieldSets"},
+    {"Destination prefix", "destPrefixes"},
+    {"Destination prefix (longest prefix match)", "destLpmPrefixes"},
+    {"Destination prefix field-set", "destPrefixSets"},
+    {"ECN", "ecns"},
+    {"Fragment: offset", "fragmentOffsets"},
+    {"ICMP code", "icmpCodes"},
+    {"ICMP type", "icmpTypes"},
+    {"IP length", "ipLengths"},
+    {"Protocol", "protocols"},
+    {"Set DSCP", "setDscp"},
+    {"Set Traffic Class", "setTc"},
+    {"Source port", "srcPorts"},
+    {"Source port field-set", "srcL4PortFieldSets"},
+    {"Source prefix", "srcPrefixes"},
+    {"Source prefix (longest prefix match)", "srcLpmPrefixes"},
+    {"Source prefix field-set", "srcPrefixSets"},
+    {"TCP flags", "tcpFlags"},
+    {"TTL", "ttls"},
+};
+static_assert(std::ranges::is_sorted(cliMap, {}, &CliMapEntry::label));
+
+const std::string_view* findJsonName(std::string_view label) {
+    const auto* const entry = std::ranges::lower_bound(cliMap, label, {}, &CliMapEntry::label);
+    return entry != std::end(cliMap) && entry->label == label ? &entry->jsonName : nullptr;
+}
+
+}  // namespace
+
+std::string_view jsonNameOf(std::string_view label) {
+    const std::string_view* const jsonName = findJsonName(label);
+    ORB_ASSERT(!!jsonName && "Invalid mapping in cliMap");
+    SHOW_TRACE(8, label << " --> " << *jsonName);
+    return *jsonName;
+}
+
+std::string_view numericalValueToStrFor(std::string_view label, U32 value,
+                                        PolicyMap::ClassMapMatchOption matchOption) {
+    if (label == "DSCP") return AclNameMap::instance()->dscpName(value);
+    if (label != "Protocol") return {};
+    switch (matchOption) {
+        case PolicyMap::ClassMapMatchOption::ipv4:
+            return AclNameMap::instance()->ipv4ProtocolName(value);
+        case PolicyMap::ClassMapMatchOption::ipv6:
+            return AclNameMap::instance()->ipv6ProtocolName(value);
+        default:
+            ORB_ASSERT(false && "Unrecognized match option");
+            return {};
+    }
+}
+
+void beginItem(textout::RendererV2& renderer, std::string_view label, U32 indent, bool isFirst) {
+    constexpr std::string_view separator = ": ";
+    if (isFirst) {
+        renderer.indent(indent).text(label).text(separator);
+    } else {
+        renderer.indent(indent + static_cast<U32>(label.size() + separator.size()));
+    }
+}
+
+void renderRangeItem(textout::RendererV2& renderer, std::string_view label,
+                     const Classification::NumericalRange& range, U32 indent,
+                     PolicyMap::ClassMapMatchOption matchOption, bool isFirst) {
+    beginItem(renderer, label, indent, isFirst);
+    if (range.low != range.high) {
+        renderer.number(range.low).text("-").number(range.high);
+    } else if (const auto name = numericalValueToStrFor(label, range.low, matchOption);
+               !name.empty()) {
+        renderer.text(name);
+    } else {
+        renderer.number(range.low);
+    }
+    renderer.endLine();
+}
+
+void renderBounds(textout::RendererV2& renderer, const Classification::NumericalRange& range) {
+    renderer.pair("low", range.low);
+    renderer.pair("high", range.high);
+}
+
+}  // namespace TrafficPolicyCli
