@@ -2,24 +2,26 @@
 // Nothing is subtracted here; a view subtracts the last clear when it shows a count.
 #include "frame/ShowTrafficPolicy.h"
 #include "frame/Trace.h"
+#include "reef/PolicyMapReefCounterStatusReader.h"
 
 namespace TrafficPolicyCli {
 
+using PolicyMap::PolicyMapHiveCounterStatusReader;
+using PolicyMap::PolicyMapReefCounterStatusReader;
+
 namespace {
 
-// Calls named(record) and ofClass(record) for the records that the reader has of a policy: of the
-// counters that it declares, and of its rules.
+// Enters into named and ofClass the records that the reader has of a policy: of the counters that
+// it declares, and of its rules.
 template <class Named, class OfClass>
 void gatherCounters(const CounterReader& reader, const PolicyState& policyState,
                     const PolicyMap::PolicyMapStatus& policyStatus, Named named, OfClass ofClass) {
     const PolicyMap::PolicyMapSmKey key{policyState.name(), ""};
     for (const auto& [counterName, isDeclared] : policyState.namedCounter()) {
-        const auto record = reader.namedCounterData(key, counterName);
-        if (record) named(record);
+        if (auto record = reader.namedCounterData(key, counterName)) named(std::move(record));
     }
     for (const auto& [className, cmapStatus] : policyStatus.classMapStatus()) {
-        const auto record = reader.classCounterData(key, className);
-        if (record) ofClass(record);
+        if (auto record = reader.classCounterData(key, className)) ofClass(std::move(record));
     }
 }
 
@@ -27,18 +29,53 @@ void gatherCounters(const CounterReader& reader, const PolicyState& policyState,
 
 Orb::Ptr<const CounterReader> ShowTrafficPolicyBase::createCounterStatusHelper(bool) {
     SHOW_TRACE_ENTRY();
-    return PolicyMap::PolicyMapHiveCounterStatusReader::PolicyMapHiveCounterStatusReaderIs(
-        status());
+    return PolicyMapHiveCounterStatusReader::PolicyMapHiveCounterStatusReaderIs(status());
 }
 
 void ShowTrafficPolicyBase::cacheCounters(const Orb::String& policyName) {
     SHOW_TRACE_ENTRY();
     const auto policyState = getOrCreatePolicyState(policyName);
-    const auto policyStatus = getPolicyMapStatus(policyName);
     gatherCounters(
-        *inputCounterHelper(), *policyState, *policyStatus,
-        [&](const auto& record) { policyState->inputNamedCountersIs(record); },
-        [&](const auto& record) { policyState->inputClassCountersIs(record); });
+        *inputCounterHelper(), *policyState, *getPolicyMapStatus(policyName),
+        [&](auto record) { policyState->inputNamedCountersIs(std::move(record)); },
+        [&](auto record) { policyState->inputClassCountersIs(std::move(record)); });
+}
+
+Orb::Ptr<const CounterReader> ShowTrafficPolicyInterface::createCounterStatusHelper(bool isInput) {
+    SHOW_TRACE_ENTRY();
+    if (!trafficPolicyHwStatus()) return nullptr;
+    if (trafficPolicyHwStatus()->countersInReef()) {
+        const auto reader = Orb::make<PolicyMapReefCounterStatusReader>(
+            isInput ? policyMapCounters() : policyMapCountersOutput());
+        reader->hasNotificationActiveIs(true);
+        return reader;
+    }
+    return PolicyMapHiveCounterStatusReader::PolicyMapHiveCounterStatusReaderIs(
+        isInput ? status() : statusOutput());
+}
+
+Orb::Ptr<const CounterReader> ShowTrafficPolicyInterface::getCounterStatusHelper(
+    bool isInput) const {
+    return isInput ? inputCounterHelper() : outputCounterHelper();
+}
+
+void ShowTrafficPolicyInterface::cacheCounters(const Orb::String& policyName) {
+    SHOW_TRACE_ENTRY();
+    const auto reader = getCounterStatusHelper(isInput());
+    if (!reader) return;
+    const auto policyState = Orb::ptrCast<PolicyStateInterface>(getOrCreatePolicyState(policyName));
+    const auto policyStatus = getPolicyMapStatus(policyName);
+    if (isInput()) {
+        gatherCounters(
+            *reader, *policyState, *policyStatus,
+            [&](auto record) { policyState->inputNamedCountersIs(std::move(record)); },
+            [&](auto record) { policyState->inputClassCountersIs(std::move(record)); });
+    } else {
+        gatherCounters(
+            *reader, *policyState, *policyStatus,
+            [&](auto record) { policyState->outputNamedCountersIs(std::move(record)); },
+            [&](auto record) { policyState->outputClassCountersIs(std::move(record)); });
+    }
 }
 
 }  // namespace TrafficPolicyCli

@@ -155,6 +155,9 @@ class ShowTrafficPolicyCpu : public ShowTrafficPolicyBase {
 
     void renderTrafficPolicy(U32 fd, U32 format, U32 revision) override;
     void renderTrafficPolicyCounters(U32 fd, U32 format, U32 revision) override;
+    void renderCountAction(textout::RendererV2* renderer, U32 ruleIndex,
+                           const Orb::Ptr<const PolicyState>& policyState,
+                           const Orb::Ptr<const PolicyMap::Action>& action, U32 indent) override;
     void cachePoliciesState() override;
     void cachePolicyState(const Orb::String& policyName) override;
     void cacheIntfStatus(const Orb::Ptr<const PolicyMap::PolicyMapStatus>& policyStatus) override;
@@ -194,6 +197,9 @@ class ShowTrafficPolicyInterface : public ShowTrafficPolicyBase {
 
     void renderTrafficPolicy(U32 fd, U32 format, U32 revision) override;
     void renderTrafficPolicyCounters(U32 fd, U32 format, U32 revision) override;
+    void renderCountAction(textout::RendererV2* renderer, U32 ruleIndex,
+                           const Orb::Ptr<const PolicyState>& policyState,
+                           const Orb::Ptr<const PolicyMap::Action>& action, U32 indent) override;
     void cachePoliciesState() override;
     void cachePolicyState(const Orb::String& policyName) override;
     void cacheIntfStatus(const Orb::Ptr<const PolicyMap::PolicyMapStatus>& policyStatus) override;
@@ -201,7 +207,9 @@ class ShowTrafficPolicyInterface : public ShowTrafficPolicyBase {
                              MatchOption option) override;
     void cacheInstallError(const Orb::Ptr<const PolicyMap::PolicyMapStatus>& policyStatus,
                            MatchOption option) override;
+    void cacheCounters(const Orb::String& policyName) override;
     Orb::Ptr<PolicyState> getOrCreatePolicyState(const Orb::String& policyName) override;
+    Orb::Ptr<const CounterReader> createCounterStatusHelper(bool isInput) override;
     Orb::Ptr<const PolicyMap::PolicyMapStatus> getPolicyMapStatus(
         const Orb::String& policyName) override;
     void cachePolicyMapStatus(

@@ -2,6 +2,8 @@
 // leaves. Counts are unsigned 64-bit numbers of packets and bytes.
 #pragma once
 
+#include <string_view>
+
 #include "orb/HashMap2018.h"
 #include "orb/RbTreeMap.h"
 #include "orb/Seconds.h"
@@ -101,11 +103,21 @@ class ORB_EXPORT PolicyMapHiveCounterStatusReader : public PolicyMapCounterStatu
 
 namespace TrafficPolicy {
 
+// The names by which a snapshot is kept. A view of them finds it without copying a string.
+struct CounterKeyView {
+    std::string_view policyName;
+    std::string_view counterName;
+    U64 hashValue() const { return Orb::hashOf(policyName) * 31 + Orb::hashOf(counterName); }
+};
+
 struct CounterKey {
     Orb::String policyName;
     Orb::String className;
     friend auto operator<=>(const CounterKey&, const CounterKey&) = default;
-    U64 hashValue() const { return Orb::hashOf(policyName) * 31 + Orb::hashOf(className); }
+    friend bool operator==(const CounterKey& key, const CounterKeyView& view) {
+        return key.policyName == view.policyName && key.className == view.counterName;
+    }
+    U64 hashValue() const { return CounterKeyView{policyName, className}.hashValue(); }
     Orb::String stringValue() const { return policyName + "/" + className; }
 };
 
@@ -113,7 +125,10 @@ struct NamedCounterKey {
     Orb::String policyName;
     Orb::String counterName;
     friend auto operator<=>(const NamedCounterKey&, const NamedCounterKey&) = default;
-    U64 hashValue() const { return Orb::hashOf(policyName) * 31 + Orb::hashOf(counterName); }
+    friend bool operator==(const NamedCounterKey& key, const CounterKeyView& view) {
+        return key.policyName == view.policyName && key.counterName == view.counterName;
+    }
+    U64 hashValue() const { return CounterKeyView{policyName, counterName}.hashValue(); }
     Orb::String stringValue() const { return policyName + "/" + counterName; }
 };
 

@@ -1,0 +1,38 @@
+// The number that is shown for a counter: its live value less what it was at the last clear. A
+// snapshot counts only while the live record is the one that was cleared, and a live value below
+// its snapshot is shown as 0. A null snapshot store reads as never cleared. Nothing here throws.
+#pragma once
+
+#include "model/PolicyState.h"
+
+namespace TrafficPolicyCli {
+
+// The live record of a rule, or of a named counter, that was gathered for the direction; null when
+// there is none. REQUIRES: for output a PolicyStateInterface.
+Orb::Ptr<const PolicyMap::PacketDataStatus> getUnnamedCounterData(
+    const Orb::Ptr<const PolicyState>& policyState, const Orb::String& className, bool isInput);
+Orb::Ptr<const PolicyMap::PacketDataStatus> getNamedCounterData(
+    const Orb::Ptr<const PolicyState>& policyState, const Orb::String& counterName, bool isInput);
+
+// The packets of a rule.
+U64 getRulePacketCount(const Orb::Ptr<const PolicyMap::PacketDataStatus>& data,
+                       const Orb::Ptr<const TrafficPolicy::Counter>& counter,
+                       const Orb::String& policyName) noexcept;
+// The packets, and bytes, of a named counter in total.
+U64 getNamedPacketCount(const Orb::Ptr<const TrafficPolicy::Counter>& counter,
+                        const Orb::Ptr<const PolicyMap::PacketDataStatus>& data,
+                        const Orb::String& policyName) noexcept;
+U64 getNamedByteCount(const Orb::Ptr<const TrafficPolicy::Counter>& counter,
+                      const Orb::Ptr<const PolicyMap::PacketDataStatus>& data,
+                      const Orb::String& policyName) noexcept;
+// The same of one interface of a named counter; its snapshot has an identity of its own.
+U64 getInterfacePacketCount(const Orb::Ptr<const TrafficPolicy::Counter>& counter,
+                            const PolicyMap::PacketDataStatus& data,
+                            const PolicyMap::IntfCountData& intfData,
+                            const Orb::String& policyName) noexcept;
+U64 getInterfaceByteCount(const Orb::Ptr<const TrafficPolicy::Counter>& counter,
+                          const PolicyMap::PacketDataStatus& data,
+                          const PolicyMap::IntfCountData& intfData,
+                          const Orb::String& policyName) noexcept;
+
+}  // namespace TrafficPolicyCli
