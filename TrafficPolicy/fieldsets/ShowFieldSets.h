@@ -96,8 +96,9 @@ class ShowTrafficPolicyMacFieldSet : public Orb::PtrInterface {
 
     void renderFieldSetSources(U32 fd, U32 format, U32 revision) const;
     void renderFieldSets(textout::RendererV2& renderer, const Orb::Dir& source) const;
+    // shown: how many sets of the source were printed; counts this one.
     void renderFieldSet(textout::RendererV2& renderer, const Orb::String& name,
-                        const Classification::FieldSetMacAddrConfig& entry) const;
+                        const Classification::FieldSetMacAddrConfig& entry, U32& shown) const;
     void renderMacAddrs(textout::RendererV2& renderer,
                         const Classification::FieldSetMacAddrSubConfig& currCfg, U32 indent) const;
 };

@@ -1,0 +1,42 @@
+// The exported factories of the field-set show commands, which are also the way in which the
+// classes are built by name.
+#include "fieldsets/ShowFieldSets.h"
+
+namespace TrafficPolicyCli {
+
+Orb::Ptr<ShowTrafficPolicyPrefixFieldSet> showTrafficPolicyPrefixFieldSetFactory(
+    Orb::Ptr<const Classification::FieldSetConfig> fsConfig, Orb::String fieldSetName, bool ipv4,
+    bool filter, const Wire::IpGenPrefix& filterPrefix, bool exact) {
+    return Orb::make<ShowTrafficPolicyPrefixFieldSet>(std::move(fsConfig), std::move(fieldSetName),
+                                                      ipv4, filter, filterPrefix, exact);
+}
+
+Orb::Ptr<ShowTrafficPolicyL4PortFieldSet> showTrafficPolicyL4PortFieldSetFactory(
+    Orb::Ptr<const Classification::FieldSetConfig> fsConfig, Orb::String fieldSetName, bool filter,
+    Classification::PortRange filterPorts) {
+    return Orb::make<ShowTrafficPolicyL4PortFieldSet>(std::move(fsConfig), std::move(fieldSetName),
+                                                      filter, filterPorts);
+}
+
+Orb::Ptr<ShowTrafficPolicyVlanFieldSet> showTrafficPolicyVlanFieldSetFactory(
+    Orb::Ptr<const Classification::FieldSetConfig> fsConfig, Orb::String fieldSetName, bool filter,
+    Classification::VlanRange filterVlans) {
+    return Orb::make<ShowTrafficPolicyVlanFieldSet>(std::move(fsConfig), std::move(fieldSetName),
+                                                    filter, filterVlans);
+}
+
+Orb::Ptr<ShowTrafficPolicyMacFieldSet> showTrafficPolicyMacFieldSetFactory(
+    Orb::Ptr<const Orb::Dir> configDir, Orb::String fieldSetName) {
+    return Orb::make<ShowTrafficPolicyMacFieldSet>(std::move(configDir), std::move(fieldSetName));
+}
+
+namespace {
+
+const bool registered = Orb::registerFactory<&showTrafficPolicyPrefixFieldSetFactory>() &&
+                        Orb::registerFactory<&showTrafficPolicyL4PortFieldSetFactory>() &&
+                        Orb::registerFactory<&showTrafficPolicyVlanFieldSetFactory>() &&
+                        Orb::registerFactory<&showTrafficPolicyMacFieldSetFactory>();
+
+}  // namespace
+
+}  // namespace TrafficPolicyCli

@@ -1,0 +1,174 @@
+// The view of prefix field sets. A large set takes long to sort, so others get the activity lock
+// between pieces of it; the version being listed never changes, so the listing is of one moment.
+#include <array>
+
+#include "blip/Blip.h"
+#include "fieldsets/Frame.h"
+#include "fieldsets/ShowFieldSets.h"
+#include "fieldsets/SortedRuns.h"
+#include "frame/Yield.h"
+#include "orb/Assert.h"
+
+namespace TrafficPolicyCli {
+
+namespace {
+
+using Wire::IpGenPrefix;
+
+constexpr U32 ipv4ColumnWidth = 19;
+constexpr U32 ipv6ColumnWidth = 45;
+constexpr U32 columnGap = 2;
+
+// What differs between the two lists of a version.
+struct PrefixList {
+    const Orb::HashSet2018<IpGenPrefix>& (
+        Classification::FieldSetIpPrefixSubConfig::*prefixes)() const;
+    std::string_view key;
+    std::string_view heading;
+    std::string_view sortBegins;
+    std::string_view sortEnds;
+    const char* yieldLabel;
+};
+
+constexpr PrefixList acceptedPrefixes{&Classification::FieldSetIpPrefixSubConfig::prefixes,
+                                      "prefixes",
+                                      "Prefix",
+                                      "begin copy+sort prefixes ",
+                                      "end copy+sort prefixes ",
+                                      "sort prefixes"};
+constexpr PrefixList exceptedPrefixes{&Classification::FieldSetIpPrefixSubConfig::exceptPrefixes,
+                                      "exceptPrefixes",
+                                      "Exception Prefixes",
+                                      "begin copy+sort exceptPrefix ",
+                                      "end copy+sort exceptPrefix ",
+                                      "sort exceptPrefix"};
+
+// Both formats of one list; in text row by row, in as many columns as fit.
+void renderList(textout::RendererV2& renderer, const PrefixList& list,
+                const std::vector<IpGenPrefix>& prefixes, U32 columnWidth) {
+    renderer.text(list.heading).endLine();
+    renderer.indent(static_cast<U32>(list.heading.size()), '-').endLine();
+    const auto entries = renderer.list(list.key);
+    const U32 columns = (FieldSets::lineLength + columnGap) / (columnWidth + columnGap);
+    U32 column = 0;
+    U32 padding = 0;  // up to the next column
+    for (const IpGenPrefix& pfx : prefixes) {
+        std::array<char, IpGenPrefix::maxPrintedSize> buffer;
+        const std::string_view text(buffer.data(), pfx.print(buffer.data()));
+        {
+            const auto entry = renderer.object();
+            renderer.pair("prefix", text);
+        }
+        if (column == columns) {
+            renderer.endLine();
+            column = 0;
+        } else {
+            renderer.indent(padding);
+        }
+        renderer.text(text);
+        padding = columnGap + columnWidth - std::min(columnWidth, static_cast<U32>(text.size()));
+        ++column;
+    }
+    if (prefixes.empty()) renderer.text("None");
+    renderer.endLine();
+}
+
+}  // namespace
+
+ShowTrafficPolicyPrefixFieldSet::ShowTrafficPolicyPrefixFieldSet(
+    Orb::Ptr<const Classification::FieldSetConfig> fsConfig, Orb::String fieldSetName, bool ipv4,
+    bool filter, const Wire::IpGenPrefix& filterPrefix, bool exact)
+    : fsConfig_(std::move(fsConfig)),
+      fieldSetName_(std::move(fieldSetName)),
+      ipv4_(ipv4),
+      filter_(filter),
+      filterPrefix_(filterPrefix),
+      exact_(exact),
+      sortYieldThreshold_(25'000) {}
+
+void ShowTrafficPolicyPrefixFieldSet::render(U32 fd, U32 format, U32 revision) {
+    SHOW_TRACE_ENTRY();
+    FieldSets::untilInterrupted([&] { renderFieldSets(fd, format, revision); });
+}
+
+void ShowTrafficPolicyPrefixFieldSet::renderFieldSets(U32 fd, U32 format, U32 revision) {
+    SHOW_TRACE_ENTRY();
+    const auto walk = [this](textout::RendererV2& renderer) {
+        if (fsConfig()) {
+            const auto& fieldSets =
+                ipv4() ? fsConfig()->fieldSetIpPrefix() : fsConfig()->fieldSetIpv6Prefix();
+            FieldSets::forEachByName(fieldSets, fieldSetName(), [&](const auto& name, auto& entry) {
+                renderFieldSet(renderer, name, ipv4(), *entry);
+            });
+        }
+        if (filter() && !foundMatches()) {
+            renderer.text("No matching prefix field sets found").endLine();
+        }
+    };
+    FieldSets::renderReport(fd, format, revision, "prefixFieldSets", walk);
+}
+
+void ShowTrafficPolicyPrefixFieldSet::renderFieldSet(
+    textout::RendererV2& renderer, const Orb::String& name, bool isIpv4,
+    const Classification::FieldSetIpPrefixConfig& entry) {
+    SHOW_TRACE_ENTRY();
+    const auto currCfg = FieldSets::versionToShow(name, entry, [&] { return skipFieldSet(entry); });
+    if (!currCfg) return;
+    if (foundMatches()) renderer.endLine();
+    foundMatchesIs(true);
+
+    renderer.text("Traffic policy IPv").number(isIpv4 ? 4 : 6).text(" prefix field set: ");
+    renderer.name(name).endLine();
+    const auto object = renderer.object(name);
+    FieldSets::renderSourceJson(renderer, *currCfg);
+    renderer.text("Source: ");
+    FieldSets::renderSourceText(renderer, *currCfg);
+    renderer.endLine().endLine();
+    renderPrefixes(renderer, *currCfg, isIpv4);
+}
+
+bool ShowTrafficPolicyPrefixFieldSet::skipFieldSet(
+    const Classification::FieldSetIpPrefixConfig& entry) const {
+    SHOW_TRACE_ENTRY();
+    if (!filter()) return false;
+    if (!entry.currCfg()) return true;
+    const auto& prefixes = entry.currCfg()->prefixes();
+    return std::none_of(prefixes.begin(), prefixes.end(),
+                        [this](const IpGenPrefix& pfx) { return matchesFilter(pfx); });
+}
+
+bool ShowTrafficPolicyPrefixFieldSet::matchesFilter(const IpGenPrefix& pfx) const {
+    return exact() ? pfx == filterPrefix() : pfx.overlaps(filterPrefix());
+}
+
+void ShowTrafficPolicyPrefixFieldSet::renderPrefixes(
+    textout::RendererV2& renderer, const Classification::FieldSetIpPrefixSubConfig& currCfg,
+    bool isIpv4) const {
+    SHOW_TRACE_ENTRY();
+    const auto sortedPrefixes = [&](const PrefixList& list) {
+        const auto& prefixes = (currCfg.*list.prefixes)();
+        Blip::trace(list.sortBegins);
+        FieldSets::SortedRuns<IpGenPrefix> sorted(prefixes.size());
+        U32 count = 0;
+        for (const IpGenPrefix& pfx : prefixes) {
+            ORB_ASSERT(!pfx.isNullPrefix());
+            if (!filter() || matchesFilter(pfx)) sorted.is(pfx);
+            if (++count % sortYieldThreshold() == 0) {
+                sorted.endPiece();
+                yieldActivityLock(list.yieldLabel);
+                textout::checkInterrupt();
+            }
+        }
+        auto result = sorted.take();
+        Blip::trace(list.sortEnds);
+        return result;
+    };
+    const auto prefixes = sortedPrefixes(acceptedPrefixes);
+    const auto exceptPrefixes = sortedPrefixes(exceptedPrefixes);
+    const U32 columnWidth = isIpv4 ? ipv4ColumnWidth : ipv6ColumnWidth;
+    renderList(renderer, acceptedPrefixes, prefixes, columnWidth);
+    renderer.endLine();
+    renderList(renderer, exceptedPrefixes, exceptPrefixes, columnWidth);
+}
+
+}  // namespace TrafficPolicyCli
