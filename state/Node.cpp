@@ -91,7 +91,8 @@ U64 Node::number(U64 low, U64 high) const {
     const std::string expected =
         "a whole number from " + std::to_string(low) + " to " + std::to_string(high);
     if (!element_.is_number()) refuse("is " + typeName(element_.type()), expected);
-    if (element_.is_double()) refuse("is a number with a fraction or an exponent", expected);
+    if (element_.type() == simdjson::dom::element_type::DOUBLE)
+        refuse("is a number with a fraction or an exponent", expected);
     refuse(simdjson::minify(element_) + " is out of range", expected);
 }
 

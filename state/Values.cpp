@@ -44,34 +44,29 @@ constexpr const char* familyName(AddressFamily family) {
     node.refuse(inQuotes(text) + " has a wrong length", "a length of 0 to " + maxLength);
 }
 
+// Decimal digits without leading zeros; a number beyond 32 bits reads as the largest one.
 std::optional<U32> parseDecimal(std::string_view text) {
     U32 value = 0;
     const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (result.ec != std::errc() || result.ptr != text.data() + text.size()) return std::nullopt;
+    if (result.ptr != text.data() + text.size() || text.empty()) return std::nullopt;
     if (text.size() > 1 && text.front() == '0') return std::nullopt;
-    return value;
+    return result.ec == std::errc::result_out_of_range ? ~U32{0} : value;
 }
 
 NumericalRange parseRange(const Node& node, std::string_view text, U32 lowest, U32 highest) {
     const std::size_t dash = text.find('-');
     const auto low = parseDecimal(text.substr(0, dash));
     const auto high = dash == std::string_view::npos ? low : parseDecimal(text.substr(dash + 1));
-    const std::string_view digits = "0123456789-";
+    const auto limits = [=] { return std::to_string(lowest) + " to " + std::to_string(highest); };
     if (!low || !high) {
-        node.refuse(inQuotes(text) + (text.find_first_not_of(digits) == std::string_view::npos &&
-                                              text.size() > 10
-                                          ? " is out of range"
-                                          : " is no range"),
-                    "a number or \"low-high\", from " + std::to_string(lowest) + " to " +
-                        std::to_string(highest));
+        node.refuse(inQuotes(text) + " is no range", "a number or \"low-high\", from " + limits());
     }
     if (*low > *high) {
         node.refuse(inQuotes(text) + " has its low bound above its high one",
                     inQuotes(NumericalRange(*high, *low).stringValue()));
     }
     if (*low < lowest || *high > highest) {
-        node.refuse(inQuotes(text) + " is out of range",
-                    std::to_string(lowest) + " to " + std::to_string(highest));
+        node.refuse(inQuotes(text) + " is out of range", limits());
     }
     return {*low, *high};
 }

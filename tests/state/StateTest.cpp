@@ -1,0 +1,237 @@
+// What the reader makes of documents: every documented key in its attribute, absent objects as null
+// references, faulty files, and nothing left behind.
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <thread>
+
+#include "TemporaryState.h"
+#include "state/Document.h"
+
+namespace {
+
+using StateDirectory::readState;
+using StateDirectory::State;
+using StateDirectory::StateError;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+
+// An object and all below it, a line each: objects with their type, attributes that are not of
+// their type's default with their value.
+class Listing {
+  public:
+    void add(const std::string& name, const Orb::Value& value) {
+        if (const auto* entries = std::get_if<std::vector<Orb::ValueEntry>>(&value)) {
+            for (const auto& [key, entry] : *entries) add(name + "[" + keyText(key) + "]", entry);
+        } else if (const auto* object = std::get_if<Orb::Ptr<const Orb::PtrInterface>>(&value)) {
+            const Orb::TypeInfo& type = (*object)->fwkType();
+            line(name + ": " + type.name());
+            indent_ += 2;
+            for (const auto& attribute : type.attributes()) {
+                add(std::string(attribute.name), attribute.value(**object));
+            }
+            indent_ -= 2;
+        } else if (const auto* text = std::get_if<Orb::String>(&value)) {
+            if (!text->empty()) line(name + " = " + *text);
+        } else if (const auto* number = std::get_if<U64>(&value)) {
+            if (*number != 0) line(name + " = " + std::to_string(*number));
+        } else if (const auto* truth = std::get_if<bool>(&value)) {
+            if (*truth) line(name + " = true");
+        } else if (name.ends_with("]")) {
+            line(name);  // a member of a set, or a key without a record
+        }
+    }
+    const std::string& text() const { return text_; }
+
+  private:
+    static std::string keyText(const Orb::Value& key) {
+        if (const auto* number = std::get_if<U64>(&key)) return std::to_string(*number);
+        return std::get<Orb::String>(key);
+    }
+    void line(const std::string& line) { text_ += std::string(indent_, ' ') + line + "\n"; }
+
+    std::size_t indent_ = 0;
+    std::string text_;
+};
+
+TEST(ReadState, DocumentedExampleFillsEveryAttribute) {
+    const DocumentedState directory;
+    const State state = readState(directory.path());
+    const auto snapshots = StateDirectory::readSnapshots(directory.path());
+    const std::pair<const char*, Orb::Ptr<const Orb::PtrInterface>> objects[] = {
+        {"config", state.config},
+        {"fieldSetConfig", state.fieldSetConfig},
+        {"macDir", state.macDir},
+        {"intfConfigInput", state.intfConfigInput},
+        {"intfConfigOutput", state.intfConfigOutput},
+        {"intfConfigBridged", state.intfConfigBridged},
+        {"vrfConfig", state.vrfConfig},
+        {"allVrfConfig", state.allVrfConfig},
+        {"l3IntfStatusDir", state.l3IntfStatusDir},
+        {"hwStatus", state.hwStatus},
+        {"intfParamStatus", state.intfParamStatus},
+        {"interfaceInput", state.interfaceInput},
+        {"interfaceOutput", state.interfaceOutput},
+        {"cpu", state.cpu},
+        {"cpuSoftware", state.cpuSoftware},
+        {"vlan", state.vlan},
+        {"snapshots.cpu", snapshots.cpu},
+        {"snapshots.interfaceInput", snapshots.interfaceInput},
+        {"snapshots.interfaceOutput", snapshots.interfaceOutput},
+    };
+    Listing listing;
+    for (const auto& [name, object] : objects) {
+        ASSERT_TRUE(object) << name;
+        listing.add(name, object);
+    }
+    EXPECT_EQ(listing.text(), contentsOf(SOURCE_DIR "/tests/state/documented-state.txt"));
+}
+
+TEST(ReadState, IcmpCodesBelongToTheirType) {
+    const DocumentedState directory;
+    const State state = readState(directory.path());
+    const auto* version = state.config->policyMapConfig("CAMPUS-IN")->currCfg().get();
+    const auto filter =
+        version->classMap("web")->match(PolicyMap::ClassMapMatchOption::ipv6)->structuredFilter();
+    const auto& types = filter->protocols(Classification::ProtocolRange(58, 58))->icmpTypes();
+    ASSERT_EQ(types.size(), 2U);
+    EXPECT_TRUE(types.find(0)->codes.contains(Classification::IcmpCodeRange(3, 4)));
+    EXPECT_EQ(types.find(0)->codes.size(), 2U);
+    EXPECT_TRUE(types.find(1)->codes.empty());
+}
+
+TEST(ReadState, AbsentObjectsAreNullAndEmptyOnesAreNot) {
+    const TemporaryState directory;
+    const State empty = readState(directory.path());
+    EXPECT_FALSE(empty.config || empty.fieldSetConfig || empty.intfConfigInput ||
+                 empty.intfConfigOutput || empty.intfConfigBridged || empty.vrfConfig ||
+                 empty.allVrfConfig || empty.l3IntfStatusDir || empty.hwStatus ||
+                 empty.intfParamStatus || empty.interfaceInput || empty.interfaceOutput ||
+                 empty.cpu || empty.cpuSoftware || empty.vlan);
+    EXPECT_TRUE(empty.macDir && empty.macDir->entry().empty());
+
+    directory.documentIs("config", R"({"policyMapConfig": {"P": {}, "Q": {"currCfg": {"rules": [
+        {"name": "none", "priority": 1, "match": {"ipv4": {}}},
+        {"name": "empty", "priority": 2, "match": {"ipv4": {"structuredFilter": {}}}},
+        {"name": "bare", "priority": 3}]}}}})");
+    directory.documentIs("status", R"({"cpu": {}})");
+    const State state = readState(directory.path());
+    EXPECT_TRUE(state.cpu && state.cpu->policyMapStatus().empty());
+    EXPECT_FALSE(state.config->policyMapConfig("P")->currCfg());
+    const auto* version = state.config->policyMapConfig("Q")->currCfg().get();
+    const auto filterOf = [&](const char* rule) {
+        return version->classMap(rule)
+            ->match(PolicyMap::ClassMapMatchOption::ipv4)
+            ->structuredFilter();
+    };
+    EXPECT_FALSE(filterOf("none"));
+    EXPECT_TRUE(filterOf("empty"));
+    EXPECT_TRUE(version->classMap("bare")->match().empty());
+    EXPECT_EQ(version->policyAction("bare"), nullptr);
+}
+
+TEST(ReadState, KeysMayStandInAnyOrder) {
+    const TemporaryState directory;
+    directory.documentIs("config", R"({"policyMapConfig": {"P": {"currCfg": {"rules": [
+        {"match": {"ipv4": {"structuredFilter": {"innerMatch": {
+            "structuredFilter": {"sources": ["2001:db8::/32"]}, "encapType": "gtpv1", "af": "ipv6"}}}},
+         "action": {"log": {}}, "priority": 5, "name": "late"}]}}}})");
+    const State state = readState(directory.path());
+    const auto* version = state.config->policyMapConfig("P")->currCfg().get();
+    const auto* match = version->classMap("late")->match(PolicyMap::ClassMapMatchOption::ipv4);
+    EXPECT_EQ(match->name(), "late");
+    EXPECT_EQ(match->structuredFilter()->innerMatch()->structuredFilter()->sources().size(), 1U);
+    EXPECT_EQ(version->policyAction("late")->className(), "late");
+}
+
+struct FaultyFile {
+    const char* name;
+    void (*make)(const std::string& path);
+    const char* says;
+};
+
+const FaultyFile faultyFiles[] = {
+    {"missing", [](const std::string&) {},
+     ": cannot be opened: No such file or directory, expected a readable regular file"},
+    {"fifo", [](const std::string& path) { ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0); },
+     ": is no regular file, expected a readable regular file"},
+    {"directory", [](const std::string& path) { std::filesystem::create_directory(path); },
+     ": is no regular file, expected a readable regular file"},
+    {"device", [](const std::string& path) { std::filesystem::create_symlink("/dev/zero", path); },
+     ": is no regular file, expected a readable regular file"},
+    {"tooLarge",
+     [](const std::string& path) {
+         std::ofstream(path) << "{}";
+         std::filesystem::resize_file(path, StateDirectory::Document::maxSize + 1);
+     },
+     ": has 1073741825 bytes, expected at most 1073741824"},
+    {"invalidUtf8", [](const std::string& path) { std::ofstream(path) << "{\"a\xc0\x80\": 1}"; },
+     ": line 1, column 4: invalid byte in a string, expected UTF-8"},
+    {"tooDeep",
+     [](const std::string& path) {
+         std::ofstream(path) << std::string(100000, '[') << std::string(100000, ']');
+     },
+     ": line 1, column 1024: too deeply nested, expected less than 1024 levels"},
+};
+
+TEST(ReadState, FaultyFilesAreRefusedAtOnce) {
+    for (const std::string document : {"config", "status"}) {
+        for (const FaultyFile& fault : faultyFiles) {
+            const TemporaryState directory;
+            std::filesystem::remove(directory.document(document));
+            fault.make(directory.document(document));
+            EXPECT_EQ(directory.refusal(), directory.document(document) + fault.says) << fault.name;
+        }
+    }
+}
+
+TEST(ReadState, MessagesShowPathsEscaped) {
+    try {
+        readState("/no/such\x1b[31m");
+        FAIL();
+    } catch (const StateError& error) {
+        EXPECT_THAT(error.what(), HasSubstr("/no/such\\x1b[31m/config.json: "));
+    }
+}
+
+TEST(ReadState, OfTwoFaultyDocumentsTheConfigurationIsReported) {
+    const TemporaryState directory;
+    directory.documentIs("config", "[]");
+    directory.documentIs("status", "[]");
+    EXPECT_THAT(directory.refusal(), HasSubstr("/config.json: "));
+}
+
+U64 liveObjects() {
+    U64 count = 0;
+    for (const Orb::TypeInfo* type : Orb::registeredTypes()) count += type->liveCount();
+    return count;
+}
+
+TEST(ReadState, LeavesNoObjectBehindWhenDroppedOrRefused) {
+    const U64 before = liveObjects();
+    const DocumentedState directory;
+    {
+        const State state = readState(directory.path());
+        EXPECT_GT(liveObjects(), before);
+    }
+    EXPECT_EQ(liveObjects(), before);
+    directory.documentIs("status", R"({"cpu": {"policyMapStatus": {"P": {}, "Q": []}}})");
+    EXPECT_NE(directory.refusal(), "");
+    EXPECT_EQ(liveObjects(), before);
+}
+
+// For the thread sanitizer: the two documents of a state, and several states, at the same time.
+TEST(ReadStateThreads, StatesAreReadSideBySide) {
+    const DocumentedState directory;
+    std::vector<std::thread> readers;
+    for (int i = 0; i < 4; ++i) {
+        readers.emplace_back([&] {
+            for (int round = 0; round < 5; ++round) {
+                EXPECT_TRUE(readState(directory.path()).interfaceInput);
+            }
+        });
+    }
+    for (std::thread& reader : readers) reader.join();
+}
+
+}  // namespace
