@@ -62,6 +62,13 @@ struct alignas(recordSize) Record {
         sequence.store(after, std::memory_order_release);
     }
 
+    // For the only writer: what it wrote last.
+    PolicyMap::PacketAndByte lastWritten() const {
+        const Pair& pair = pairs[sequence.load(std::memory_order_relaxed) / 2 % 2];
+        return {pair.packets.load(std::memory_order_relaxed),
+                pair.bytes.load(std::memory_order_relaxed)};
+    }
+
     // Takes back what a writer that died left unfinished.
     void restore() {
         const U64 left = sequence.load(std::memory_order_relaxed);

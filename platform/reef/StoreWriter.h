@@ -1,0 +1,59 @@
+// The counting side of a counter store: the one agent that holds it.
+#pragma once
+
+#include <memory>
+#include <span>
+
+#include "hive/PolicyMapStatus.h"
+
+namespace Reef {
+
+class Directory;
+class StoreFile;
+
+// What create() says of the identities of the records: those of the status, for a store that is the
+// first of its state; or new ones, so that nothing kept of an earlier store applies to this one.
+enum class Identities { ofStatus, unused };
+
+struct Increment {
+    U32 counter = 0;
+    PolicyMap::PacketAndByte by;
+};
+
+// Holds the store for its own life by a lock on the file, which the system drops when the process
+// ends, however it ends. Functions that cannot do what they say throw std::runtime_error with a
+// text for the operator: another agent holds the store, a file cannot be written.
+class ORB_EXPORT StoreWriter {
+  public:
+    // Writes a store with the counters of both statuses (null: none), their figures included, and
+    // puts it in the place of any other in one step. Created with mode 0640.
+    static StoreWriter create(const std::string& path,
+                              const Orb::Ptr<const PolicyMap::PolicyMapTypeStatus>& input,
+                              const Orb::Ptr<const PolicyMap::PolicyMapTypeStatus>& output,
+                              Identities identities);
+    // Goes on with a store that stands; identities and counts stay. What an agent that died left
+    // unfinished is taken back. Throws Cairn::CorruptionDetectedException when the store is
+    // missing or damaged.
+    static StoreWriter resume(const std::string& path);
+
+    StoreWriter(StoreWriter&&) noexcept;
+    StoreWriter& operator=(StoreWriter&&) noexcept;
+    ~StoreWriter();
+
+    // What the store counts; valid for the life of the writer.
+    const Directory& directory() const;
+    // Adds to counts, modulo 2^64; never waits. Throws Cairn::CorruptionDetectedException when
+    // the file was cut short. REQUIRES: each counter is a position in directory().
+    void add(std::span<const Increment> increments);
+    // How many damaged records resume() had to start from zero.
+    U32 recordsReset() const { return recordsReset_; }
+
+  private:
+    explicit StoreWriter(std::unique_ptr<StoreFile> file);
+    void restoreRecords();
+
+    std::unique_ptr<StoreFile> file_;
+    U32 recordsReset_ = 0;
+};
+
+}  // namespace Reef

@@ -1,0 +1,291 @@
+// The counter store as its agent and its readers use it.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <thread>
+
+#include "ReefScene.h"
+#include "reef/CorruptionDetectedException.h"
+#include "reef/Record.h"
+
+namespace ReefTest {
+
+namespace {
+
+using Reef::Increment;
+using Reef::Record;
+using Reef::RecordState;
+using testing::internal::CaptureStderr;
+using testing::internal::GetCapturedStderr;
+
+class ReefStore : public ReefScene {};
+class ReefStoreSlow : public ReefScene {};
+
+// A child that counts a packet of 64 bytes into one counter after the other until it is killed.
+pid_t countInChild(const std::string& path, U32 counters) {
+    const pid_t child = ::fork();
+    if (child != 0) return child;
+    StoreWriter writer = StoreWriter::resume(path);
+    std::vector<Increment> increments(counters);
+    for (U32 i = 0; i < counters; ++i) increments[i] = {i, {1, 64}};
+    for (;;) writer.add(increments);
+}
+
+void kill(pid_t child) {
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
+}
+
+void waitForWriter(const std::string& path, U32 counter, U64 morePackets) {
+    const auto manager = Orb::make<StoreManager>(path);
+    const U64 before = manager->counts(counter)->packets;
+    while (true) {
+        const auto counts = manager->counts(counter);
+        if (counts && counts->packets >= before + morePackets) return;
+        std::this_thread::yield();
+    }
+}
+
+TEST_F(ReefStore, showsWhatItWasMadeFrom) {
+    const StoreWriter writer = create();
+    EXPECT_EQ(walk(manager()), expected());
+
+    const auto input = reader();
+    EXPECT_EQ(input.classCounterData({"edge", ""}, "dns")->count(), (PacketAndByte{1020, 65280}));
+    EXPECT_EQ(input.classCounterData({"edge", ""}, "hits"), nullptr);
+    EXPECT_EQ(input.classCounterData({"gone", ""}, "dns"), nullptr);
+    EXPECT_EQ(input.namedCounterData({"core", ""}, "hits")->perIntfCount().size(), 2U);
+    EXPECT_EQ(input.namedCounterData({"core", ""}, "web")->perIntfCount().size(), 0U);
+    EXPECT_EQ(input.numClasses({"core", ""}), 4U);
+    EXPECT_EQ(input.numNamedCounters({"core", ""}), 2U);
+    EXPECT_EQ(input.numClasses({"none", ""}), 0U);
+    EXPECT_EQ(input.numNamedCounters({"gone", ""}), 0U);
+    EXPECT_EQ(PolicyMapReefCounterStatusReader(nullptr).numClasses({"core", ""}), 0U);
+
+    const PolicyMapTypeCounters counters(manager(), Direction::output);
+    std::string policies;
+    for (const auto& key : counters.policyMapKeys()) policies += key.policyName + " ";
+    EXPECT_EQ(policies, "core edge none ");
+    struct stat status = {};
+    ASSERT_EQ(::stat(path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0640U & ~::umask(022));
+}
+
+TEST_F(ReefStore, takesAnEmptyState) {
+    const auto writer = StoreWriter::create(path, nullptr, nullptr, Identities::ofStatus);
+    EXPECT_EQ(walk(manager()), Figures());
+    EXPECT_EQ(reader().classCounterData({"edge", ""}, "dns"), nullptr);
+}
+
+TEST_F(ReefStore, keepsIdentitiesAndCountsWhenItIsContinued) {
+    create();
+    Figures figures = expected();
+    {
+        StoreWriter writer = StoreWriter::resume(path);
+        const Increment increments[] = {{1, {1, 64}}, {3, {~U64{0}, 1}}, {1, {1, 64}}};
+        writer.add(increments);
+    }
+    figures["input core rule default"].count.packets += 2;
+    figures["input core rule default"].count.bytes += 128;
+    figures["input core rule web"].count.packets -= 1;
+    figures["input core rule web"].count.bytes += 1;
+    EXPECT_EQ(walk(manager()), figures);
+    EXPECT_EQ(StoreWriter::resume(path).recordsReset(), 0U);
+    EXPECT_EQ(walk(manager()), figures);
+}
+
+TEST_F(ReefStore, getsNewIdentitiesWhenItIsMadeAnew) {
+    create();
+    const auto early = manager();
+    EXPECT_EQ(walk(early), expected());
+    std::set<U64> identities;
+    for (const auto& [name, figure] : expected()) identities.insert(figure.identity);
+    for (int i = 0; i < 3; ++i) {
+        create(Identities::unused);
+        const Figures now = walk(manager());
+        ASSERT_EQ(now.size(), expected().size());
+        for (const auto& [name, figure] : now) {
+            EXPECT_TRUE(identities.insert(figure.identity).second) << name;
+            EXPECT_EQ(figure.count, expected()[name].count) << name;
+        }
+    }
+    EXPECT_EQ(walk(early), expected()) << "the one that was open is another file";
+    EXPECT_FALSE(std::filesystem::exists(path + ".new"));
+}
+
+TEST_F(ReefStore, hasOneAgentAtATime) {
+    const StoreWriter writer = create();
+    EXPECT_THROW(StoreWriter::resume(path), std::runtime_error);
+    EXPECT_THROW(create(Identities::unused), std::runtime_error);
+    EXPECT_EQ(walk(manager()), expected());
+    EXPECT_FALSE(std::filesystem::exists(path + ".new"));
+}
+
+TEST_F(ReefStore, tellsWhyItCannotBeMade) {
+    path = folder + "/none/counters.reef";
+    EXPECT_THROW(create(), std::runtime_error);
+    path = folder + "/link";
+    std::filesystem::create_symlink(folder + "/elsewhere", path);
+    EXPECT_THROW(create(), std::runtime_error);
+    EXPECT_THROW(StoreWriter::resume(path), std::runtime_error);
+    EXPECT_FALSE(std::filesystem::exists(folder + "/elsewhere"));
+}
+
+TEST_F(ReefStore, ofADeadWriterLosesOnlyTheUnfinishedRecord) {
+    create();
+    const auto records = contents().size() - expected().size() * sizeof(Record);
+    // Counter 2 is the rule "dns" of the input policy "core"; its writer got half-way.
+    overwrite(records + 2 * sizeof(Record), std::string("\x03\0\0\0\0\0\0\0\x77", 9));
+    CaptureStderr();
+    const auto store = manager();
+    Figures figures = expected();
+    figures.erase("input core rule dns");
+    EXPECT_EQ(walk(store), figures);
+    EXPECT_EQ(walk(store), figures);
+    EXPECT_EQ(store->recordsNotAvailable(), 1U);
+    EXPECT_EQ(GetCapturedStderr(),
+              "counter store " + path +
+                  ": the record of input policy core, rule dns was left unfinished by an agent "
+                  "that is gone; its counts are not available\n");
+    EXPECT_EQ(StoreWriter::resume(path).recordsReset(), 0U);
+    EXPECT_EQ(walk(store), expected());
+}
+
+TEST_F(ReefStore, waitsAtMostASecondForAStuckWriter) {
+    const StoreWriter writer = create();
+    const auto records = contents().size() - expected().size() * sizeof(Record);
+    for (const std::size_t counter : {1, 2, 3, 6}) {
+        overwrite(records + counter * sizeof(Record), std::string("\x03", 1));
+    }
+    CaptureStderr();
+    const auto begin = std::chrono::steady_clock::now();
+    const Figures figures = walk(manager());
+    const auto took = std::chrono::steady_clock::now() - begin;
+    EXPECT_GE(took, std::chrono::milliseconds(900));
+    EXPECT_LE(took, std::chrono::milliseconds(1500));
+    EXPECT_EQ(figures.size(), expected().size() - 4);
+    const std::string lines = GetCapturedStderr();
+    EXPECT_NE(lines.find("rule dns stays unfinished by its agent;"), std::string::npos) << lines;
+}
+
+// Whatever instant an agent is killed at, the next one continues with whole pairs.
+void killAgents(const std::string& path, int times, U32 counters) {
+    for (int i = 0; i < times; ++i) {
+        const pid_t child = countInChild(path, counters);
+        waitForWriter(path, counters - 1, 1000);
+        kill(child);
+        StoreWriter writer = StoreWriter::resume(path);
+        ASSERT_EQ(writer.recordsReset(), 0U);
+        const auto manager = Orb::make<StoreManager>(path);
+        for (U32 counter = 0; counter < counters; ++counter) {
+            const auto counts = manager->counts(counter);
+            ASSERT_TRUE(counts);
+            ASSERT_EQ(counts->bytes, counts->packets * 64);
+        }
+    }
+}
+
+// All pairs of a store of three rules agree at the beginning; so they must ever after.
+void createPairs(const std::string& path) {
+    auto status = Orb::make<TrafficPolicy::Status>();
+    auto policy = Orb::make<PolicyMap::PolicyMapStatus>("p");
+    for (const std::string rule : {"a", "b", "c"})
+        policy->classCounterIs(rule, record(rule, {7, {}}));
+    status->policyMapStatusIs("p", policy);
+    StoreWriter::create(path, status, nullptr, Identities::ofStatus);
+}
+
+void readUnderLoad(const std::string& path, int reads) {
+    const pid_t child = countInChild(path, 3);
+    waitForWriter(path, 2, 1);
+    const auto manager = Orb::make<StoreManager>(path);
+    U64 former = 0;
+    for (int i = 0; i < reads; ++i) {
+        const auto counts = manager->counts(1);
+        ASSERT_TRUE(counts);
+        ASSERT_EQ(counts->bytes, counts->packets * 64);
+        ASSERT_GE(counts->packets, former);
+        former = counts->packets;
+    }
+    kill(child);
+    EXPECT_GT(former, 0U);
+}
+
+TEST_F(ReefStore, continuesAfterAgentsWereKilled) {
+    createPairs(path);
+    killAgents(path, 10, 3);
+}
+
+TEST_F(ReefStoreSlow, continuesAfterManyAgentsWereKilled) {
+    createPairs(path);
+    killAgents(path, 300, 3);
+}
+
+TEST_F(ReefStore, tearsNoPairUnderLoad) {
+    createPairs(path);
+    readUnderLoad(path, 50'000);
+}
+
+TEST_F(ReefStoreSlow, tearsNoPairInAMillionReads) {
+    createPairs(path);
+    readUnderLoad(path, 1'000'000);
+}
+
+TEST(ReefRecordThreads, shareARecordWithoutARace) {
+    Record record;
+    constexpr U64 identity = 5;
+    record.write(identity, {});
+    std::atomic<bool> done = false;
+    std::thread writer([&] {
+        for (U64 i = 1; i <= 20'000; ++i) record.write(identity, {i, i * 64});
+        done = true;
+    });
+    PacketAndByte counts;
+    U64 former = 0;
+    int damaged = 0;
+    while (!done) {
+        const RecordState state = record.read(identity, counts);
+        if (state == RecordState::inProgress) continue;
+        damaged += state == RecordState::damaged || counts.bytes != counts.packets * 64 ||
+                   counts.packets < former;
+        former = counts.packets;
+    }
+    writer.join();
+    EXPECT_EQ(damaged, 0);
+    EXPECT_EQ(record.read(identity, counts), RecordState::whole);
+    EXPECT_EQ(counts.packets, 20'000U);
+}
+
+TEST(ReefRecord, isFoundOutWhenAnyByteChanges) {
+    std::array<unsigned char, sizeof(Record)> bytes;
+    Record record;
+    record.write(5, {1000, 64000});
+    record.write(5, {1001, 64064});
+    std::memcpy(bytes.data(), static_cast<const void*>(&record), sizeof record);
+    // The sequence and the pair in force: words 0 and 4 to 6 or 1 to 3, two writes after 0.
+    int found = 0;
+    for (std::size_t at = 0; at < sizeof record; ++at) {
+        auto changed = bytes;
+        changed[at] ^= 0x10;
+        Record damaged;
+        std::memcpy(static_cast<void*>(&damaged), changed.data(), sizeof damaged);
+        PacketAndByte counts;
+        const RecordState state = damaged.read(5, counts);
+        if (state == RecordState::whole) {
+            EXPECT_EQ(counts, (PacketAndByte{1001, 64064})) << "byte " << at;
+        } else {
+            ++found;
+        }
+    }
+    EXPECT_EQ(found, 4 * 8);
+    PacketAndByte counts;
+    EXPECT_EQ(record.read(6, counts), RecordState::damaged) << "the record of another counter";
+}
+
+}  // namespace
+
+}  // namespace ReefTest
