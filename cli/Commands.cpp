@@ -1,0 +1,216 @@
+#include "cli/Commands.h"
+
+#include "cli/ExitStatus.h"
+#include "cli/Filters.h"
+#include "cli/KnownNames.h"
+#include "fieldsets/ShowFieldSets.h"
+#include "frame/ShowTrafficPolicy.h"
+#include "orb/Interrupt.h"
+#include "state/Snapshots.h"
+
+namespace Cli {
+
+namespace {
+
+using TrafficPolicyCli::showTrafficPolicyCpuFactory;
+using TrafficPolicyCli::showTrafficPolicyInterfaceFactory;
+using TrafficPolicyCli::showTrafficPolicyL4PortFieldSetFactory;
+using TrafficPolicyCli::showTrafficPolicyMacFieldSetFactory;
+using TrafficPolicyCli::showTrafficPolicyPrefixFieldSetFactory;
+using TrafficPolicyCli::showTrafficPolicyVAclFactory;
+using TrafficPolicyCli::showTrafficPolicyVlanFieldSetFactory;
+
+constexpr auto jsonKeyword = "trafficPolicies";
+constexpr auto headingWords = "Traffic policy ";
+constexpr auto noCounterStore = nullptr;
+
+// The words that choose what is shown of policies.
+struct View {
+    explicit View(const Match& match)
+        : name(match.name()),
+          summary(match.has("summary")),
+          errors(match.has("errors")),
+          detail(match.has("detail")),
+          counters(match.has("counters")) {}
+
+    // Rules print their counts, which are relative to those of the last clear.
+    bool showsCounts() const { return counters || !(summary || errors); }
+
+    std::string name;
+    bool summary, errors, detail, counters;
+};
+
+StateDirectory::Snapshots snapshotsFor(const View& view, const Session& session) {
+    if (!view.showsCounts()) return {};
+    return StateDirectory::readSnapshots(session.stateDirectory);
+}
+
+bool countsBytes(const Session& session) {
+    return session.state.hwStatus && session.state.hwStatus->byteCountersSupported();
+}
+
+// Prints the report of a show object.
+template <class Show>
+int print(const Show& show, const Session& session) {
+    show->render(session.fd, session.format, session.revision);
+    return Orb::interruptRequested() ? ExitStatus::interrupted : ExitStatus::success;
+}
+
+// The same, and a line when the name that was asked for is of nothing known.
+template <class Show>
+int print(const Show& show, const Session& session, const std::string& name, std::string_view noun,
+          const Names& known) {
+    const int status = print(show, session);
+    if (status == ExitStatus::success) reportUnknownName(name, noun, known);
+    return status;
+}
+
+Plan planInterface(const Match& match) {
+    return [view = View(match), input = match.has("input"),
+            output = match.has("output")](const Session& session) {
+        const StateDirectory::State& state = session.state;
+        const auto snapshots = snapshotsFor(view, session);
+        return print(showTrafficPolicyInterfaceFactory(
+                         jsonKeyword, headingWords, state.config, state.interfaceInput,
+                         snapshots.interfaceInput, view.name, view.summary, view.errors,
+                         view.detail, view.counters, countsBytes(session), state.fieldSetConfig,
+                         state.hwStatus, noCounterStore, state.interfaceOutput,
+                         snapshots.interfaceOutput, state.intfConfigInput, state.intfConfigOutput,
+                         state.intfParamStatus, noCounterStore, input, output),
+                     session, view.name, "traffic policy", policyNames(state));
+    };
+}
+
+Plan planCpu(const Match& match) {
+    return [view = View(match)](const Session& session) {
+        const StateDirectory::State& state = session.state;
+        const auto snapshots = snapshotsFor(view, session);
+        return print(
+            showTrafficPolicyCpuFactory(
+                jsonKeyword, headingWords, state.config, state.cpu, snapshots.cpu, view.name,
+                view.summary, view.errors, view.detail, view.counters, countsBytes(session),
+                state.fieldSetConfig, state.hwStatus, noCounterStore, state.vrfConfig,
+                state.allVrfConfig, state.l3IntfStatusDir, state.cpuSoftware),
+            session, view.name, "traffic policy", policyNames(state));
+    };
+}
+
+// VLANs show no counts.
+Plan planVlan(const Match& match) {
+    return [view = View(match)](const Session& session) {
+        const StateDirectory::State& state = session.state;
+        return print(
+            showTrafficPolicyVAclFactory(jsonKeyword, headingWords, state.config, state.vlan,
+                                         nullptr, view.name, view.summary, view.errors, view.detail,
+                                         view.counters, countsBytes(session), state.fieldSetConfig,
+                                         state.hwStatus, noCounterStore, state.intfConfigBridged),
+            session, view.name, "traffic policy", policyNames(state));
+    };
+}
+
+Plan planPrefixFieldSet(const Match& match) {
+    const bool ipv4 = match.has("ipv4");
+    const Token* const filter = match.find("PREFIX");
+    const auto prefix = filter == nullptr ? Wire::IpGenPrefix() : prefixFilter(*filter, ipv4);
+    return [name = match.name(), ipv4, isFiltered = filter != nullptr, prefix,
+            exact = match.has("exact")](const Session& session) {
+        return print(showTrafficPolicyPrefixFieldSetFactory(session.state.fieldSetConfig, name,
+                                                            ipv4, isFiltered, prefix, exact),
+                     session, name, ipv4 ? "IPv4 prefix field set" : "IPv6 prefix field set",
+                     prefixFieldSetNames(session.state, ipv4));
+    };
+}
+
+Plan planPortFieldSet(const Match& match) {
+    const Token* const filter = match.find("LOW[-HIGH]");
+    const auto ports = filter == nullptr ? Classification::PortRange() : portFilter(*filter);
+    return [name = match.name(), isFiltered = filter != nullptr, ports](const Session& session) {
+        return print(showTrafficPolicyL4PortFieldSetFactory(session.state.fieldSetConfig, name,
+                                                            isFiltered, ports),
+                     session, name, "L4 port field set", portFieldSetNames(session.state));
+    };
+}
+
+Plan planVlanFieldSet(const Match& match) {
+    const Token* const filter = match.find("LOW[-HIGH]");
+    const auto vlans = filter == nullptr ? Classification::VlanRange() : vlanFilter(*filter);
+    return [name = match.name(), isFiltered = filter != nullptr, vlans](const Session& session) {
+        return print(showTrafficPolicyVlanFieldSetFactory(session.state.fieldSetConfig, name,
+                                                          isFiltered, vlans),
+                     session, name, "VLAN field set", vlanFieldSetNames(session.state));
+    };
+}
+
+Plan planMacFieldSet(const Match& match) {
+    return [name = match.name()](const Session& session) {
+        return print(showTrafficPolicyMacFieldSetFactory(session.state.macDir, name), session, name,
+                     "MAC field set", macFieldSetNames(session.state));
+    };
+}
+
+// Words that are no command, but that a user has reason to expect as one, and what to say to them.
+struct Refusal {
+    std::string_view line;
+    const char* reason;
+};
+constexpr Refusal refusals[] = {
+    {"show traffic-policy [NAME] vlan [summary | detail | errors] counters",
+     "counts are not shown for VLANs"},
+};
+
+template <class Rows>
+Grammar grammarOf(const Rows& rows) {
+    std::vector<std::string_view> lines;
+    for (const auto& row : rows) lines.push_back(row.line);
+    return Grammar(lines);
+}
+
+// The reason against the words up to the wrong one; null when there is no special one.
+const char* reasonAgainst(const Words& words, std::size_t wrong) {
+    if (wrong >= words.size()) return nullptr;
+    const auto end = words.begin() + static_cast<std::ptrdiff_t>(wrong) + 1;
+    try {
+        return refusals[grammarOf(refusals).match(Words(words.begin(), end)).command].reason;
+    } catch (const CommandError&) {
+        return nullptr;
+    }
+}
+
+}  // namespace
+
+const std::vector<Command>& commands() {
+    static const std::vector<Command> rows = {
+        {"show traffic-policy [NAME] interface [input | output] [summary | detail | errors]",
+         "policies on interfaces: where configured, applied and failed, and their rules",
+         planInterface},
+        {"show traffic-policy [NAME] cpu [summary | detail | errors]",
+         "policies on the CPU, per VRF, in hardware and in the kernel", planCpu},
+        {"show traffic-policy [NAME] vlan [summary | detail | errors]", "policies on VLANs",
+         planVlan},
+        {"show traffic-policy field-set (ipv4 | ipv6) prefix [NAME] [filter PREFIX [exact]]",
+         "prefix field sets; with a filter those that overlap it, or have that very prefix",
+         planPrefixFieldSet},
+        {"show traffic-policy field-set l4-port [NAME] [filter LOW[-HIGH]]",
+         "port field sets; with a filter those with a range that holds all of it",
+         planPortFieldSet},
+        {"show traffic-policy field-set vlan [NAME] [filter LOW[-HIGH]]",
+         "VLAN field sets; with a filter those with a range that holds all of it",
+         planVlanFieldSet},
+        {"show traffic-policy field-set mac [NAME]", "MAC field sets, by source", planMacFieldSet},
+    };
+    return rows;
+}
+
+Plan planOf(const Words& words) {
+    static const Grammar grammar = grammarOf(commands());
+    try {
+        const Match match = grammar.match(words);
+        return commands()[match.command].plan(match);
+    } catch (const CommandError& error) {
+        const char* const reason = reasonAgainst(words, error.position());
+        if (reason == nullptr) throw;
+        throw CommandError(error.position(), reason, error.expected());
+    }
+}
+
+}  // namespace Cli

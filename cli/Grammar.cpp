@@ -1,0 +1,206 @@
+#include "cli/Grammar.h"
+
+#include <algorithm>
+
+#include "orb/Assert.h"
+
+namespace Cli {
+
+namespace {
+
+// The one argument with signs of the notation in its name.
+constexpr std::string_view rangeArgument = "LOW[-HIGH]";
+
+bool isArgument(std::string_view label) { return label.front() >= 'A' && label.front() <= 'Z'; }
+
+bool isQuoted(std::string_view word) {
+    return word.size() >= 2 && word.front() == '"' && word.back() == '"';
+}
+
+}  // namespace
+
+const Token* Match::find(std::string_view label) const {
+    const auto token = std::ranges::find(tokens, label, &Token::label);
+    return token == tokens.end() ? nullptr : &*token;
+}
+
+std::string Match::name() const {
+    const Token* const token = find("NAME");
+    return token == nullptr ? std::string() : token->text;
+}
+
+// Adds the nodes and edges of one line.
+class Grammar::LineReader {
+  public:
+    LineReader(std::vector<Node>& nodes, std::string_view line) : nodes_(nodes), rest_(line) {}
+
+    // Words, optional parts and choices up to the end of the line or of the part they stand in.
+    // Returns the node behind them.
+    std::size_t sequence(std::size_t from) {
+        for (char next = peek(); next != 0 && next != '|' && next != ']' && next != ')';
+             next = peek()) {
+            from = next == '['   ? choice(from, true)
+                   : next == '(' ? choice(from, false)
+                                 : word(from);
+        }
+        return from;
+    }
+
+  private:
+    char peek() {
+        rest_.remove_prefix(std::min(rest_.find_first_not_of(' '), rest_.size()));
+        return rest_.empty() ? '\0' : rest_.front();
+    }
+    std::size_t makeNode() {
+        nodes_.emplace_back();
+        return nodes_.size() - 1;
+    }
+    std::size_t word(std::size_t from) {
+        const std::size_t length = rest_.starts_with(rangeArgument)
+                                       ? rangeArgument.size()
+                                       : std::min(rest_.find_first_of(" |[]()"), rest_.size());
+        const std::size_t target = makeNode();
+        nodes_[from].edges.push_back({rest_.substr(0, length), target});
+        rest_.remove_prefix(length);
+        return target;
+    }
+    std::size_t choice(std::size_t from, bool isOptional) {
+        std::vector<std::size_t> ends;
+        if (isOptional) ends.push_back(from);
+        char separator = 0;
+        do {
+            rest_.remove_prefix(1);
+            ends.push_back(sequence(from));
+            separator = peek();
+        } while (separator == '|');
+        ORB_ASSERT(separator == (isOptional ? ']' : ')'));
+        rest_.remove_prefix(1);
+        const std::size_t target = makeNode();
+        for (const std::size_t end : ends) nodes_[end].alsoAt.push_back(target);
+        return target;
+    }
+
+    std::vector<Node>& nodes_;
+    std::string_view rest_;
+};
+
+// The nodes that the words so far lead to.
+class Grammar::Walk {
+  public:
+    explicit Walk(const std::vector<Node>& nodes) : nodes_(nodes) { enter(0); }
+
+    const std::vector<Token>& tokens() const { return tokens_; }
+
+    std::optional<std::size_t> completeCommand() const {
+        for (const std::size_t at : at_) {
+            if (nodes_[at].complete) return nodes_[at].complete;
+        }
+        return std::nullopt;
+    }
+
+    // The keywords and arguments that can stand here, in the order of the lines.
+    std::vector<std::string_view> labels() const {
+        std::vector<std::string_view> labels;
+        for (const std::size_t at : at_) {
+            for (const Edge& edge : nodes_[at].edges) {
+                if (std::ranges::find(labels, edge.label) == labels.end()) {
+                    labels.push_back(edge.label);
+                }
+            }
+        }
+        return labels;
+    }
+
+    void take(const std::string& word) {
+        const std::string_view label = labelOf(word);
+        const bool isName = isQuoted(word);
+        tokens_.push_back({label, isName ? word.substr(1, word.size() - 2) : word, tokens_.size()});
+        const std::vector<std::size_t> before = std::move(at_);
+        at_.clear();
+        for (const std::size_t at : before) {
+            for (const Edge& edge : nodes_[at].edges) {
+                if (edge.label == label) enter(edge.target);
+            }
+        }
+    }
+
+    // What could stand here, for a message.
+    std::string expectation() const {
+        std::vector<std::string_view> choices = labels();
+        if (completeCommand()) choices.push_back("the end of the command");
+        return choiceText(choices);
+    }
+
+  private:
+    static std::string choiceText(const std::vector<std::string_view>& choices) {
+        std::string text;
+        for (std::size_t i = 0; i < choices.size(); ++i) {
+            if (i > 0) text += i + 1 == choices.size() ? " or " : ", ";
+            text += choices[i];
+        }
+        return text;
+    }
+
+    void enter(std::size_t node) {
+        if (std::ranges::find(at_, node) != at_.end()) return;
+        at_.push_back(node);
+        for (const std::size_t also : nodes_[node].alsoAt) enter(also);
+    }
+
+    // What a word is read as.
+    std::string_view labelOf(const std::string& word) const {
+        std::vector<std::string_view> keywords;
+        std::string_view argument;
+        for (const std::string_view label : labels()) {
+            if (isArgument(label)) {
+                if (!isQuoted(word) || label == "NAME") argument = label;
+            } else if (label == word) {
+                return label;
+            } else if (label.starts_with(word)) {
+                keywords.push_back(label);
+            }
+        }
+        const std::size_t position = tokens_.size();
+        if (word.empty() || word == "\"\"") {
+            throw CommandError(position, "a word is empty", expectation());
+        }
+        if (keywords.size() == 1) return keywords.front();
+        if (keywords.size() > 1) {
+            const std::string orName =
+                argument == "NAME" ? ", or \"" + word + "\" in double quotes for a name" : "";
+            throw CommandError(position, quoted(word) + " is short for more than one word",
+                               choiceText(keywords) + orName);
+        }
+        if (argument.empty()) {
+            throw CommandError(position, quoted(word) + " cannot stand here", expectation());
+        }
+        return argument;
+    }
+
+    const std::vector<Node>& nodes_;
+    std::vector<std::size_t> at_;
+    std::vector<Token> tokens_;
+};
+
+Grammar::Grammar(std::span<const std::string_view> lines) : nodes_(1) {
+    for (std::size_t command = 0; command < lines.size(); ++command) {
+        nodes_[LineReader(nodes_, lines[command]).sequence(0)].complete = command;
+    }
+}
+
+Match Grammar::match(const Words& words) const {
+    Walk walk(nodes_);
+    for (const std::string& word : words) walk.take(word);
+    const auto command = walk.completeCommand();
+    if (!command) {
+        std::string problem = "the command is not complete";
+        const Token* const last = walk.tokens().empty() ? nullptr : &walk.tokens().back();
+        if (last != nullptr && last->label == "NAME") {
+            problem += ", " + quoted(last->text) + " is read as a name";
+        }
+        throw CommandError(words.size(), problem, walk.expectation());
+    }
+    return {*command, walk.tokens()};
+}
+
+}  // namespace Cli

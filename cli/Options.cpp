@@ -1,0 +1,126 @@
+#include "cli/Options.h"
+
+#include <algorithm>
+#include <charconv>
+#include <iterator>
+#include <optional>
+#include <string_view>
+
+#include "orb/Trace.h"
+
+namespace Cli {
+
+namespace {
+
+constexpr std::string_view facilities[] = {"TrafficPolicyShowCliHelper"};
+constexpr std::string_view expectedTrace =
+    "TrafficPolicyShowCliHelper/LEVEL with a level 0 to 9, or Blip";
+
+std::optional<U32> parseNumber(std::string_view text) {
+    U32 number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    if (error != std::errc() || stop != end) return std::nullopt;
+    return number;
+}
+
+[[noreturn]] void refuse(const std::string& option, const std::string& value,
+                         std::string_view problem, std::string_view expected) {
+    throw OptionError(option + ": " + quoted(value) + " " + std::string(problem) + ", expected " +
+                      std::string(expected));
+}
+
+void readTrace(const std::string& value, Options& options) {
+    const std::size_t slash = value.find('/');
+    const std::string facility = value.substr(0, slash);
+    if (value == "Blip") {
+        options.dumpsBlip = true;
+        return;
+    }
+    if (std::ranges::find(facilities, facility) == std::end(facilities)) {
+        refuse("--trace", value, facility == "Blip" ? "has no levels" : "is no trace facility",
+               expectedTrace);
+    }
+    const auto level = slash == std::string::npos
+                           ? std::nullopt
+                           : parseNumber(std::string_view(value).substr(slash + 1));
+    if (!level || *level > Orb::TraceFacility::maxLevel) {
+        refuse("--trace", value, "has no trace level", expectedTrace);
+    }
+    options.traces.emplace_back(facility, *level);
+}
+
+struct Option {
+    std::string_view name;
+    std::string_view value;  // what it expects, for messages; empty: it takes none
+    void (*read)(const std::string& value, Options& options);
+};
+
+constexpr Option table[] = {
+    {"--help", "", [](const std::string&, Options& options) { options.help = true; }},
+    {"--json", "", [](const std::string&, Options& options) { options.json = true; }},
+    {"--state", "a directory",
+     [](const std::string& value, Options& options) {
+         if (value.empty()) refuse("--state", value, "is empty", "a directory");
+         options.stateDirectory = value;
+     }},
+    {"--revision", "a number 0 to 4294967295",
+     [](const std::string& value, Options& options) {
+         const auto number = parseNumber(value);
+         if (!number) refuse("--revision", value, "is no revision", "a number 0 to 4294967295");
+         options.revision = *number;
+     }},
+    {"--trace", "FACILITY/LEVEL[,...]",
+     [](const std::string& value, Options& options) {
+         for (std::size_t at = 0; at <= value.size();) {
+             const std::size_t comma = std::min(value.find(',', at), value.size());
+             readTrace(value.substr(at, comma - at), options);
+             at = comma + 1;
+         }
+     }},
+};
+
+const Option& optionOf(const std::string& name) {
+    const auto* const option = std::ranges::find(table, name, &Option::name);
+    if (option != std::end(table)) return *option;
+    std::string known;
+    for (const Option& row : table) {
+        if (!known.empty()) known += &row == &std::end(table)[-1] ? " or " : ", ";
+        known += row.name;
+    }
+    throw OptionError("unknown option " + quoted(name) + ", expected " + known);
+}
+
+}  // namespace
+
+Options parseOptions(const std::vector<std::string>& arguments) {
+    Options options;
+    for (auto argument = arguments.begin(); argument != arguments.end(); ++argument) {
+        if (*argument == "--") {
+            options.words.insert(options.words.end(), argument + 1, arguments.end());
+            break;
+        }
+        if (argument->size() < 2 || argument->front() != '-') {
+            options.words.push_back(*argument);
+            continue;
+        }
+        // "--name value" or "--name=value".
+        const std::size_t equals = argument->find('=');
+        const Option& option = optionOf(argument->substr(0, equals));
+        const std::string name(option.name);
+        std::string value;
+        if (equals != std::string::npos) {
+            if (option.value.empty()) throw OptionError(name + " takes no value");
+            value = argument->substr(equals + 1);
+        } else if (!option.value.empty()) {
+            if (++argument == arguments.end()) {
+                throw OptionError(name + " needs a value, expected " + std::string(option.value));
+            }
+            value = *argument;
+        }
+        option.read(value, options);
+    }
+    return options;
+}
+
+}  // namespace Cli
