@@ -114,6 +114,7 @@ struct CounterKey {
     Orb::String policyName;
     Orb::String className;
     friend auto operator<=>(const CounterKey&, const CounterKey&) = default;
+    friend bool operator==(const CounterKey&, const CounterKey&) = default;
     friend bool operator==(const CounterKey& key, const CounterKeyView& view) {
         return key.policyName == view.policyName && key.className == view.counterName;
     }
@@ -125,6 +126,7 @@ struct NamedCounterKey {
     Orb::String policyName;
     Orb::String counterName;
     friend auto operator<=>(const NamedCounterKey&, const NamedCounterKey&) = default;
+    friend bool operator==(const NamedCounterKey&, const NamedCounterKey&) = default;
     friend bool operator==(const NamedCounterKey& key, const CounterKeyView& view) {
         return key.policyName == view.policyName && key.counterName == view.counterName;
     }

@@ -26,6 +26,7 @@ template <class Key, class Value = void>
 class HashMap2018 {
   public:
     static constexpr bool isSet = std::is_void_v<Value>;
+    using Stored = std::conditional_t<isSet, Key, Value>;  // what find() finds
     using Entry = std::conditional_t<isSet, Key, MapEntry<Key, Value>>;
     using Iterator = const Entry*;
 
@@ -73,19 +74,20 @@ class HashMap2018 {
     }
     // Maps of records: returns the record of the key, which it makes from the key and the other
     // arguments on first use.
-    template <class... Args, class Given = std::conditional_t<isSet, int, Value>>
+    template <class... Args>
     requires(!isSet && (sizeof...(Args) == 0 ||
-                        (sizeof...(Args) == 1 && !(std::constructible_from<Given, Args> &&
-                                                   ...)))) const Given& is(const Key& key,
-                                                                           const Args&... args) {
+                        (sizeof...(Args) == 1 && !(std::constructible_from<Stored, Args> &&
+                                                   ...)))) const Stored& is(const Key& key,
+                                                                            const Args&... args) {
         const U32 position = positionOf(key);
         if (position != absent) return rep_->entries[position].value;
-        using Record = typename Detail::PointeeOf<Given>::Type;
+        using Record = typename Detail::PointeeOf<Stored>::Type;
         return insert(Entry{key, Detail::makeRecord<Record>(key, args...)}).value;
     }
     // Inserts or replaces the value of a key.
-    template <class Given = Value>
-    requires(!isSet) void is(const Key& key, Given&& value) {
+    template <class Given = Stored>
+    requires(!isSet && std::constructible_from<Stored, Given>) void is(const Key& key,
+                                                                       Given&& value) {
         const U32 position = positionOf(key);
         if (position == absent) {
             insert(Entry{key, std::forward<Given>(value)});

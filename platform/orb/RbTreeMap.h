@@ -13,6 +13,7 @@ template <class Key, class Value = void, class Less = std::less<>>
 class RbTreeMap {
   public:
     static constexpr bool isSet = std::is_void_v<Value>;
+    using Stored = std::conditional_t<isSet, Key, Value>;  // what find() finds
     using Tree = typename std::conditional_t<isSet, std::type_identity<std::set<Key, Less>>,
                                              std::type_identity<std::map<Key, Value, Less>>>::type;
     using Iterator = typename Tree::const_iterator;
@@ -55,22 +56,23 @@ class RbTreeMap {
     void is(const Key& key) requires(isSet) { changeCount_ += tree_.insert(key).second ? 1 : 0; }
     // Maps of records: returns the record of the key, which it makes from the key and the other
     // arguments on first use.
-    template <class... Args, class Given = std::conditional_t<isSet, int, Value>>
+    template <class... Args>
     requires(!isSet && (sizeof...(Args) == 0 ||
-                        (sizeof...(Args) == 1 && !(std::constructible_from<Given, Args> &&
-                                                   ...)))) const Given& is(const Key& key,
-                                                                           const Args&... args) {
+                        (sizeof...(Args) == 1 && !(std::constructible_from<Stored, Args> &&
+                                                   ...)))) const Stored& is(const Key& key,
+                                                                            const Args&... args) {
         auto entry = tree_.lower_bound(key);
         if (entry == tree_.end() || tree_.key_comp()(key, entry->first)) {
-            using Record = typename Detail::PointeeOf<Given>::Type;
+            using Record = typename Detail::PointeeOf<Stored>::Type;
             entry = tree_.emplace_hint(entry, key, Detail::makeRecord<Record>(key, args...));
             ++changeCount_;
         }
         return entry->second;
     }
     // Inserts or replaces the value of a key.
-    template <class Given = Value>
-    requires(!isSet) void is(const Key& key, Given&& value) {
+    template <class Given = Stored>
+    requires(!isSet && std::constructible_from<Stored, Given>) void is(const Key& key,
+                                                                       Given&& value) {
         ++changeCount_;
         tree_.insert_or_assign(key, std::forward<Given>(value));
     }

@@ -1,0 +1,140 @@
+#include "counters/CounterSnapshot.h"
+
+#include "frame/Trace.h"
+#include "reef/CorruptionDetectedException.h"
+#include "reef/ReefValueMapBase.h"
+
+namespace TrafficPolicyCli {
+
+using PolicyMap::IntfCountData;
+using PolicyMap::PacketDataStatus;
+using TrafficPolicy::Counter;
+using TrafficPolicy::CounterKey;
+using TrafficPolicy::CounterVersion;
+using TrafficPolicy::NamedCounterKey;
+using TrafficPolicy::NamedCounterVersion;
+
+namespace {
+
+void snapshotInterfaces(NamedCounterVersion& version, const PacketDataStatus& record) {
+    for (const auto& [intfId, live] : record.perIntfCount()) {
+        const IntfCountData* const before = version.perIntfCount(intfId);
+        if (before != nullptr && before->uniqueId() != live->uniqueId()) {
+            version.perIntfCountDel(intfId);
+        }
+        version.perIntfCountIs(intfId, live->uniqueId())->countDataIs(live->countData());
+    }
+}
+
+// A snapshot never carries figures of an earlier record of the same name: it is made anew when the
+// identity differs.
+void snapshotNamed(Counter& target, const Orb::String& policyName, const PacketDataStatus& record,
+                   bool perInterface) {
+    const NamedCounterKey key{policyName, record.name()};
+    const NamedCounterVersion* const before = target.namedSnapshot(key);
+    if (before != nullptr && before->uniqueId() != record.uniqueId()) target.namedSnapshotDel(key);
+    const Orb::Ptr<NamedCounterVersion> version = target.namedSnapshotIs(key, record.uniqueId());
+    version->totalCountIs(record.count());
+    if (perInterface) snapshotInterfaces(*version, record);
+}
+
+void snapshotClass(Counter& target, const Orb::String& policyName, const PacketDataStatus& record) {
+    target.snapshotIs(CounterKey{policyName, record.name()},
+                      CounterVersion{record.uniqueId(), record.count().packets});
+}
+
+void removeGoneInterfaces(NamedCounterVersion& version, const PacketDataStatus& live) {
+    const auto& snapshots = version.perIntfCount();
+    for (auto at = snapshots.begin(); at != snapshots.end();) {
+        at = live.perIntfCount().contains(at->first) ? std::next(at) : version.perIntfCountDel(at);
+    }
+}
+
+}  // namespace
+
+void _cleanupStaleSnapshots(
+    Orb::Ptr<Counter> counter,
+    const Orb::Ptr<const PolicyMap::PolicyMapCounterStatusReaderBase>& reader) {
+    SHOW_TRACE_ENTRY();
+    for (auto at = counter->snapshot().begin(); at != counter->snapshot().end();) {
+        const bool isLive =
+            reader->classCounterData({at->key.policyName, ""}, at->key.className) != nullptr;
+        at = isLive ? at + 1 : counter->snapshotDel(at);
+    }
+    for (auto at = counter->namedSnapshot().begin(); at != counter->namedSnapshot().end();) {
+        const auto live = reader->namedCounterData({at->key.policyName, ""}, at->key.counterName);
+        if (live) removeGoneInterfaces(*at->value, *live);
+        at = live ? at + 1 : counter->namedSnapshotDel(at);
+    }
+}
+
+TrafficPolicyHiveCounterSnapshotHelper::TrafficPolicyHiveCounterSnapshotHelper(
+    const Orb::Ptr<const PolicyMap::PolicyMapTypeStatus>& source, Orb::Ptr<Counter> target)
+    : PolicyMapHiveCounterStatusReader(source), target_(std::move(target)) {}
+
+void TrafficPolicyHiveCounterSnapshotHelper::clearCounter() {
+    SHOW_TRACE_ENTRY();
+    if (status()) {
+        for (const auto& [policyName, policyStatus] : status()->policyMapStatus()) {
+            for (const auto& [name, record] : policyStatus->namedCounter()) {
+                snapshotNamed(*target(), policyName, *record, true);
+            }
+            for (const auto& [name, record] : policyStatus->classCounter()) {
+                snapshotClass(*target(), policyName, *record);
+            }
+        }
+    }
+    target()->timestampIs(Orb::now());
+    _cleanupStaleSnapshots(target(), this);
+}
+
+TrafficPolicyReefCounterSnapshotHelper::TrafficPolicyReefCounterSnapshotHelper(
+    const Orb::Ptr<const PolicyMap::Counters::PolicyMapTypeCounters>& source,
+    Orb::Ptr<Counter> target, bool perInterface)
+    : PolicyMapReefCounterStatusReader(source),
+      target_(std::move(target)),
+      perInterface_(perInterface) {}
+
+void TrafficPolicyReefCounterSnapshotHelper::clearCounter() {
+    SHOW_TRACE_ENTRY();
+    if (!counters()) {
+        target()->timestampIs(Orb::now());
+        _cleanupStaleSnapshots(target(), this);
+        return;
+    }
+    try {
+        for (const auto& key : counters()->policyMapKeys()) {
+            const auto policy = counters()->policyMapCounters(key);
+            for (const auto& record : policy.namedCounter) {
+                snapshotNamed(*target(), key.policyName, *record, perInterface());
+            }
+            for (const auto& record : policy.classCounter) {
+                snapshotClass(*target(), key.policyName, *record);
+            }
+        }
+        target()->timestampIs(Orb::now());
+        if (counters()->manager()->recordsNotAvailable() == 0) {
+            _cleanupStaleSnapshots(target(), this);
+        }
+    } catch (const Cairn::CorruptionDetectedException& corruption) {
+        ReefValueMapBase::handleCorruptionDetected(corruption.what(), counters()->manager());
+    }
+}
+
+Orb::Ptr<TrafficPolicyHiveCounterSnapshotHelper> trafficPolicyHiveCounterSnapshotHelperFactory(
+    const Orb::Ptr<const PolicyMap::PolicyMapTypeStatus>& source, const Orb::Ptr<Counter>& target) {
+    const auto helper = Orb::make<TrafficPolicyHiveCounterSnapshotHelper>(source, target);
+    helper->hasNotificationActiveIs(true);
+    return helper;
+}
+
+Orb::Ptr<TrafficPolicyReefCounterSnapshotHelper> trafficPolicyReefCounterSnapshotHelperFactory(
+    const Orb::Ptr<const PolicyMap::Counters::PolicyMapTypeCounters>& source,
+    const Orb::Ptr<Counter>& target, bool perInterface) {
+    const auto helper =
+        Orb::make<TrafficPolicyReefCounterSnapshotHelper>(source, target, perInterface);
+    helper->hasNotificationActiveIs(true);
+    return helper;
+}
+
+}  // namespace TrafficPolicyCli

@@ -1,0 +1,64 @@
+// Clearing counters: the live counters go on counting, and their values at the clear are written
+// into a snapshot store, from which later shows count. One helper per store that holds live
+// counters; it is itself the reader over that store. Built for one clear, used once, dropped.
+#pragma once
+
+#include "hive/PolicyMapStatus.h"
+#include "reef/PolicyMapReefCounterStatusReader.h"
+
+namespace TrafficPolicyCli {
+
+class TrafficPolicyHiveCounterSnapshotHelper : public PolicyMap::PolicyMapHiveCounterStatusReader {
+    ORB_DERIVED_TYPE(TrafficPolicyHiveCounterSnapshotHelper,
+                     PolicyMap::PolicyMapHiveCounterStatusReader)
+    ORB_KEY(target, Orb::Ptr<TrafficPolicy::Counter>)
+
+    TrafficPolicyHiveCounterSnapshotHelper(
+        const Orb::Ptr<const PolicyMap::PolicyMapTypeStatus>& source,
+        Orb::Ptr<TrafficPolicy::Counter> target);
+
+    // Writes the value of every live counter into the target, stamps it with the time, and removes
+    // snapshots whose counter is gone.
+    virtual void clearCounter();
+};
+
+class TrafficPolicyReefCounterSnapshotHelper : public PolicyMap::PolicyMapReefCounterStatusReader {
+    ORB_DERIVED_TYPE(TrafficPolicyReefCounterSnapshotHelper,
+                     PolicyMap::PolicyMapReefCounterStatusReader)
+    ORB_KEY(target, Orb::Ptr<TrafficPolicy::Counter>)
+    ORB_KEY(perInterface, bool)
+
+    TrafficPolicyReefCounterSnapshotHelper(
+        const Orb::Ptr<const PolicyMap::Counters::PolicyMapTypeCounters>& source,
+        Orb::Ptr<TrafficPolicy::Counter> target, bool perInterface);
+
+    // The same. A damaged store is handed to the corruption handler; what the target holds then is
+    // not to be kept: whoever saves it asks the store's manager first. While single records of the
+    // store are not available, no snapshot is removed, for theirs are needed again.
+    virtual void clearCounter();
+};
+
+// Removes the snapshots, and those of single interfaces, whose live record the reader does not
+// have.
+void _cleanupStaleSnapshots(
+    Orb::Ptr<TrafficPolicy::Counter> counter,
+    const Orb::Ptr<const PolicyMap::PolicyMapCounterStatusReaderBase>& reader);
+
+// source: the store of the live counters. target: where the snapshots are written. perInterface:
+// whether named counters are snapshot per interface too; their totals always are.
+ORB_EXPORT Orb::Ptr<TrafficPolicyHiveCounterSnapshotHelper>
+trafficPolicyHiveCounterSnapshotHelperFactory(
+    const Orb::Ptr<const PolicyMap::PolicyMapTypeStatus>& source,
+    const Orb::Ptr<TrafficPolicy::Counter>& target);
+ORB_EXPORT Orb::Ptr<TrafficPolicyReefCounterSnapshotHelper>
+trafficPolicyReefCounterSnapshotHelperFactory(
+    const Orb::Ptr<const PolicyMap::Counters::PolicyMapTypeCounters>& source,
+    const Orb::Ptr<TrafficPolicy::Counter>& target, bool perInterface);
+
+// The creators: the same with the same arguments.
+inline constexpr auto& TrafficPolicyHiveCounterSnapshotHelperIs =
+    trafficPolicyHiveCounterSnapshotHelperFactory;
+inline constexpr auto& TrafficPolicyReefCounterSnapshotHelperIs =
+    trafficPolicyReefCounterSnapshotHelperFactory;
+
+}  // namespace TrafficPolicyCli
