@@ -1,5 +1,6 @@
 #include "cli/Commands.h"
 
+#include "cli/ClearCounters.h"
 #include "cli/ExitStatus.h"
 #include "cli/Filters.h"
 #include "cli/KnownNames.h"
@@ -12,6 +13,7 @@ namespace Cli {
 
 namespace {
 
+using PolicyMap::Counters::Direction;
 using TrafficPolicyCli::showTrafficPolicyCpuFactory;
 using TrafficPolicyCli::showTrafficPolicyInterfaceFactory;
 using TrafficPolicyCli::showTrafficPolicyL4PortFieldSetFactory;
@@ -42,17 +44,17 @@ struct View {
 
 StateDirectory::Snapshots snapshotsFor(const View& view, const Session& session) {
     if (!view.showsCounts()) return {};
-    return StateDirectory::readSnapshots(session.stateDirectory);
+    return StateDirectory::readSnapshots(session.stateDirectory());
 }
 
 bool countsBytes(const Session& session) {
-    return session.state.hwStatus && session.state.hwStatus->byteCountersSupported();
+    return session.state().hwStatus && session.state().hwStatus->byteCountersSupported();
 }
 
 // Prints the report of a show object.
 template <class Show>
 int print(const Show& show, const Session& session) {
-    show->render(session.fd, session.format, session.revision);
+    show->render(session.fd(), session.format(), session.revision());
     return Orb::interruptRequested() ? ExitStatus::interrupted : ExitStatus::success;
 }
 
@@ -68,22 +70,22 @@ int print(const Show& show, const Session& session, const std::string& name, std
 Plan planInterface(const Match& match) {
     return [view = View(match), input = match.has("input"),
             output = match.has("output")](const Session& session) {
-        const StateDirectory::State& state = session.state;
+        const StateDirectory::State& state = session.state();
         const auto snapshots = snapshotsFor(view, session);
         return print(showTrafficPolicyInterfaceFactory(
                          jsonKeyword, headingWords, state.config, state.interfaceInput,
                          snapshots.interfaceInput, view.name, view.summary, view.errors,
                          view.detail, view.counters, countsBytes(session), state.fieldSetConfig,
-                         state.hwStatus, noCounterStore, state.interfaceOutput,
+                         state.hwStatus, session.counters(Direction::input), state.interfaceOutput,
                          snapshots.interfaceOutput, state.intfConfigInput, state.intfConfigOutput,
-                         state.intfParamStatus, noCounterStore, input, output),
+                         state.intfParamStatus, session.counters(Direction::output), input, output),
                      session, view.name, "traffic policy", policyNames(state));
     };
 }
 
 Plan planCpu(const Match& match) {
     return [view = View(match)](const Session& session) {
-        const StateDirectory::State& state = session.state;
+        const StateDirectory::State& state = session.state();
         const auto snapshots = snapshotsFor(view, session);
         return print(
             showTrafficPolicyCpuFactory(
@@ -98,7 +100,7 @@ Plan planCpu(const Match& match) {
 // VLANs show no counts.
 Plan planVlan(const Match& match) {
     return [view = View(match)](const Session& session) {
-        const StateDirectory::State& state = session.state;
+        const StateDirectory::State& state = session.state();
         return print(
             showTrafficPolicyVAclFactory(jsonKeyword, headingWords, state.config, state.vlan,
                                          nullptr, view.name, view.summary, view.errors, view.detail,
@@ -114,10 +116,10 @@ Plan planPrefixFieldSet(const Match& match) {
     const auto prefix = filter == nullptr ? Wire::IpGenPrefix() : prefixFilter(*filter, ipv4);
     return [name = match.name(), ipv4, isFiltered = filter != nullptr, prefix,
             exact = match.has("exact")](const Session& session) {
-        return print(showTrafficPolicyPrefixFieldSetFactory(session.state.fieldSetConfig, name,
+        return print(showTrafficPolicyPrefixFieldSetFactory(session.state().fieldSetConfig, name,
                                                             ipv4, isFiltered, prefix, exact),
                      session, name, ipv4 ? "IPv4 prefix field set" : "IPv6 prefix field set",
-                     prefixFieldSetNames(session.state, ipv4));
+                     prefixFieldSetNames(session.state(), ipv4));
     };
 }
 
@@ -125,9 +127,9 @@ Plan planPortFieldSet(const Match& match) {
     const Token* const filter = match.find("LOW[-HIGH]");
     const auto ports = filter == nullptr ? Classification::PortRange() : portFilter(*filter);
     return [name = match.name(), isFiltered = filter != nullptr, ports](const Session& session) {
-        return print(showTrafficPolicyL4PortFieldSetFactory(session.state.fieldSetConfig, name,
+        return print(showTrafficPolicyL4PortFieldSetFactory(session.state().fieldSetConfig, name,
                                                             isFiltered, ports),
-                     session, name, "L4 port field set", portFieldSetNames(session.state));
+                     session, name, "L4 port field set", portFieldSetNames(session.state()));
     };
 }
 
@@ -135,16 +137,16 @@ Plan planVlanFieldSet(const Match& match) {
     const Token* const filter = match.find("LOW[-HIGH]");
     const auto vlans = filter == nullptr ? Classification::VlanRange() : vlanFilter(*filter);
     return [name = match.name(), isFiltered = filter != nullptr, vlans](const Session& session) {
-        return print(showTrafficPolicyVlanFieldSetFactory(session.state.fieldSetConfig, name,
+        return print(showTrafficPolicyVlanFieldSetFactory(session.state().fieldSetConfig, name,
                                                           isFiltered, vlans),
-                     session, name, "VLAN field set", vlanFieldSetNames(session.state));
+                     session, name, "VLAN field set", vlanFieldSetNames(session.state()));
     };
 }
 
 Plan planMacFieldSet(const Match& match) {
     return [name = match.name()](const Session& session) {
-        return print(showTrafficPolicyMacFieldSetFactory(session.state.macDir, name), session, name,
-                     "MAC field set", macFieldSetNames(session.state));
+        return print(showTrafficPolicyMacFieldSetFactory(session.state().macDir, name), session,
+                     name, "MAC field set", macFieldSetNames(session.state()));
     };
 }
 
@@ -161,6 +163,7 @@ constexpr Refusal refusals[] = {
 template <class Rows>
 Grammar grammarOf(const Rows& rows) {
     std::vector<std::string_view> lines;
+    lines.reserve(std::size(rows));
     for (const auto& row : rows) lines.push_back(row.line);
     return Grammar(lines);
 }
@@ -180,10 +183,11 @@ const char* reasonAgainst(const Words& words, std::size_t wrong) {
 
 const std::vector<Command>& commands() {
     static const std::vector<Command> rows = {
-        {"show traffic-policy [NAME] interface [input | output] [summary | detail | errors]",
+        {"show traffic-policy [NAME] interface [input | output] "
+         "[summary | detail | errors | counters]",
          "policies on interfaces: where configured, applied and failed, and their rules",
          planInterface},
-        {"show traffic-policy [NAME] cpu [summary | detail | errors]",
+        {"show traffic-policy [NAME] cpu [summary | detail | errors | counters]",
          "policies on the CPU, per VRF, in hardware and in the kernel", planCpu},
         {"show traffic-policy [NAME] vlan [summary | detail | errors]", "policies on VLANs",
          planVlan},
@@ -197,6 +201,8 @@ const std::vector<Command>& commands() {
          "VLAN field sets; with a filter those with a range that holds all of it",
          planVlanFieldSet},
         {"show traffic-policy field-set mac [NAME]", "MAC field sets, by source", planMacFieldSet},
+        {"clear traffic-policy counters", "lets the counts of later shows begin now",
+         [](const Match&) { return Plan(clearCounters); }},
     };
     return rows;
 }

@@ -2,23 +2,13 @@
 #pragma once
 
 #include <functional>
-#include <string>
 #include <string_view>
 #include <vector>
 
 #include "cli/Grammar.h"
-#include "state/State.h"
+#include "cli/Session.h"
 
 namespace Cli {
-
-// What a command runs on.
-struct Session {
-    std::string stateDirectory;
-    StateDirectory::State state;
-    U32 fd;        // where the report goes
-    U32 format;    // 1 text, 2 JSON
-    U32 revision;  // of the JSON model
-};
 
 // A command whose words have all been understood, ready to run: prints its report and returns the
 // exit status. REQUIRES: the calling thread holds the activity lock. Throws

@@ -63,9 +63,8 @@ int runCommand(const Options& options) {
     const auto format =
         options.json ? textout::OutputFormat_t::json : textout::OutputFormat_t::text;
     try {
-        const Session session{options.stateDirectory,
-                              StateDirectory::readState(options.stateDirectory), STDOUT_FILENO,
-                              static_cast<U32>(format), options.revision};
+        const Session session(options.stateDirectory, STDOUT_FILENO, static_cast<U32>(format),
+                              options.revision);
         const Orb::ActivityLockGuard lock;
         return plan(session);
     } catch (const StateDirectory::StateError& error) {

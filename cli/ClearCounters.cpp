@@ -1,0 +1,112 @@
+#include "cli/ClearCounters.h"
+
+#include <cstdio>
+
+#include "cli/ExitStatus.h"
+#include "counters/CounterSnapshot.h"
+#include "state/SnapshotsFile.h"
+#include "textout/RendererV2.h"
+
+namespace Cli {
+
+namespace {
+
+using PolicyMap::Counters::Direction;
+using StateDirectory::Snapshots;
+using StateDirectory::SnapshotsWriter;
+using TargetPtr = Orb::Ptr<TrafficPolicy::Counter>;
+
+void say(const std::string& message) { std::fprintf(stderr, "tpcli: %s\n", message.c_str()); }
+
+// The snapshots as they stand. A damaged document has none, and is kept under another name.
+Snapshots snapshotsBefore(const SnapshotsWriter& writer, const std::string& directory) {
+    try {
+        return StateDirectory::readSnapshots(directory);
+    } catch (const StateDirectory::StateError& error) {
+        say(error.what());
+        say("the damaged document is kept as " + writer.keepDamaged());
+        return {};
+    }
+}
+
+// The same once more, when there is nothing left to say.
+Snapshots snapshotsAgain(const std::string& directory) {
+    try {
+        return StateDirectory::readSnapshots(directory);
+    } catch (const StateDirectory::StateError&) {
+        return {};
+    }
+}
+
+// What a clear did to its targets.
+struct Outcome {
+    U64 counters = 0;
+    bool isChanged = false;
+    bool isWhole = true;
+
+    void add(const TargetPtr& target) {
+        counters += U64{target->snapshot().size()} + target->namedSnapshot().size();
+        isChanged = true;
+    }
+};
+
+void clearFromStateDatabase(const Orb::Ptr<const TrafficPolicy::Status>& status,
+                            const TargetPtr& target, Outcome& outcome) {
+    if (!status) return;
+    TrafficPolicyCli::trafficPolicyHiveCounterSnapshotHelperFactory(status, target)->clearCounter();
+    outcome.add(target);
+}
+
+// Both directions stand in one store: when it is damaged, both targets stay as they were.
+void clearFromCounterStore(const Session& session, Snapshots& snapshots, Outcome& outcome) {
+    const auto clear = [&](Direction direction, const TargetPtr& target) {
+        TrafficPolicyCli::trafficPolicyReefCounterSnapshotHelperFactory(session.counters(direction),
+                                                                        target, true)
+            ->clearCounter();
+    };
+    clear(Direction::input, snapshots.interfaceInput);
+    clear(Direction::output, snapshots.interfaceOutput);
+    if (session.counterStore()->damage().empty()) {
+        outcome.add(snapshots.interfaceInput);
+        outcome.add(snapshots.interfaceOutput);
+    } else {
+        const Snapshots before = snapshotsAgain(session.stateDirectory());
+        snapshots.interfaceInput = before.interfaceInput;
+        snapshots.interfaceOutput = before.interfaceOutput;
+        outcome.isWhole = false;
+    }
+}
+
+void report(const Session& session, const Outcome& outcome) {
+    textout::TextOutBuffer out(session.fd());
+    textout::RendererV2 renderer(out, session.format(), session.revision());
+    renderer.documentBegin();
+    renderer.pair("clearedCounters", outcome.counters);
+    renderer.text("Cleared ").number(outcome.counters).text(" traffic-policy counters").endLine();
+    renderer.documentEnd();
+    renderer.flush();
+}
+
+}  // namespace
+
+int clearCounters(const Session& session) {
+    // The writer goes first: the live counts that are read below are those of its turn.
+    const SnapshotsWriter writer(session.stateDirectory());
+    const StateDirectory::State& state = session.state();
+    Snapshots snapshots = snapshotsBefore(writer, session.stateDirectory());
+    Outcome outcome;
+    clearFromStateDatabase(state.cpu, snapshots.cpu, outcome);
+    if (!state.hwStatus) {
+        say("no hardware status: there are no interface counters to clear");
+    } else if (state.hwStatus->countersInReef()) {
+        clearFromCounterStore(session, snapshots, outcome);
+    } else {
+        clearFromStateDatabase(state.interfaceInput, snapshots.interfaceInput, outcome);
+        clearFromStateDatabase(state.interfaceOutput, snapshots.interfaceOutput, outcome);
+    }
+    if (outcome.isChanged) writer.save(snapshots);
+    report(session, outcome);
+    return outcome.isWhole ? ExitStatus::success : ExitStatus::badState;
+}
+
+}  // namespace Cli
