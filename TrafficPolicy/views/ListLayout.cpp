@@ -15,7 +15,6 @@ struct CliMapEntry {
     std::string_view jsonName;
 };
 
-// Ascending by label.
 constexpr CliMapEntry cliMap[] = {
     {"802.1Q VLAN", "dot1qVlans"},
     {"DSCP", "dscps"},
@@ -40,17 +39,18 @@ constexpr CliMapEntry cliMap[] = {
     {"TCP flags", "tcpFlags"},
     {"TTL", "ttls"},
 };
-static_assert(std::ranges::is_sorted(cliMap, {}, &CliMapEntry::label));
 
-const std::string_view* findJsonName(std::string_view label) {
-    const auto* const entry = std::ranges::lower_bound(cliMap, label, {}, &CliMapEntry::label);
-    return entry != std::end(cliMap) && entry->label == label ? &entry->jsonName : nullptr;
+// The directory of singletons keeps the map alive, so no reference is counted per value.
+const AclNameMap& aclNames() {
+    static const AclNameMap& names = *AclNameMap::instance();
+    return names;
 }
 
 }  // namespace
 
 std::string_view jsonNameOf(std::string_view label) {
-    const std::string_view* const jsonName = findJsonName(label);
+    const auto* const entry = std::ranges::find(cliMap, label, &CliMapEntry::label);
+    const auto* const jsonName = entry == std::end(cliMap) ? nullptr : &entry->jsonName;
     ORB_ASSERT(!!jsonName && "Invalid mapping in cliMap");
     SHOW_TRACE(8, label << " --> " << *jsonName);
     return *jsonName;
@@ -58,13 +58,13 @@ std::string_view jsonNameOf(std::string_view label) {
 
 std::string_view numericalValueToStrFor(std::string_view label, U32 value,
                                         PolicyMap::ClassMapMatchOption matchOption) {
-    if (label == "DSCP") return AclNameMap::instance()->dscpName(value);
+    if (label == "DSCP") return aclNames().dscpName(value);
     if (label != "Protocol") return {};
     switch (matchOption) {
         case PolicyMap::ClassMapMatchOption::ipv4:
-            return AclNameMap::instance()->ipv4ProtocolName(value);
+            return aclNames().ipv4ProtocolName(value);
         case PolicyMap::ClassMapMatchOption::ipv6:
-            return AclNameMap::instance()->ipv6ProtocolName(value);
+            return aclNames().ipv6ProtocolName(value);
         default:
             ORB_ASSERT(false && "Unrecognized match option");
             return {};

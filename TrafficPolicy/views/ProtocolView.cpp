@@ -20,16 +20,16 @@ using PortFieldPtr = Orb::Ptr<const Classification::PortField>;
 constexpr Classification::ProtocolRange tcp(6, 6);
 
 struct TcpFlag {
-    U16 bit;
     std::string_view name;
+    U16 bit;
     bool isKeyword;  // stands alone in its group and without a value
 };
 
 // In the order in which the flags of a group are shown.
 constexpr TcpFlag tcpFlags[] = {
-    {0x200, "initial-syn", true}, {0x100, "established", true}, {0x010, "ack", false},
-    {0x001, "fin", false},        {0x008, "psh", false},        {0x004, "rst", false},
-    {0x002, "syn", false},        {0x020, "urg", false},
+    {"initial-syn", 0x200, true}, {"established", 0x100, true}, {"ack", 0x010, false},
+    {"fin", 0x001, false},        {"psh", 0x008, false},        {"rst", 0x004, false},
+    {"syn", 0x002, false},        {"urg", 0x020, false},
 };
 
 bool showsAll(U32 revision, U32 format) {
@@ -44,7 +44,7 @@ void renderTcpFlagGroup(RendererV2& renderer, std::string_view label, std::strin
         if ((group.mask & flag.bit) != 0) found[count++] = &flag;
     }
     const auto activeFlags = std::span(found).first(count);
-    ORB_ASSERT(activeFlags.size() != 0);
+    ORB_ASSERT(activeFlags.size() != 0);  // NOLINT(readability-container-size-empty)
 
     const auto list = renderer.list(jsonKey);
     for (const TcpFlag* const flag : activeFlags) {
