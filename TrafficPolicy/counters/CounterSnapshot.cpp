@@ -14,6 +14,9 @@ using TrafficPolicy::CounterVersion;
 using TrafficPolicy::NamedCounterKey;
 using TrafficPolicy::NamedCounterVersion;
 
+ORB_DEFINE_TYPE(TrafficPolicyHiveCounterSnapshotHelper)
+ORB_DEFINE_TYPE(TrafficPolicyReefCounterSnapshotHelper)
+
 namespace {
 
 void snapshotInterfaces(NamedCounterVersion& version, const PacketDataStatus& record) {

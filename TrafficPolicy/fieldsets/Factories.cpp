@@ -4,6 +4,11 @@
 
 namespace TrafficPolicyCli {
 
+ORB_DEFINE_TYPE(ShowTrafficPolicyPrefixFieldSet)
+ORB_DEFINE_TYPE(ShowTrafficPolicyL4PortFieldSet)
+ORB_DEFINE_TYPE(ShowTrafficPolicyVlanFieldSet)
+ORB_DEFINE_TYPE(ShowTrafficPolicyMacFieldSet)
+
 Orb::Ptr<ShowTrafficPolicyPrefixFieldSet> showTrafficPolicyPrefixFieldSetFactory(
     Orb::Ptr<const Classification::FieldSetConfig> fsConfig, Orb::String fieldSetName, bool ipv4,
     bool filter, const Wire::IpGenPrefix& filterPrefix, bool exact) {

@@ -4,6 +4,11 @@
 
 namespace TrafficPolicyCli {
 
+ORB_DEFINE_TYPE(ShowTrafficPolicyBase)
+ORB_DEFINE_TYPE(ShowTrafficPolicyCpu)
+ORB_DEFINE_TYPE(ShowTrafficPolicyInterface)
+ORB_DEFINE_TYPE(ShowTrafficPolicyVAcl)
+
 ShowTrafficPolicyBase::ShowTrafficPolicyBase(ShowArguments arguments)
     : policyJsonDictKeyword_(std::move(arguments.policyJsonDictKeyword)),
       policyFeatureName_(std::move(arguments.policyFeatureName)),

@@ -5,6 +5,15 @@ namespace TrafficPolicyCli {
 using PolicyMap::Installation;
 using PolicyMap::InstallState;
 
+ORB_DEFINE_TYPE(InterfaceStatus)
+ORB_DEFINE_TYPE(VrfIntfStatus)
+ORB_DEFINE_TYPE(PerAfIntfList)
+ORB_DEFINE_TYPE(PerAfVrfList)
+ORB_DEFINE_TYPE(PerAfVAclList)
+ORB_DEFINE_TYPE(InstallError)
+ORB_DEFINE_TYPE(InterfaceInstallError)
+ORB_DEFINE_TYPE(VAclInstallError)
+
 namespace {
 
 // A report's entry for a family; null when it has none.

@@ -2,6 +2,11 @@
 
 namespace TrafficPolicyCli {
 
+ORB_DEFINE_TYPE(PolicyState)
+ORB_DEFINE_TYPE(PolicyStateCpu)
+ORB_DEFINE_TYPE(PolicyStateInterface)
+ORB_DEFINE_TYPE(PolicyStateVAcl)
+
 Orb::Ptr<const InterfaceStatus> PolicyStateInterface::getInterfaceStatus(
     const Orb::String& intfName, bool isInput) const {
     return isInput ? interfaceStatusInput(intfName) : interfaceStatusOutput(intfName);

@@ -4,6 +4,11 @@
 
 namespace PolicyMap {
 
+ORB_DEFINE_TYPE(IntfCountData)
+ORB_DEFINE_TYPE(PacketDataStatus)
+ORB_DEFINE_TYPE(PolicyMapCounterStatusReaderBase)
+ORB_DEFINE_TYPE(PolicyMapHiveCounterStatusReader)
+
 namespace {
 
 const PolicyMapStatus* policyOf(const Orb::Ptr<const PolicyMapTypeStatus>& status,
@@ -50,3 +55,10 @@ U32 PolicyMapHiveCounterStatusReader::numNamedCounters(const PolicyMapSmKey& key
 }
 
 }  // namespace PolicyMap
+
+namespace TrafficPolicy {
+
+ORB_DEFINE_TYPE(NamedCounterVersion)
+ORB_DEFINE_TYPE(Counter)
+
+}  // namespace TrafficPolicy

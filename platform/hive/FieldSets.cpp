@@ -5,6 +5,17 @@
 
 namespace Classification {
 
+ORB_DEFINE_TYPE(FieldSetSubConfig)
+ORB_DEFINE_TYPE(FieldSetIpPrefixSubConfig)
+ORB_DEFINE_TYPE(FieldSetL4PortSubConfig)
+ORB_DEFINE_TYPE(FieldSetVlanSubConfig)
+ORB_DEFINE_TYPE(FieldSetMacAddrSubConfig)
+ORB_DEFINE_TYPE(FieldSetIpPrefixConfig)
+ORB_DEFINE_TYPE(FieldSetL4PortConfig)
+ORB_DEFINE_TYPE(FieldSetVlanConfig)
+ORB_DEFINE_TYPE(FieldSetMacAddrConfig)
+ORB_DEFINE_TYPE(FieldSetConfig)
+
 namespace {
 
 template <class Range>

@@ -2,6 +2,13 @@
 
 namespace Classification {
 
+ORB_DEFINE_TYPE(VlanRangeSet)
+ORB_DEFINE_TYPE(PortField)
+ORB_DEFINE_TYPE(ProtoField)
+ORB_DEFINE_TYPE(Fragment)
+ORB_DEFINE_TYPE(StructuredFilter)
+ORB_DEFINE_TYPE(InnerMatch)
+
 StructuredFilter::StructuredFilter() = default;
 StructuredFilter::~StructuredFilter() = default;
 

@@ -6,6 +6,8 @@
 
 #include "orb/Singleton.h"
 
+ORB_DEFINE_TYPE(AclNameMap)
+
 namespace {
 
 struct Row {

@@ -43,10 +43,7 @@ Ptr<PtrInterface> TypeInfo::create(Arguments arguments) const {
     return constructor_(arguments);
 }
 
-bool TypeInfo::attributeIs(const Attribute& attribute) {
-    attributes_.push_back(attribute);
-    return true;
-}
+void TypeInfo::attributeIs(const Attribute& attribute) { attributes_.push_back(attribute); }
 
 bool TypeInfo::constructorIs(Constructor constructor) {
     constructor_ = constructor;

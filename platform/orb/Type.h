@@ -112,7 +112,7 @@ class ORB_EXPORT TypeInfo {
     U64 liveCount() const { return liveCount_.load(std::memory_order_relaxed); }
 
     // Used by the macros below.
-    bool attributeIs(const Attribute& attribute);
+    void attributeIs(const Attribute& attribute);
     bool constructorIs(Constructor constructor);
     void liveCountAdd(U64 by) { liveCount_.fetch_add(by, std::memory_order_relaxed); }
 
@@ -179,14 +179,39 @@ Ptr<PtrInterface> build(TypeInfo::Arguments arguments, std::index_sequence<I...>
 }
 
 template <class Self, class... Parameters>
-bool registerConstructor() {
-    return Self::orbType().constructorIs([](TypeInfo::Arguments arguments) -> Ptr<PtrInterface> {
-        return build<Self, Parameters...>(
-            arguments, std::index_sequence_for<Parameters...>(),
-            [](auto&&... values) -> Ptr<PtrInterface> {
-                return new Self(std::forward<decltype(values)>(values)...);
-            });
-    });
+Ptr<PtrInterface> construct(TypeInfo::Arguments arguments) {
+    return build<Self, Parameters...>(
+        arguments, std::index_sequence_for<Parameters...>(),
+        [](auto&&... values) -> Ptr<PtrInterface> {
+            return new Self(std::forward<decltype(values)>(values)...);
+        });
+}
+
+// Each attribute is an overload of orbAttribute for its position among those of its class.
+template <int position>
+struct Position {};
+struct None {};
+
+template <class Type, int position = 0>
+void addAttributes(TypeInfo& type) {
+    if constexpr (requires { Type::template orbAttribute<Type>(Position<position>()); }) {
+        type.attributeIs(Type::template orbAttribute<Type>(Position<position>()));
+        addAttributes<Type, position + 1>(type);
+    }
+}
+
+template <class Type>
+TypeInfo& defineType(std::string_view signature) {
+    const TypeInfo* base = nullptr;
+    if constexpr (!std::is_same_v<typename Type::OrbBase, PtrInterface>) {
+        base = &Type::OrbBase::orbType();
+    }
+    auto& type = *new TypeInfo(scopeOf(signature), base);
+    addAttributes<Type>(type);
+    if constexpr (requires { Type::template orbConstructor<Type>(); }) {
+        type.constructorIs(Type::template orbConstructor<Type>());
+    }
+    return type;
 }
 
 // Scalars of a word or less are handed out by value, everything else by reference to const.
@@ -261,41 +286,57 @@ bool registerFactory() {
 
 }  // namespace Orb
 
-#define ORB_TYPE_COMMON(Type, base)                                                  \
-  public:                                                                            \
-    using Self = Type;                                                               \
-    ORB_EXPORT static ::Orb::TypeInfo& orbType() {                                   \
-        static ::Orb::TypeInfo& type =                                               \
-            *new ::Orb::TypeInfo(::Orb::Detail::scopeOf(__PRETTY_FUNCTION__), base); \
-        return type;                                                                 \
-    }                                                                                \
-    const ::Orb::TypeInfo& fwkType() const override { return orbType(); }            \
-                                                                                     \
-  private:                                                                           \
-    ORB_EXPORT inline static const ::Orb::TypeInfo& orbRegistered_ = orbType();      \
-    [[no_unique_address]] ::Orb::Detail::LiveObject<Type> orbLive_;                  \
-                                                                                     \
+#define ORB_TYPE_COMMON(Type, Base)                                       \
+  public:                                                                 \
+    using Self = Type;                                                    \
+    using OrbBase = Base;                                                 \
+    static ::Orb::TypeInfo& orbType();                                    \
+    const ::Orb::TypeInfo& fwkType() const override { return orbType(); } \
+    static void orbAttribute(::Orb::Detail::None);                        \
+    static void orbConstructor(::Orb::Detail::None);                      \
+                                                                          \
+  private:                                                                \
+    enum : int { orbFirstAttribute = __COUNTER__ + 1 };                   \
+    [[no_unique_address]] ::Orb::Detail::LiveObject<Type> orbLive_;       \
+                                                                          \
   public:
 
 // Makes a class a registered type: directly below PtrInterface, or derived from another type.
-#define ORB_TYPE(Type) ORB_TYPE_COMMON(Type, nullptr)
-#define ORB_DERIVED_TYPE(Type, Base) ORB_TYPE_COMMON(Type, &Base::orbType())
+#define ORB_TYPE(Type) ORB_TYPE_COMMON(Type, ::Orb::PtrInterface)
+#define ORB_DERIVED_TYPE(Type, Base) ORB_TYPE_COMMON(Type, Base)
+
+// Registers the type when its code is loaded. Stands once, in a source file, in the namespace of
+// the class; what it makes of the attributes is compiled there only.
+#define ORB_DEFINE_TYPE(Type)                                                                \
+    ::Orb::TypeInfo& Type::orbType() {                                                       \
+        static ::Orb::TypeInfo& type = ::Orb::Detail::defineType<Type>(__PRETTY_FUNCTION__); \
+        return type;                                                                         \
+    }                                                                                        \
+    namespace {                                                                              \
+    [[maybe_unused]] const ::Orb::TypeInfo& orb##Type##Registered = Type::orbType();         \
+    }
 
 // Says that the type can be built by name with these constructor arguments.
-#define ORB_CONSTRUCTIBLE(...)                              \
-    ORB_EXPORT inline static const bool orbConstructible_ = \
-        ::Orb::Detail::registerConstructor<__VA_ARGS__>();
+#define ORB_CONSTRUCTIBLE(Type, ...)                                          \
+    template <class OrbSelf>                                                  \
+    static ::Orb::TypeInfo::Constructor orbConstructor() {                    \
+        return &::Orb::Detail::construct<OrbSelf __VA_OPT__(, ) __VA_ARGS__>; \
+    }
 
-#define ORB_STORED_ATTRIBUTE(attribute, ...)                                   \
-  private:                                                                     \
-    static ::Orb::Value attribute##Value_(const ::Orb::PtrInterface& object) { \
-        return ::Orb::valueOf(static_cast<const Self&>(object).attribute##_);  \
-    }                                                                          \
-    ORB_EXPORT inline static const bool attribute##Registered_ =               \
-        orbType().attributeIs({#attribute, #__VA_ARGS__, &attribute##Value_}); \
-    __VA_ARGS__ attribute##_{};                                                \
-                                                                               \
-  public:                                                                      \
+#define ORB_STORED_ATTRIBUTE(attribute, ...)                                                 \
+  public:                                                                                    \
+    template <class OrbSelf>                                                                 \
+    static ::Orb::Attribute orbAttribute(                                                    \
+        ::Orb::Detail::Position<__COUNTER__ - orbFirstAttribute>) {                          \
+        return {#attribute, #__VA_ARGS__, [](const ::Orb::PtrInterface& object) {            \
+                    return ::Orb::valueOf(static_cast<const OrbSelf&>(object).attribute##_); \
+                }};                                                                          \
+    }                                                                                        \
+                                                                                             \
+  private:                                                                                   \
+    __VA_ARGS__ attribute##_{};                                                              \
+                                                                                             \
+  public:                                                                                    \
     ::Orb::Detail::Getter<__VA_ARGS__> attribute() const { return attribute##_; }
 
 // An attribute that the constructor sets once.

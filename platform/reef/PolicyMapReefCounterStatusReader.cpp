@@ -5,6 +5,8 @@
 
 namespace PolicyMap {
 
+ORB_DEFINE_TYPE(PolicyMapReefCounterStatusReader)
+
 namespace {
 
 // What read() gives for the store; a value of nothing when there is no store that can be read.

@@ -9,6 +9,8 @@ using Reef::CounterIndex;
 using Reef::Directory;
 using Reef::PolicyEntry;
 
+ORB_DEFINE_TYPE(PolicyMapTypeCounters)
+
 PolicyMapTypeCounters::PolicyMapTypeCounters(Orb::Ptr<Reef::StoreManager> manager,
                                              Direction direction)
     : manager_(std::move(manager)), direction_(direction) {}

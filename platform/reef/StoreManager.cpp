@@ -11,6 +11,8 @@
 
 namespace Reef {
 
+ORB_DEFINE_TYPE(StoreManager)
+
 namespace {
 
 using Clock = std::chrono::steady_clock;

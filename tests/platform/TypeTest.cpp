@@ -46,6 +46,10 @@ class Switch : public Device {
     Switch(U32 id, const Orb::Ptr<const Port>& uplink) : Device(id), uplink_(uplink) {}
 };
 
+ORB_DEFINE_TYPE(Port)
+ORB_DEFINE_TYPE(Device)
+ORB_DEFINE_TYPE(Switch)
+
 namespace {
 
 using Orb::Ptr;
