@@ -1,15 +1,13 @@
-// Builds rules by hand and prints them as text or as JSON, and reads what the views trace.
+// Builds rules by hand and prints them as text or as JSON.
 #pragma once
 
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <functional>
 #include <vector>
 
+#include "Captured.h"
 #include "frame/ShowTrafficPolicy.h"
-#include "frame/Trace.h"
 #include "views/MatchView.h"
 
 namespace TrafficPolicyCli {
@@ -17,6 +15,7 @@ namespace TrafficPolicyCli {
 using Filter = Classification::StructuredFilter;
 using Fill = std::function<void(Filter&)>;
 using TakeActions = std::function<void(PolicyMap::PolicyClassAction&)>;
+using Captured::MemoryFile;
 using Fragment = Classification::Fragment;
 using PortField = Classification::PortField;
 using ProtoField = Classification::ProtoField;
@@ -24,26 +23,6 @@ using VlanRangeSet = Classification::VlanRangeSet;
 
 inline constexpr U32 textFormat = 1;
 inline constexpr U32 jsonFormat = 2;
-
-// A file in memory.
-class MemoryFile {
-  public:
-    MemoryFile() : fd_(::memfd_create("output", 0)) {}
-    ~MemoryFile() { ::close(fd_); }
-    MemoryFile(const MemoryFile&) = delete;
-    MemoryFile& operator=(const MemoryFile&) = delete;
-
-    int fd() const { return fd_; }
-    std::string text() const {
-        std::string text(static_cast<std::size_t>(::lseek(fd_, 0, SEEK_END)), '\0');
-        const ssize_t size = ::pread(fd_, text.data(), text.size(), 0);
-        EXPECT_EQ(size, static_cast<ssize_t>(text.size()));
-        return text;
-    }
-
-  private:
-    int fd_;
-};
 
 // Prints with a renderer; JSON stands in the document's braces.
 template <class Print>
@@ -59,26 +38,6 @@ std::string printed(U32 format, U32 revision, const Print& print) {
     }
     return file.text();
 }
-
-// Records the traces up to level 8 while it lives.
-class Traces {
-  public:
-    Traces() {
-        Orb::traceOutputIs(file_.fd());
-        showTrace.levelIs(8);
-    }
-    ~Traces() {
-        showTrace.levelDel();
-        Orb::traceOutputIs(STDERR_FILENO);
-    }
-    Traces(const Traces&) = delete;
-    Traces& operator=(const Traces&) = delete;
-
-    std::string text() const { return file_.text(); }
-
-  private:
-    MemoryFile file_;
-};
 
 inline Wire::IpGenPrefix prefix(std::string_view text) { return *Wire::IpGenPrefix::parse(text); }
 inline Wire::IpGenAddr address(std::string_view text) { return *Wire::IpGenAddr::parse(text); }

@@ -129,9 +129,9 @@ TEST(ViewsRules, traces) {
     fixture.setActions("full", [](PolicyMap::PolicyClassAction& actions) {
         addAction<PolicyMap::SetDscpAction>(actions);
     });
-    const Traces traces;
+    const Captured::Traces traces("TrafficPolicyShowCliHelper", 8);
     fixture.rules(textFormat);
-    std::istringstream lines(traces.text());
+    const std::vector<string> lines = traces.lines();
     const struct {
         const char* level;
         const char* function;  // part of the signature that the line begins with; empty: none
@@ -160,19 +160,17 @@ TEST(ViewsRules, traces) {
         {"8", "ShowTrafficPolicyBase::renderActions(", " bare 1"},
         {"8", "", "No actions mapped to bare"},
     };
+    ASSERT_EQ(lines.size(), std::size(expected));
+    auto line = lines.begin();
     for (const auto& row : expected) {
-        string line;
-        ASSERT_TRUE(std::getline(lines, line)) << row.end;
-        const string begin = string("TrafficPolicyShowCliHelper/") + row.level + " ";
+        const string level = string(row.level) + " ";
         if (*row.function == '\0') {
-            EXPECT_EQ(line, begin + row.end);
+            EXPECT_EQ(*line++, level + row.end);
         } else {
-            EXPECT_THAT(line, testing::AllOf(testing::StartsWith(begin), HasSubstr(row.function),
-                                             testing::EndsWith(row.end)));
+            EXPECT_THAT(*line++, testing::AllOf(testing::StartsWith(level), HasSubstr(row.function),
+                                                testing::EndsWith(row.end)));
         }
     }
-    string more;
-    EXPECT_FALSE(std::getline(lines, more)) << more;
 }
 
 // Two of everything that is sorted, and one of everything else.
