@@ -27,6 +27,16 @@ std::vector<std::string_view> namesOf(std::span<const Key<Target>> keys) {
     return names;
 }
 
+template <class Target>
+std::string requiredKeys(std::span<const Key<Target>> keys) {
+    std::string names;
+    for (const Key<Target>& key : keys) {
+        if (key.presence == Presence::optional) continue;
+        names += (names.empty() ? "" : ", ") + inQuotes(key.name);
+    }
+    return names;
+}
+
 // Reads the members of an object into the target. Refuses unknown, repeated and missing keys.
 template <class Target>
 void readObject(const Node& node, std::span<const Key<Target>> keys,
@@ -49,7 +59,7 @@ void readObject(const Node& node, std::span<const Key<Target>> keys,
     }
     for (std::size_t i = 0; i < keys.size(); ++i) {
         if (keys[i].presence == Presence::required && (seen >> i & 1) == 0) {
-            node.refuse("the key " + inQuotes(keys[i].name) + " is missing", "it");
+            node.refuse("the key " + inQuotes(keys[i].name) + " is missing", requiredKeys(keys));
         }
     }
 }

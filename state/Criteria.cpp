@@ -115,8 +115,9 @@ void readIcmpTypes(const Node& node, ProtoField& proto) {
     readList(node, [&](const Node& item) {
         IcmpTypeRange types;
         readObject(item, icmpTypeKeys, types);
-        if (seen.contains(types)) item.member("type").refuse("this type stands twice", "it once");
-        seen.isNew(types);
+        const NumericalRange range(types.low, types.high);
+        if (seen.contains(range)) item.member("type").refuse("this type stands twice", "it once");
+        seen.isNew(range);
         proto.icmpTypesIs(std::move(types));
     });
 }

@@ -90,7 +90,7 @@ U64 Node::number(U64 low, U64 high) const {
     if (isOf(element_, value) && value >= low && value <= high) return value;
     const std::string expected =
         "a whole number from " + std::to_string(low) + " to " + std::to_string(high);
-    if (!element_.is_number()) refuse("is " + typeName(element_.type()), expected);
+    if (!element_.is_number()) refuseType(expected);
     if (element_.type() == simdjson::dom::element_type::DOUBLE)
         refuse("is a number with a fraction or an exponent", expected);
     refuse(simdjson::minify(element_) + " is out of range", expected);
@@ -141,7 +141,7 @@ void Node::refuse(const std::string& wrong, const std::string& expected) const {
     throw StateError(message + "\": " + wrong + ", expected " + expected);
 }
 
-void Node::refuseType(const char* expected) const {
+void Node::refuseType(const std::string& expected) const {
     refuse("is " + typeName(element_.type()), expected);
 }
 

@@ -47,6 +47,8 @@ class Node {
 
     // Throws the StateError that says what is wrong here and what was expected.
     [[noreturn]] void refuse(const std::string& wrong, const std::string& expected) const;
+    // The value is of no type that is taken here.
+    [[noreturn]] void refuseType(const std::string& expected) const;
     [[noreturn]] void refuseKey(std::string_view key,
                                 std::span<const std::string_view> known) const;
     // The key of this node, or its value, is there for the second time.
@@ -55,7 +57,6 @@ class Node {
   private:
     const Node& root() const;
     void appendPointer(std::string& out) const;
-    [[noreturn]] void refuseType(const char* expected) const;
 
     const std::string* documentName_ = nullptr;
     const Node* parent_ = nullptr;

@@ -53,20 +53,27 @@ std::optional<U32> parseDecimal(std::string_view text) {
     return result.ec == std::errc::result_out_of_range ? ~U32{0} : value;
 }
 
+std::string limits(U32 lowest, U32 highest) {
+    return std::to_string(lowest) + " to " + std::to_string(highest);
+}
+
+std::string rangeForm(U32 lowest, U32 highest) {
+    return "a number or \"low-high\", from " + limits(lowest, highest);
+}
+
 NumericalRange parseRange(const Node& node, std::string_view text, U32 lowest, U32 highest) {
     const std::size_t dash = text.find('-');
     const auto low = parseDecimal(text.substr(0, dash));
     const auto high = dash == std::string_view::npos ? low : parseDecimal(text.substr(dash + 1));
-    const auto limits = [=] { return std::to_string(lowest) + " to " + std::to_string(highest); };
     if (!low || !high) {
-        node.refuse(inQuotes(text) + " is no range", "a number or \"low-high\", from " + limits());
+        node.refuse(inQuotes(text) + " is no range", rangeForm(lowest, highest));
     }
     if (*low > *high) {
         node.refuse(inQuotes(text) + " has its low bound above its high one",
                     inQuotes(NumericalRange(*high, *low).stringValue()));
     }
     if (*low < lowest || *high > highest) {
-        node.refuse(inQuotes(text) + " is out of range", limits());
+        node.refuse(inQuotes(text) + " is out of range", limits(lowest, highest));
     }
     return {*low, *high};
 }
@@ -128,6 +135,7 @@ NumericalRange readRange(const Node& node, U32 lowest, U32 highest) {
     if (node.element().get(text) == simdjson::SUCCESS) {
         return parseRange(node, text, lowest, highest);
     }
+    if (!node.element().is_number()) node.refuseType(rangeForm(lowest, highest));
     const auto value = static_cast<U32>(node.number(lowest, highest));
     return {value, value};
 }

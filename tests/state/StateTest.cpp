@@ -13,7 +13,6 @@ namespace {
 using StateDirectory::readState;
 using StateDirectory::State;
 using StateDirectory::StateError;
-using ::testing::EndsWith;
 using ::testing::HasSubstr;
 
 // An object and all below it, a line each: objects with their type, attributes that are not of
@@ -224,6 +223,7 @@ TEST(ReadState, LeavesNoObjectBehindWhenDroppedOrRefused) {
 TEST(ReadStateThreads, StatesAreReadSideBySide) {
     const DocumentedState directory;
     std::vector<std::thread> readers;
+    readers.reserve(4);
     for (int i = 0; i < 4; ++i) {
         readers.emplace_back([&] {
             for (int round = 0; round < 5; ++round) {
