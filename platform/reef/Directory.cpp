@@ -71,28 +71,37 @@ const PolicyEntry* Directory::policy(Direction direction, std::string_view name)
 
 std::optional<CounterIndex> Directory::rule(const PolicyEntry& policy,
                                             std::string_view name) const {
-    return indexed(policy, &PolicyIndex::rules, policy.firstCounter, policy.ruleCount, name);
+    return find(findersOf(policy).rules, policy.firstCounter, policy.ruleCount, name);
 }
 
 std::optional<CounterIndex> Directory::namedCounter(const PolicyEntry& policy,
                                                     std::string_view name) const {
-    return indexed(policy, &PolicyIndex::named, policy.firstCounter + policy.ruleCount,
-                   policy.namedCount, name);
+    return find(findersOf(policy).named, policy.firstCounter + policy.ruleCount, policy.namedCount,
+                name);
 }
 
-std::optional<CounterIndex> Directory::indexed(const PolicyEntry& policy,
-                                               NameMap PolicyIndex::*kind, CounterIndex first,
-                                               U32 count, std::string_view name) const {
-    if (index_.empty()) index_.resize(policies.size());
-    NameMap& map = index_[static_cast<std::size_t>(&policy - policies.data())].*kind;
-    if (map.empty()) {
-        map.reserve(count);
+Directory::Finders& Directory::findersOf(const PolicyEntry& policy) const {
+    if (finders_.empty()) finders_.resize(policies.size());
+    return finders_[static_cast<std::size_t>(&policy - policies.data())];
+}
+
+std::optional<CounterIndex> Directory::find(Finder& finder, CounterIndex first, U32 count,
+                                            std::string_view name) const {
+    const CounterIndex next = std::max(finder.next, first);
+    if (next < first + count && nameOf(counters[next].name) == name) {
+        finder.next = next + 1;
+        return next;
+    }
+    if (finder.map.empty()) {
+        finder.map.reserve(count);
         for (CounterIndex i = first; i < first + count; ++i) {
-            map.isNew({nameOf(counters[i].name), i});
+            finder.map.isNew({nameOf(counters[i].name), i});
         }
     }
-    const CounterIndex* const found = map.find(name);
-    return found == nullptr ? std::nullopt : std::optional(*found);
+    const CounterIndex* const found = finder.map.find(name);
+    if (found == nullptr) return std::nullopt;
+    finder.next = *found + 1;
+    return *found;
 }
 
 std::string Directory::describe(CounterIndex counter) const {

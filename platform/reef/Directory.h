@@ -17,7 +17,7 @@ using PolicyMap::Counters::Direction;
 // A position among the counters of a store, and among its records.
 using CounterIndex = U32;
 
-class Directory {
+class ORB_EXPORT Directory {
   public:
     std::vector<PolicyEntry> policies;
     std::vector<CounterEntry> counters;
@@ -45,15 +45,21 @@ class Directory {
 
   private:
     using NameMap = Orb::HashMap2018<std::string_view, CounterIndex>;
-    struct PolicyIndex {
-        NameMap rules;
-        NameMap named;
+    // Finds names of one kind in one policy. Who walks the rules in their own order finds each
+    // behind the last and needs no map; the map is filled at the first look-up out of order.
+    struct Finder {
+        CounterIndex next = 0;
+        NameMap map;
     };
-    std::optional<CounterIndex> indexed(const PolicyEntry& policy, NameMap PolicyIndex::*kind,
-                                        CounterIndex first, U32 count, std::string_view name) const;
+    struct Finders {
+        Finder rules;
+        Finder named;
+    };
+    Finders& findersOf(const PolicyEntry& policy) const;
+    std::optional<CounterIndex> find(Finder& finder, CounterIndex first, U32 count,
+                                     std::string_view name) const;
 
-    // By position of the policy; a policy's names are entered at the first look-up among them.
-    mutable std::vector<PolicyIndex> index_;
+    mutable std::vector<Finders> finders_;  // by position of the policy
 };
 
 }  // namespace Reef

@@ -12,8 +12,8 @@
 //           end of file
 //
 //     counters of one policy   [rule][rule]... [named][named]... [interface]...
-//                              ascending by    ascending by      those of the first named counter,
-//                              name            name              of the second, ...
+//                              in the order in which the     those of the first named counter,
+//                              platform reports them         of the second, ...
 //
 // Header and directory never change in a store that stands under its name; a store with other
 // counters is written beside it and renamed over it. Records change all the time (Record.h).

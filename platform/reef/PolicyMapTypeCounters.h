@@ -13,7 +13,7 @@ struct PolicyMapKey {
     Orb::String policyName;
 };
 
-// The counters of one policy as they were when they were read, each kind ascending by name.
+// The counters of one policy as they were when they were read.
 struct PolicyMapCounters {
     std::vector<Orb::Ptr<const PacketDataStatus>> namedCounter;
     std::vector<Orb::Ptr<const PacketDataStatus>> classCounter;

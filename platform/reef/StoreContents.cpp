@@ -1,11 +1,9 @@
 #include "reef/StoreContents.h"
 
-#include <algorithm>
 #include <stdexcept>
 
 namespace Reef {
 
-using PolicyMap::PacketDataStatus;
 using PolicyMap::PolicyMapStatus;
 using PolicyMap::PolicyMapTypeStatus;
 
@@ -21,35 +19,23 @@ class ContentsBuilder {
     StoreContents take() { return std::move(contents_); }
 
   private:
-    using Counters = std::vector<const PacketDataStatus*>;
-
-    static Counters sorted(
-        const Orb::HashMap2018<Orb::String, Orb::Ptr<const PacketDataStatus>>& records) {
-        Counters counters;
-        for (const auto& entry : records) counters.push_back(entry.value.get());
-        std::ranges::sort(
-            counters, {}, [](const auto* counter) -> auto& { return counter->name(); });
-        return counters;
-    }
-
     void add(Direction direction, const PolicyMapStatus& policy) {
-        const Counters rules = sorted(policy.classCounter());
-        const Counters named = sorted(policy.namedCounter());
+        const auto& rules = policy.classCounter();
+        const auto& named = policy.namedCounter();
         auto& counters = contents_.directory.counters;
         contents_.directory.policies.push_back({.direction = static_cast<U32>(direction),
                                                 .firstCounter = position(),
-                                                .ruleCount = static_cast<U32>(rules.size()),
-                                                .namedCount = static_cast<U32>(named.size()),
+                                                .ruleCount = rules.size(),
+                                                .namedCount = named.size(),
                                                 .name = rangeOf(policy.name())});
-        for (const auto* rule : rules) add(rule->name(), rule->uniqueId(), rule->count());
-        const CounterIndex firstNamed = position();
-        for (const auto* counter : named) {
-            add(counter->name(), counter->uniqueId(), counter->count());
-        }
-        for (std::size_t i = 0; i < named.size(); ++i) {
-            counters[firstNamed + i].firstInterface = position();
-            counters[firstNamed + i].interfaceCount = named[i]->perIntfCount().size();
-            for (const auto& [interface, data] : named[i]->perIntfCount()) {
+        for (const auto& [name, rule] : rules) add(name, rule->uniqueId(), rule->count());
+        CounterIndex owner = position();
+        for (const auto& [name, counter] : named) add(name, counter->uniqueId(), counter->count());
+        for (const auto& [name, counter] : named) {
+            counters[owner].firstInterface = position();
+            counters[owner].interfaceCount = counter->perIntfCount().size();
+            ++owner;
+            for (const auto& [interface, data] : counter->perIntfCount()) {
                 add(interface.stringValue(), data->uniqueId(), data->countData());
             }
         }

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "orb/Escape.h"
 #include "reef/BusGuard.h"
 #include "reef/CorruptionDetectedException.h"
 #include "reef/StoreContents.h"
@@ -25,7 +26,7 @@ namespace {
 constexpr int openFlags = O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 
 [[noreturn]] void failed(const std::string& path, const std::string& what) {
-    throw std::runtime_error(path + ": " + what);
+    throw std::runtime_error("counter store " + Orb::escaped(path) + ": " + what);
 }
 
 [[noreturn]] void failedCall(const std::string& path, const std::string& what) {

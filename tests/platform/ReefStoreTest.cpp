@@ -86,7 +86,7 @@ TEST_F(ReefStore, keepsIdentitiesAndCountsWhenItIsContinued) {
     Figures figures = expected();
     {
         StoreWriter writer = StoreWriter::resume(path);
-        const Increment increments[] = {{1, {1, 64}}, {3, {~U64{0}, 1}}, {1, {1, 64}}};
+        const Increment increments[] = {{2, {1, 64}}, {0, {~U64{0}, 1}}, {2, {1, 64}}};
         writer.add(increments);
     }
     figures["input core rule default"].count.packets += 2;
@@ -138,8 +138,8 @@ TEST_F(ReefStore, tellsWhyItCannotBeMade) {
 TEST_F(ReefStore, ofADeadWriterLosesOnlyTheUnfinishedRecord) {
     create();
     const auto records = contents().size() - expected().size() * sizeof(Record);
-    // Counter 2 is the rule "dns" of the input policy "core"; its writer got half-way.
-    overwrite(records + 2 * sizeof(Record), std::string("\x03\0\0\0\0\0\0\0\x77", 9));
+    // Counter 1 is the rule "dns" of the input policy "core"; its writer got half-way.
+    overwrite(records + sizeof(Record), std::string("\x03\0\0\0\0\0\0\0\x77", 9));
     CaptureStderr();
     const auto store = manager();
     Figures figures = expected();

@@ -1,0 +1,116 @@
+// counteragent: holds the counter store of a state directory and counts into it until it is told to
+// stop. The signals that stop it are waited for, never handled: they arrive between two ticks, so
+// no record is left unfinished.
+#include <csignal>
+#include <cstdio>
+#include <ctime>
+#include <filesystem>
+
+#include "agent/Counting.h"
+#include "orb/Escape.h"
+#include "reef/CorruptionDetectedException.h"
+#include "reef/Directory.h"
+#include "state/CounterStore.h"
+#include "state/State.h"
+
+namespace CounterAgent {
+
+namespace {
+
+constexpr int badOptions = 1;
+constexpr int badState = 2;
+
+constexpr long tickNanoseconds = 50'000'000;
+
+void say(const std::string& message) {
+    std::fprintf(stderr, "counteragent: %s\n", message.c_str());
+}
+
+sigset_t stopSignals() {
+    sigset_t signals;
+    ::sigemptyset(&signals);
+    ::sigaddset(&signals, SIGTERM);
+    ::sigaddset(&signals, SIGINT);
+    return signals;
+}
+
+// Waits that long at most for a signal to stop; true: there was one.
+bool isStopped(long nanoseconds) {
+    static const sigset_t signals = stopSignals();
+    const timespec longest = {0, nanoseconds};
+    return ::sigtimedwait(&signals, nullptr, &longest) > 0;
+}
+
+double secondsNow() {
+    timespec now = {};
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+Reef::StoreWriter openStore(const Options& options, const std::string& path) {
+    const bool stands = std::filesystem::exists(std::filesystem::symlink_status(path));
+    if (stands && !options.recreate) return Reef::StoreWriter::resume(path);
+    const auto state = StateDirectory::readState(options.stateDirectory);
+    return Reef::StoreWriter::create(
+        path, state.interfaceInput, state.interfaceOutput,
+        options.recreate ? Reef::Identities::unused : Reef::Identities::ofStatus);
+}
+
+void count(Reef::StoreWriter& writer, Counting& counting) {
+    const double begin = secondsNow();
+    double last = begin;
+    U64 records = 0;
+    while (!isStopped(counting.isFastest() ? 0 : tickNanoseconds)) {
+        const double now = secondsNow();
+        records += counting.advance(writer, now - last);
+        last = now;
+    }
+    std::printf("%llu record updates in %.3f seconds\n", static_cast<unsigned long long>(records),
+                secondsNow() - begin);
+}
+
+int run(const Options& options) {
+    const std::string path = StateDirectory::counterStorePath(options.stateDirectory);
+    const std::string store = "counter store " + Orb::escaped(path);
+    try {
+        Reef::StoreWriter writer = openStore(options, path);
+        if (writer.recordsReset() != 0) {
+            say(store + ": " + std::to_string(writer.recordsReset()) +
+                " damaged records count from 0 again");
+        }
+        Counting counting(writer.directory(), options.rates);
+        if (options.once) return 0;
+        std::printf("%s: %zu records\n", store.c_str(), writer.directory().counters.size());
+        std::fflush(stdout);
+        count(writer, counting);
+        return 0;
+    } catch (const OptionError& error) {
+        say(error.what());
+        return badOptions;
+    } catch (const Cairn::CorruptionDetectedException& damage) {
+        say(store + ": " + damage.what() + "; --recreate makes it anew");
+        return badState;
+    } catch (const std::exception& error) {
+        say(error.what());
+        return badState;
+    }
+}
+
+}  // namespace
+
+}  // namespace CounterAgent
+
+int main(int argc, char** argv) {
+    // Before any thread is started, so that none takes them.
+    const sigset_t signals = CounterAgent::stopSignals();
+    ::sigprocmask(SIG_BLOCK, &signals, nullptr);
+    try {
+        const auto options = CounterAgent::parseOptions({argv + 1, argv + argc});
+        if (!options.help) return CounterAgent::run(options);
+        std::fputs(CounterAgent::helpText().c_str(), stdout);
+        return 0;
+    } catch (const CounterAgent::OptionError& error) {
+        CounterAgent::say(error.what());
+        return CounterAgent::badOptions;
+    }
+}
