@@ -185,14 +185,14 @@ const std::vector<Command>& commands() {
     static const std::vector<Command> rows = {
         {"show traffic-policy [NAME] interface [input | output] "
          "[summary | detail | errors | counters]",
-         "policies on interfaces: where configured, applied and failed, and their rules",
+         "policies on interfaces: where they are and where they failed; their rules",
          planInterface},
         {"show traffic-policy [NAME] cpu [summary | detail | errors | counters]",
          "policies on the CPU, per VRF, in hardware and in the kernel", planCpu},
         {"show traffic-policy [NAME] vlan [summary | detail | errors]", "policies on VLANs",
          planVlan},
         {"show traffic-policy field-set (ipv4 | ipv6) prefix [NAME] [filter PREFIX [exact]]",
-         "prefix field sets; with a filter those that overlap it, or have that very prefix",
+         "prefix field sets; with a filter what overlaps it, or is that very prefix",
          planPrefixFieldSet},
         {"show traffic-policy field-set l4-port [NAME] [filter LOW[-HIGH]]",
          "port field sets; with a filter those with a range that holds all of it",

@@ -1,6 +1,6 @@
 #include "cli/Filters.h"
 
-#include <charconv>
+#include "cli/Number.h"
 
 namespace Cli {
 
@@ -14,16 +14,6 @@ struct RangeKind {
 
 constexpr RangeKind ports{0, 65535, "ports 0 to 65535: one, as 443, or a range, as 1024-65535"};
 constexpr RangeKind vlans{1, 4094, "VLANs 1 to 4094: one, as 10, or a range, as 100-199"};
-
-// A number in decimal digits; one that is too large for 32 bits reads as the largest. Null for
-// anything else.
-std::optional<U32> parseNumber(std::string_view text) {
-    U32 number = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number);
-    if (stop != end || error == std::errc::invalid_argument) return std::nullopt;
-    return error == std::errc() ? number : ~U32{0};
-}
 
 Classification::NumericalRange rangeFilter(const Token& token, const RangeKind& kind) {
     const std::string_view text = token.text;

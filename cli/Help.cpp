@@ -1,58 +1,96 @@
 #include "cli/Help.h"
 
+#include <string_view>
+
 #include "cli/Commands.h"
 
 namespace Cli {
 
+namespace {
+
+constexpr std::size_t lineWidth = 79;
+
+// Where a part in brackets that is not within another one begins, the last that is not behind the
+// limit; npos when there is none.
+std::size_t lastPart(std::string_view words, std::size_t limit) {
+    std::size_t found = std::string_view::npos;
+    int depth = 0;
+    for (std::size_t at = 0; at <= limit; ++at) {
+        if (words[at] == '[' && depth++ == 0) found = at;
+        if (words[at] == ']') --depth;
+    }
+    return found;
+}
+
+// Appends the words of a command; the parts that do not fit on its line go on, further in, on the
+// next.
+void appendWords(std::string& text, std::string_view words) {
+    std::string_view indent = "  ";
+    while (indent.size() + words.size() > lineWidth) {
+        const std::size_t part = lastPart(words, lineWidth - indent.size());
+        if (part == 0 || part == std::string_view::npos) break;
+        text.append(indent).append(words.substr(0, part - 1)).append("\n");
+        words.remove_prefix(part);
+        indent = "          ";
+    }
+    text.append(indent).append(words).append("\n");
+}
+
+}  // namespace
+
 std::string usageText() {
     std::string text =
-        "Usage: tpcli [--state DIR] [--json] [--revision N] [--trace FACILITY/LEVEL[,...]]\n"
-        "             WORDS...\n"
+        "Usage: tpcli [--state DIR] [--json] [--revision N]\n"
+        "             [--trace FACILITY/LEVEL[,...]] WORDS...\n"
         "       tpcli --help\n"
         "\n"
         "Commands:\n";
     for (const Command& command : commands()) {
-        text.append("  ").append(command.line).append("\n");
+        appendWords(text, command.line);
         text.append("      ").append(command.purpose).append("\n");
     }
     return text;
 }
 
 std::string helpText() {
-    return "Shows the traffic policies of a switch: where they are configured, where hardware and\n"
-           "kernel took them and where not, their rules, and the field sets they refer to.\n"
+    return "Shows the traffic policies of a switch: where they are configured, where\n"
+           "hardware and kernel took them and where not, their rules and counts, and the\n"
+           "field sets they refer to.\n"
            "\n" +
            usageText() +
            R"(
-Words of commands may be shortened while that is unambiguous: sh tr int err. A word
-that reads as a keyword, whole or shortened, is one. A word in double quotes is always
-a NAME; mind that the shell takes one pair of quotes away: '"cpu"'.
+Words of commands may be shortened while that is unambiguous: sh tr int err.
+A word that reads as a keyword, whole or shortened, is one. A word in double
+quotes is always a NAME; the shell takes one pair of quotes away: '"cpu"'.
 
 Options, which may stand anywhere:
-  --state DIR     directory of the state documents; the current directory when absent
+  --state DIR     directory of the state documents; when absent the current one
   --json          print JSON instead of text
-  --revision N    revision of the JSON model, 2 when absent
+  --revision N    revision of the JSON model; when absent 2
   --trace FACILITY/LEVEL[,...]
-                  write trace messages to standard error, those of the levels 0 to LEVEL
-                  (at most 9). Facility: TrafficPolicyShowCliHelper. The word Blip, without
-                  a level, dumps the ring of recent messages when the command ends
+                  write trace messages of the levels 0 to LEVEL, at most 9, to
+                  standard error. Facility: TrafficPolicyShowCliHelper. The
+                  word Blip, without a level, dumps the ring of recent messages
+                  when the command ends
   --              what follows are words, whatever they look like
   --help          print this text
 
 Exit status:
-    0  the command ran; a NAME that nothing bears is told on standard error
+    0  the command ran; when nothing has the NAME, standard error says so
     1  wrong words or options
-    2  the state documents are missing or have a mistake; nothing is shown
+    2  the state directory is missing or has a mistake, and nothing is shown;
+       or not everything could be cleared
     3  the output could not be written
-  130  interrupted: what was printed stands, and JSON stays incomplete. A second
+  130  interrupted: what was printed stands, JSON stays incomplete. A second
        interrupt ends the process at once
   141  the output went to a pipe that nobody reads any more
 
 Examples:
   tpcli --state examples/campus show traffic-policy interface errors
-  tpcli --state examples/campus --json show traffic-policy CAMPUS-IN cpu
-  tpcli --state examples/campus show traffic-policy '"cpu"' interface input summary
-  tpcli --state examples/campus show traffic-policy field-set ipv4 prefix filter 10.1.0.0/16
+  tpcli --state examples/campus --json show traffic-policy COPP-MGMT cpu
+  tpcli --state examples/campus show traffic-policy '"cpu"' interface summary
+  tpcli --state examples/campus show traffic-policy field-set ipv4 prefix
+        BLOCKLIST filter 10.97.0.0/16
 )";
 }
 

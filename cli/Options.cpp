@@ -1,11 +1,9 @@
 #include "cli/Options.h"
 
 #include <algorithm>
-#include <charconv>
 #include <iterator>
-#include <optional>
-#include <string_view>
 
+#include "cli/Number.h"
 #include "orb/Trace.h"
 
 namespace Cli {
@@ -15,14 +13,6 @@ namespace {
 constexpr std::string_view facilities[] = {"TrafficPolicyShowCliHelper"};
 constexpr std::string_view expectedTrace =
     "TrafficPolicyShowCliHelper/LEVEL with a level 0 to 9, or Blip";
-
-std::optional<U32> parseNumber(std::string_view text) {
-    U32 number = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc() || stop != end) return std::nullopt;
-    return number;
-}
 
 [[noreturn]] void refuse(const std::string& option, const std::string& value,
                          std::string_view problem, std::string_view expected) {

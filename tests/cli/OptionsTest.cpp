@@ -1,0 +1,71 @@
+// Options: where they may stand, their values, and what is said about wrong ones.
+#include "cli/Options.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using testing::ElementsAre;
+using testing::Pair;
+
+TEST(Options, mayStandAnywhere) {
+    const auto options = Cli::parseOptions({"--json", "show", "--state", "a", "cpu", "--revision=7",
+                                            "--state=b=c", "--", "--json", "-x"});
+    EXPECT_TRUE(options.json);
+    EXPECT_EQ(options.stateDirectory, "b=c");
+    EXPECT_EQ(options.revision, 7U);
+    EXPECT_THAT(options.words, ElementsAre("show", "cpu", "--json", "-x"));
+}
+
+TEST(Options, areModestWhenAbsent) {
+    const auto options = Cli::parseOptions({"show", "-"});
+    EXPECT_EQ(options.stateDirectory, ".");
+    EXPECT_EQ(options.revision, 2U);
+    EXPECT_FALSE(options.json || options.help || options.dumpsBlip || !options.traces.empty());
+    EXPECT_THAT(options.words, ElementsAre("show", "-"));
+}
+
+TEST(Options, readTraces) {
+    const auto options = Cli::parseOptions({"--trace", "TrafficPolicyShowCliHelper/7,Blip",
+                                            "--trace", "TrafficPolicyShowCliHelper/0"});
+    EXPECT_THAT(options.traces, ElementsAre(Pair("TrafficPolicyShowCliHelper", 7),
+                                            Pair("TrafficPolicyShowCliHelper", 0)));
+    EXPECT_TRUE(options.dumpsBlip);
+}
+
+TEST(Options, sayWhatWouldBeRight) {
+    const std::string traceExpected =
+        ", expected TrafficPolicyShowCliHelper/LEVEL with a level 0 to 9, or Blip";
+    struct {
+        std::vector<std::string> arguments;
+        std::string complaint;
+    } const rows[] = {
+        {{"--jsno"},
+         "unknown option \"--jsno\", expected --help, --json, --state, --revision or --trace"},
+        {{"-h"}, "unknown option \"-h\", expected --help, --json, --state, --revision or --trace"},
+        {{"--json=yes"}, "--json takes no value"},
+        {{"show", "--state"}, "--state needs a value, expected a directory"},
+        {{"--state="}, "--state: \"\" is empty, expected a directory"},
+        {{"--revision", "-1"},
+         "--revision: \"-1\" is no revision, expected a number 0 to 4294967295"},
+        {{"--revision", "4294967296"},
+         "--revision: \"4294967296\" is no revision, expected a number 0 to 4294967295"},
+        {{"--trace", "Show/7"}, "--trace: \"Show/7\" is no trace facility" + traceExpected},
+        {{"--trace", "TrafficPolicyShowCliHelper"},
+         "--trace: \"TrafficPolicyShowCliHelper\" has no trace level" + traceExpected},
+        {{"--trace", "TrafficPolicyShowCliHelper/10"},
+         "--trace: \"TrafficPolicyShowCliHelper/10\" has no trace level" + traceExpected},
+        {{"--trace", "Blip/1"}, "--trace: \"Blip/1\" has no levels" + traceExpected},
+        {{"--trace", "Blip,"}, "--trace: \"\" is no trace facility" + traceExpected},
+    };
+    for (const auto& row : rows) {
+        try {
+            Cli::parseOptions(row.arguments);
+            ADD_FAILURE() << "taken: " << row.arguments.front();
+        } catch (const Cli::OptionError& error) {
+            EXPECT_EQ(error.what(), row.complaint);
+        }
+    }
+}
+
+}  // namespace

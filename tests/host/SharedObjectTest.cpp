@@ -1,0 +1,197 @@
+// The shared object as a process sees it that loads it: what it exports, and that lock, interrupt
+// flag, trace levels, message ring, type registry and live counts are the process's own.
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <map>
+#include <regex>
+#include <set>
+#include <sstream>
+
+#include "Process.h"
+#include "blip/Blip.h"
+#include "fieldsets/ShowFieldSets.h"
+#include "frame/ShowTrafficPolicy.h"
+#include "orb/ActivityLock.h"
+#include "orb/Interrupt.h"
+#include "orb/Trace.h"
+
+namespace {
+
+using testing::Contains;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::IsSupersetOf;
+using testing::StartsWith;
+
+Orb::Ptr<TrafficPolicyCli::ShowTrafficPolicyVAcl> showOfOnePolicy() {
+    auto currCfg = Orb::make<PolicyMap::PolicyMapSubConfig>("ISOLATION");
+    currCfg->classPriorityIs(10, "web");
+    auto policy = Orb::make<PolicyMap::PolicyMapConfig>("ISOLATION");
+    policy->currCfgIs(Orb::Ptr<const PolicyMap::PolicyMapSubConfig>(currCfg));
+    auto config = Orb::make<TrafficPolicy::TrafficPolicyConfig>();
+    config->policyMapConfigIs("ISOLATION", Orb::Ptr<const PolicyMap::PolicyMapConfig>(policy));
+    auto policyStatus = Orb::make<PolicyMap::PolicyMapStatus>("ISOLATION");
+    auto status = Orb::make<TrafficPolicy::Status>();
+    status->policyMapStatusIs("ISOLATION",
+                              Orb::Ptr<const PolicyMap::PolicyMapStatus>(policyStatus));
+    return TrafficPolicyCli::showTrafficPolicyVAclFactory(
+        "trafficPolicies", "Traffic policy ", config, status, nullptr, "", false, false, false,
+        false, false, nullptr, nullptr, nullptr, nullptr);
+}
+
+// A file that a show object can print to.
+class Output {
+  public:
+    Output() : fd_(::open(path().c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {}
+    Output(const Output&) = delete;
+    Output& operator=(const Output&) = delete;
+    ~Output() { ::close(fd_); }
+
+    U32 fd() const { return static_cast<U32>(fd_); }
+    std::string contents() const { return contentsOf(path()); }
+
+  private:
+    std::string path() const { return directory_.file("output"); }
+
+    TemporaryDirectory directory_;
+    int fd_;
+};
+
+std::map<std::string, U64> liveCounts() {
+    std::map<std::string, U64> counts;
+    for (const Orb::TypeInfo* type : Orb::registeredTypes())
+        counts[type->name()] = type->liveCount();
+    return counts;
+}
+
+TEST(SharedObject, keepsItsTypesInTheProcessesRegistry) {
+    std::vector<std::string> names;
+    for (const Orb::TypeInfo* type : Orb::registeredTypes()) names.push_back(type->name());
+    EXPECT_THAT(names,
+                IsSupersetOf({"TrafficPolicyCli::ShowTrafficPolicyVAcl",
+                              "TrafficPolicyCli::ShowTrafficPolicyMacFieldSet",
+                              "TrafficPolicyCli::PolicyState", "PolicyMap::PolicyMapConfig"}));
+    EXPECT_EQ(std::set<std::string>(names.begin(), names.end()).size(), names.size());
+
+    const auto* const type = Orb::typeByName("TrafficPolicyCli::ShowTrafficPolicyMacFieldSet");
+    ASSERT_NE(type, nullptr);
+    const auto object = type->create({nullptr, std::string("PRINTERS")});
+    EXPECT_EQ(&object->fwkType(), type);
+}
+
+TEST(SharedObject, countsItsRecordsWhereTheProcessSeesThem) {
+    const auto before = liveCounts();
+    {
+        const auto show = showOfOnePolicy();
+        const Output output;
+        const Orb::ActivityLockGuard lock;
+        show->render(output.fd(), 1, 2);
+        EXPECT_THAT(output.contents(), StartsWith("Traffic policy ISOLATION\n"));
+        EXPECT_EQ(Orb::typeByName("TrafficPolicyCli::PolicyState")->liveCount(),
+                  before.at("TrafficPolicyCli::PolicyState") + 1);
+    }
+    EXPECT_EQ(liveCounts(), before);
+}
+
+TEST(SharedObject, endsAReportByTheProcessesInterrupt) {
+    const auto before = liveCounts();
+    for (const U32 format : {1U, 2U}) {
+        const auto show = showOfOnePolicy();
+        const Output output;
+        testing::internal::CaptureStdout();
+        Orb::interruptRequestedIs(true);
+        {
+            const Orb::ActivityLockGuard lock;
+            show->render(output.fd(), format, 2);
+        }
+        Orb::interruptRequestedIs(false);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), "exiting interrupted\n");
+        EXPECT_THAT(output.contents(), IsEmpty());
+    }
+    EXPECT_EQ(liveCounts(), before);
+}
+
+TEST(SharedObject, obeysTheProcessesTraceLevels) {
+    const Output traces;
+    const Output report;
+    Orb::traceOutputIs(static_cast<int>(traces.fd()));
+    Orb::TraceFacility& facility = Orb::traceFacility("TrafficPolicyShowCliHelper");
+    facility.levelIs(8);
+    {
+        const Orb::ActivityLockGuard lock;
+        showOfOnePolicy()->render(report.fd(), 1, 2);
+    }
+    facility.levelDel();
+    Orb::traceOutputIs(STDERR_FILENO);
+    EXPECT_THAT(traces.contents(), HasSubstr("TrafficPolicyShowCliHelper/8 "));
+}
+
+// A long sort gives up the lock that the process holds, and says so in the process's ring.
+TEST(SharedObject, yieldsTheProcessesActivityLock) {
+    auto currCfg = Orb::make<Classification::FieldSetIpPrefixSubConfig>();
+    for (U32 i = 0; i < 30'000; ++i) {
+        currCfg->prefixesIs(Wire::IpGenPrefix(Wire::IpGenAddr::ipv4(i), 32));
+    }
+    auto set = Orb::make<Classification::FieldSetIpPrefixConfig>("LARGE");
+    set->currCfgIs(Orb::Ptr<const Classification::FieldSetIpPrefixSubConfig>(currCfg));
+    auto config = Orb::make<Classification::FieldSetConfig>();
+    config->fieldSetIpPrefixIs("LARGE",
+                               Orb::Ptr<const Classification::FieldSetIpPrefixConfig>(set));
+    const auto show = TrafficPolicyCli::showTrafficPolicyPrefixFieldSetFactory(
+        config, "", true, false, Wire::IpGenPrefix(), false);
+    const Output output;
+    {
+        const Orb::ActivityLockGuard lock;
+        show->render(output.fd(), 2, 2);
+        EXPECT_TRUE(Orb::activityLockHeld());
+    }
+    std::vector<std::string> texts;
+    for (const Blip::Message& message : Blip::messages()) texts.push_back(message.text);
+    EXPECT_THAT(texts, Contains("yielding activing lock: sort prefixes"));
+}
+
+std::string exportsOf(const void* function) {
+    Dl_info object{};
+    if (::dladdr(function, &object) == 0) return "";
+    const std::string command =
+        "nm --dynamic --defined-only --demangle '" + std::string(object.dli_fname) + "'";
+    std::string text;
+    FILE* const pipe = ::popen(command.c_str(), "r");
+    if (pipe == nullptr) return "";
+    char buffer[4096];
+    while (const std::size_t count = std::fread(buffer, 1, sizeof buffer, pipe)) {
+        text.append(buffer, count);
+    }
+    return ::pclose(pipe) == 0 ? text : "";
+}
+
+// Of its own it shows the factories, what their objects are asked to do, and its types. Templates
+// and types of the platform that it uses are weak symbols, shared with whoever uses them too.
+TEST(SharedObject, exportsOnlyItsInterface) {
+    const std::regex interface(
+        R"(TrafficPolicyCli::(show\w+Factory|trafficPolicy\w+CounterSnapshotHelperFactory|)"
+        R"((ShowTrafficPolicy\w+::render)|(TrafficPolicy\w+::clearCounter))\(.*)");
+    const std::regex typeRegistration(
+        R"((guard variable for |reference temporary .* for )?TrafficPolicyCli::\w+::)"
+        R"((orbType\(\)(::type)?|\w+_))");
+    std::istringstream lines(
+        exportsOf(reinterpret_cast<const void*>(&TrafficPolicyCli::showTrafficPolicyVAclFactory)));
+    std::string address, kind, name;
+    std::size_t strong = 0;
+    while (lines >> address >> kind && std::getline(lines >> std::ws, name)) {
+        const bool isShared = kind == "V" || kind == "W" || kind == "u";
+        if (!isShared) {
+            EXPECT_TRUE(std::regex_match(name, interface)) << kind << " " << name;
+            ++strong;
+        } else if (name.find("TrafficPolicyCli::") != std::string::npos) {
+            EXPECT_TRUE(std::regex_match(name, typeRegistration)) << kind << " " << name;
+        }
+    }
+    EXPECT_GE(strong, 12U);
+}
+
+}  // namespace
