@@ -37,7 +37,7 @@ def policy_commands():
             for view in ("", "detail", "summary", "errors", "counters"):
                 if (kind, view) == ("vlan", "counters"):
                     continue
-                for revision in (None, 0, 1, 2, 3):
+                for revision in (None, 0, 1, 2, 3) if view == "detail" else (None, 1):
                     shape = "revision1" if revision in (0, 1) else "revision2"
                     schema = f"policy-{kind}-{view if view not in ('', 'detail') else shape}"
                     yield f"{kind} {direction} {view}", revision, schema

@@ -1,0 +1,158 @@
+"""Policies drawn at random, shown as JSON and as text: the JSON has to say what the state documents
+say, criterion by criterion and action by action, and the text every value of the JSON."""
+
+import json
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+import warnings
+
+warnings.simplefilter("ignore")
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "schema"))
+import schemas  # noqa: E402
+import text  # noqa: E402
+from generate import Generator  # noqa: E402
+from reader import State, read_actions, read_filter  # noqa: E402
+from validate_state import known_keys, used_keys  # noqa: E402
+
+POLICIES = 1000
+VALIDATED = 60
+# Per kind the status objects that say which rules there are, that of input first.
+KINDS = {"interface": ("interfaceInput", "interfaceOutput"), "cpu": ("cpu",), "vlan": ("vlan",)}
+faults = []
+
+
+def expect(where, what, found, expected):
+    if found != expected:
+        faults.append(f"{where}: {what}\n   found    {found}\n   expected {expected}")
+
+
+def show(folder, kind, view, *options):
+    command = [os.environ["TPCLI_PATH"], "--state", folder, *options, "show", "traffic-policy", kind, view]
+    return subprocess.run(command, check=True, capture_output=True).stdout.decode()
+
+
+def compare_rule(where, state, policy, found, rule, option, kind):
+    expect(where, "match option", found["matchOption"], option)
+    match = rule["match"].get(option, {})
+    expect(where, "matches are there", "matches" in found, "structuredFilter" in match)
+    read = read_filter(found.get("matches", {}))
+    expected = state.filter(match.get("structuredFilter", {}), option)
+    for criterion in sorted(read.keys() | expected.keys()):
+        expect(where, criterion, read.get(criterion), expected.get(criterion))
+    expect(where, "actions are there", "actions" in found, bool(rule.get("action")))
+    actions = state.actions(policy, rule, () if kind == "vlan" else KINDS[kind])
+    read = read_actions(found.get("actions", {}))
+    expect(where, "actions", read, actions)
+
+
+def part_of(report, path):
+    for key in path:
+        report = None if report is None else report.get(key)
+    return report
+
+
+def compare_text(where, policy, found, rules, kind):
+    lists = {path: part_of(policy, path) for path in text.LISTS.values()}
+    expect(where, "lists", found.lists, {path: names for path, names in lists.items() if names is not None})
+    expect(where, "number of rules", found.rule_count, len(policy["rules"]))
+    declared = policy.get("namedCounters")
+    expect(where, "counters", found.counters, [" ".join(["counter", *declared])] if declared else [])
+    headers = [f"{r['ruleString']} {r['matchOption']}" for r in policy["rules"]]
+    expect(where, "rules in text", [header for header, _, _ in found.rules], headers)
+    for report, (_, criteria, actions), (rule, _) in zip(policy["rules"], found.rules, rules):
+        place = f"{where}, rule {rule['name']}, text"
+        expect(place, "criteria", criteria, list(text.items(report.get("matches", {}), report["matchOption"])))
+        expected = []
+        if "actions" in report:
+            count = rule["action"].get("count")
+            expected = [*text.action_lines(report["actions"]), *text.count_lines(report["actions"], kind, count)]
+        expect(place, "actions", actions, expected)
+
+
+def compare_lists(where, config, state, policy, found):
+    for direction, target in zip(("input", "output"), KINDS["interface"]):
+        configured = config[f"intfConfig{direction.capitalize()}"]
+        expected = {"configuredIntfs": sorted(p for p, to in configured.items() if to == policy)}
+        outcome = state.status[target]["policyMapStatus"].get(policy, {}).get("intfStatus", {})
+        for family in ("ipv4", "ipv6"):
+            applied = sorted(p for p, result in outcome.items() if result[family]["state"] == "programmed")
+            if applied:
+                expected[f"{family}AppliedIntfs"] = applied
+        expect(where, direction, found[direction], expected)
+
+
+def all_keys():
+    names = ("policy-matches", "policy-actions")
+    parts = [json.loads((schemas.FOLDER / f"{name}.schema.json").read_text()) for name in names]
+    return {key for part in parts for key in known_keys(part)}
+
+
+def at_revision_1(report):
+    """The report with the first group of TCP flags and the first port field alone, as they were then."""
+    if isinstance(report, list):
+        return [at_revision_1(part) for part in report]
+    if not isinstance(report, dict):
+        return report
+    report = {key: at_revision_1(part) for key, part in report.items()}
+    if "tcpFlagGroups" in report:
+        report["tcpFlags"] = report.pop("tcpFlagGroups")[0]["tcpFlags"]
+    if "ports" in report:
+        report |= report.pop("ports")[0]
+    return report
+
+
+def reported(folder, validators, kind, view, revision=2):
+    report = json.loads(show(folder, kind, view, "--json", "--revision", str(revision)))
+    schema = f"policy-{kind}-{f'revision{revision}' if view == 'detail' else view}"
+    sample = {key: dict(list(policies.items())[:VALIDATED]) for key, policies in report.items()}
+    faults.extend(f"{schema}: {fault}" for fault in schemas.faults_of(validators[schema], sample))
+    return report["trafficPolicies"]
+
+
+def compare(folder, config, state, validators, kind):
+    for view in ("summary", "errors", "counters")[: 2 if kind == "vlan" else 3]:
+        reported(folder, validators, kind, view)
+    policies = reported(folder, validators, kind, "detail")
+    flat = reported(folder, validators, kind, "detail", 1)
+    expect(kind, "revision 1 follows from 2", flat == at_revision_1(policies), True)
+    texts = text.read(show(folder, kind, "detail").split("\n")[:-1])
+    expect(kind, "policies in text", list(texts), list(policies))
+    count = 0
+    for name, policy in policies.items():
+        where = f"{kind}: {name}"
+        rules = list(state.rules(name, KINDS[kind]))
+        expect(where, "rules", [r["ruleString"] for r in policy["rules"]], [r["name"] for r, _ in rules])
+        for found, (rule, option) in zip(policy["rules"], rules):
+            count += 1
+            compare_rule(f"{where}, rule {rule['name']}", state, name, found, rule, option, kind)
+        if kind == "interface":
+            compare_lists(where, config, state, name, policy)
+        compare_text(where, policy, texts[name], rules, kind)
+    return count, set(used_keys(policies))
+
+
+def main():
+    generator = Generator(20240611)
+    config = generator.config(POLICIES)
+    status = generator.status(config)
+    state = State(config, status)
+    validators = schemas.load()
+    counts = {}
+    with tempfile.TemporaryDirectory() as folder:
+        for name, document in (("config", config), ("status", status)):
+            (pathlib.Path(folder) / f"{name}.json").write_text(json.dumps(document))
+        for kind in KINDS:
+            counts[kind], keys = compare(folder, config, state, validators, kind)
+            if kind == "interface":
+                expect(kind, "keys that no policy has shown", sorted(all_keys() - keys), [])
+    for fault in faults[:20]:
+        print(fault, file=sys.stderr)
+    print(f"round trip: {' '.join(f'{n} rules of {kind},' for kind, n in counts.items())} {len(faults)} faults")
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
