@@ -84,7 +84,8 @@ class ShowTrafficPolicyVlanFieldSet : public Orb::PtrInterface {
     ORB_EXPORT void render(U32 fd, U32 format, U32 revision);
 };
 
-// MAC field sets by source, with their addresses in ascending order.
+// MAC field sets by source, with their addresses in ascending order. Every source is named, also
+// one without a set to show; there is no message when no source has the set asked for.
 class ShowTrafficPolicyMacFieldSet : public Orb::PtrInterface {
     ORB_TYPE(ShowTrafficPolicyMacFieldSet)
     ORB_KEY(configDir, Orb::Ptr<const Orb::Dir>)
