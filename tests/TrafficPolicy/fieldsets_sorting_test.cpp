@@ -1,0 +1,247 @@
+// Large prefix sets: sorting in pieces, when the activity lock is given up, and what others do to
+// the sets meanwhile.
+#include <random>
+#include <set>
+#include <thread>
+
+#include "blip/Blip.h"
+#include "fieldsets/SortedRuns.h"
+#include "fieldsets_fixture.h"
+
+namespace TrafficPolicyCli::FieldSets {
+namespace {
+
+using std::string;
+using testing::ElementsAreArray;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+
+using Version = Classification::FieldSetIpPrefixSubConfig;
+
+TEST(SortedRuns, SortPiecesOfAnySize) {
+    const std::vector<std::vector<U32>> rows = {
+        {}, {0}, {1}, {0, 0, 5, 0}, {100}, {3, 2, 1}, {1, 2, 3, 4, 50}, std::vector<U32>(33, 7),
+    };
+    std::mt19937 random(1);
+    for (const std::vector<U32>& pieces : rows) {
+        std::multiset<U32> expected;
+        SortedRuns<U32> sorted(0);
+        for (const U32 size : pieces) {
+            for (U32 i = 0; i < size; ++i) {
+                const U32 value = random() % 50;
+                expected.insert(value);
+                sorted.is(value);
+            }
+            sorted.endPiece();
+        }
+        sorted.is(25);  // a piece that nobody ended
+        expected.insert(25);
+        EXPECT_THAT(sorted.take(), ElementsAreArray(expected));
+    }
+}
+
+// /32 prefixes from 10.0.0.0 upwards, inserted in a shuffled order.
+void fill(U32 count, const std::function<void(const Wire::IpGenPrefix&)>& insert) {
+    std::vector<U32> addresses(count);
+    for (U32 i = 0; i < count; ++i) addresses[i] = 0x0a000000 + i;
+    std::shuffle(addresses.begin(), addresses.end(), std::mt19937(count));
+    for (const U32 address : addresses) {
+        insert(Wire::IpGenPrefix(Wire::IpGenAddr::ipv4(address), 32));
+    }
+}
+
+Orb::Ptr<Version> largeVersion(U32 prefixes, U32 exceptPrefixes = 0) {
+    const auto version = prefixVersion({});
+    fill(prefixes, [&](const auto& pfx) { version->prefixesIs(pfx); });
+    fill(exceptPrefixes, [&](const auto& pfx) { version->exceptPrefixesIs(pfx); });
+    return version;
+}
+
+Orb::Ptr<Classification::FieldSetConfig> configOf(const Orb::Ptr<Version>& version) {
+    const auto config = Orb::make<Classification::FieldSetConfig>();
+    config->fieldSetIpPrefixIs("LARGE", prefixSet("LARGE", version));
+    return config;
+}
+
+Orb::Ptr<ShowTrafficPolicyPrefixFieldSet> showOf(
+    const Orb::Ptr<const Classification::FieldSetConfig>& config, const string& filter = "") {
+    return showTrafficPolicyPrefixFieldSetFactory(
+        config, "", true, !filter.empty(), filter.empty() ? Wire::IpGenPrefix() : prefix(filter),
+        false);
+}
+
+// The addresses that a listing holds, in its order.
+std::vector<U32> listedAddresses(const string& json) {
+    std::vector<U32> addresses;
+    const string before = "{\"prefix\":\"10.";
+    for (std::size_t at = json.find(before); at != string::npos; at = json.find(before, at)) {
+        const char* text = json.c_str() + (at += before.size());
+        char* end = nullptr;
+        U32 address = 10;
+        for (U32 i = 0; i < 3; ++i, text = end + 1) {
+            address = address << 8 | static_cast<U32>(std::strtoul(text, &end, 10));
+        }
+        addresses.push_back(address);
+    }
+    return addresses;
+}
+
+// What the action leaves in the ring-buffer trace.
+std::vector<string> blipsOf(const std::function<void()>& action) {
+    Blip::trace("the test begins");
+    action();
+    std::vector<string> texts;
+    for (const Blip::Message& message : Blip::messages()) {
+        if (message.text == "the test begins") {
+            texts.clear();
+        } else {
+            texts.push_back(message.text);
+        }
+    }
+    return texts;
+}
+
+struct YieldRow {
+    U32 prefixes;
+    U32 exceptPrefixes;
+    string filter;
+    U32 yields;
+    U32 exceptYields;
+};
+
+class PrefixSorting : public testing::TestWithParam<YieldRow> {};
+
+TEST_P(PrefixSorting, YieldsAfterEvery25000Prefixes) {
+    const YieldRow& row = GetParam();
+    std::vector<string> expected{"begin copy+sort prefixes "};
+    const auto expectYields = [&](U32 count, const string& label) {
+        for (U32 i = 0; i < count; ++i) {
+            expected.push_back("yielding activing lock: " + label);
+            expected.emplace_back("resuming");
+        }
+    };
+    expectYields(row.yields, "sort prefixes");
+    expected.emplace_back("end copy+sort prefixes ");
+    expected.emplace_back("begin copy+sort exceptPrefix ");
+    expectYields(row.exceptYields, "sort exceptPrefix");
+    expected.emplace_back("end copy+sort exceptPrefix ");
+
+    const auto config = configOf(largeVersion(row.prefixes, row.exceptPrefixes));
+    string json;
+    const auto blips = blipsOf([&] { json = shown(showOf(config, row.filter), jsonFormat); });
+    EXPECT_EQ(blips, expected);
+
+    std::vector<U32> addresses;
+    for (const U32 count : {row.prefixes, row.exceptPrefixes}) {
+        const U32 end = row.filter.empty() ? count : std::min(count, U32{256});
+        for (U32 i = 0; i < end; ++i) addresses.push_back(0x0a000000 + i);
+    }
+    EXPECT_EQ(listedAddresses(json), addresses);
+}
+
+INSTANTIATE_TEST_SUITE_P(, PrefixSorting,
+                         testing::Values(YieldRow{0, 0, "", 0, 0}, YieldRow{24'999, 0, "", 0, 0},
+                                         YieldRow{25'000, 0, "", 1, 0},
+                                         YieldRow{25'001, 24'999, "", 1, 0},
+                                         YieldRow{50'000, 25'000, "", 2, 1},
+                                         YieldRow{1, 124'999, "", 0, 4},
+                                         // What the filter leaves out is walked all the same.
+                                         YieldRow{50'000, 50'000, "10.0.0.0/24", 2, 2}));
+
+// Runs the action in a second thread as soon as it gets the activity lock: in the first yield of
+// the report.
+string shownWhile(const Orb::Ptr<ShowTrafficPolicyPrefixFieldSet>& show, U32 format,
+                  const std::function<void()>& action) {
+    const MemoryFile file;
+    std::thread other;
+    {
+        const Orb::ActivityLockGuard locked;
+        other = std::thread([&] {
+            const Orb::ActivityLockGuard otherLocked;
+            action();
+        });
+        show->render(static_cast<U32>(file.fd()), format, 2);
+    }
+    other.join();
+    return file.text();
+}
+
+TEST(PrefixSortingThreads, ReplacedSetIsListedWholeAsItWas) {
+    const U32 count = 200'000;
+    const auto config = Orb::make<Classification::FieldSetConfig>();
+    const auto large = prefixSet("B", largeVersion(count));
+    const auto add = [&](const auto& set) { config->fieldSetIpPrefixIs(set->name(), set); };
+    add(large);
+    add(prefixSet("A", prefixVersion({"192.0.2.1/32"})));
+    add(prefixSet("C", prefixVersion({"192.0.2.2/32"})));
+    add(prefixSet("D", prefixVersion({"192.0.2.3/32"})));
+    const Orb::Ptr<const Version> oldVersion = large->currCfg();
+
+    bool replaced = false;
+    const string json = shownWhile(showOf(config), jsonFormat, [&] {
+        large->currCfgIs(prefixVersion({"192.0.2.4/32"}));
+        config->fieldSetIpPrefixDel("A");
+        config->fieldSetIpPrefixDel("B");
+        config->fieldSetIpPrefixDel("C");
+        add(prefixSet("D", prefixVersion({"192.0.2.5/32"})));
+        for (U32 i = 0; i < 1000; ++i) add(prefixSet("N" + std::to_string(i), prefixVersion({})));
+        replaced = true;
+    });
+
+    ASSERT_TRUE(replaced);
+    EXPECT_EQ(listedAddresses(json).size(), count);
+    // What came before the yield stands; what comes after it is as the other thread left it.
+    EXPECT_THAT(json, testing::StartsWith(R"({"prefixFieldSets":{"A":{)"));
+    EXPECT_THAT(json, HasSubstr("192.0.2.1/32"));
+    EXPECT_THAT(json, Not(HasSubstr("\"C\":")));
+    EXPECT_THAT(json, Not(HasSubstr("192.0.2.4/32")));
+    EXPECT_THAT(json, EndsWith(R"(,"D":{"source":"static","prefixes":[{"prefix":"192.0.2.5/32"}],)"
+                               R"("exceptPrefixes":[]}}})"
+                               "\n"));
+    EXPECT_EQ(oldVersion->references(), 1U);
+}
+
+class Interrupted : public testing::TestWithParam<U32> {
+  protected:
+    void TearDown() override { Orb::interruptRequestedIs(false); }
+};
+class InterruptedThreads : public Interrupted {};
+
+TEST_P(InterruptedThreads, InAYieldTheSortEnds) {
+    const auto show = showOf(configOf(largeVersion(200'000)));
+    string output;
+    string console;
+    const auto blips = blipsOf([&] {
+        const Captured::StandardOutput standardOutput;
+        output = shownWhile(show, GetParam(), [] { Orb::interruptRequestedIs(true); });
+        console = standardOutput.text();
+    });
+    EXPECT_EQ(console, "exiting interrupted\n");
+    EXPECT_EQ(blips.back(), "resuming");
+    if (GetParam() == textFormat) {
+        EXPECT_EQ(output, "Traffic policy IPv4 prefix field set: LARGE\nSource: static\n\n");
+    } else {
+        EXPECT_THAT(output, HasSubstr(R"("LARGE":{"source":"static")"));
+        EXPECT_THAT(output, Not(EndsWith("\n")));
+    }
+}
+INSTANTIATE_TEST_SUITE_P(, InterruptedThreads, testing::Values(textFormat, jsonFormat));
+
+TEST_F(Interrupted, BeforeItBeginsNoViewPrintsAnything) {
+    const auto config = configOf(prefixVersion({"10.0.0.0/8"}));
+    Orb::interruptRequestedIs(true);
+    const auto expectNothing = [](const auto& show) {
+        const Captured::StandardOutput standardOutput;
+        const string output = shown(show, textFormat);
+        EXPECT_EQ(standardOutput.text(), "exiting interrupted\n");
+        EXPECT_EQ(output, "");
+    };
+    expectNothing(showOf(config));
+    expectNothing(showTrafficPolicyL4PortFieldSetFactory(config, "", true, {}));
+    expectNothing(showTrafficPolicyVlanFieldSetFactory(config, "", true, {}));
+    expectNothing(showTrafficPolicyMacFieldSetFactory(Orb::make<Orb::Dir>("macs"), ""));
+}
+
+}  // namespace
+}  // namespace TrafficPolicyCli::FieldSets
