@@ -1,6 +1,7 @@
 #include "Scene.h"
 
 #include <fcntl.h>
+#include <malloc.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -106,8 +107,10 @@ void Show::run(const StateDirectory::State& state) const {
         ->render(nullDevice(), static_cast<U32>(format), 2);
 }
 
-PeakMemory::PeakMemory() : before_(memoryFigure("VmRSS:")) {
+PeakMemory::PeakMemory() {
+    ::malloc_trim(0);                             // so that nothing freed before is used again
     std::ofstream("/proc/self/clear_refs") << 5;  // the peak starts anew from here
+    before_ = memoryFigure("VmRSS:");
 }
 
 double PeakMemory::megabytesAbove() const { return memoryFigure("VmHWM:") - before_; }

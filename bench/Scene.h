@@ -48,7 +48,7 @@ class PeakMemory {
     double megabytesAbove() const;
 
   private:
-    double before_;
+    double before_ = 0;
 };
 
 // How often this thread has allocated so far.

@@ -11,7 +11,9 @@ void show(benchmark::State& bench, const Bench::Show& command) {
     double peak = 0;
     U64 allocated = 0;
     for (auto _ : bench) {
+        bench.PauseTiming();
         const Bench::PeakMemory memory;
+        bench.ResumeTiming();
         const U64 before = Bench::allocations();
         command.run(state);
         allocated += Bench::allocations() - before;
@@ -20,8 +22,8 @@ void show(benchmark::State& bench, const Bench::Show& command) {
     bench.counters["peak_MB"] = peak;
     bench.counters["allocations_per_rule"] = benchmark::Counter(
         static_cast<double>(allocated) / rules, benchmark::Counter::kAvgIterations);
-    bench.counters["us_per_rule"] = benchmark::Counter(
-        rules * 1e-6, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+    bench.counters["per_rule"] = benchmark::Counter(
+        rules, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
 // The scale that every view is measured at, and that which shows how time grows.
