@@ -1,5 +1,6 @@
 // Copies the live counter records of a policy out of the store in use into the policy's record.
-// Nothing is subtracted here; a view subtracts the last clear when it shows a count.
+// Nothing is subtracted here; a view subtracts the last clear when it shows a count. A policy whose
+// status went while its gathering had given up the activity lock has no counters.
 #include "frame/ShowTrafficPolicy.h"
 #include "frame/Trace.h"
 #include "reef/PolicyMapReefCounterStatusReader.h"
@@ -11,18 +12,32 @@ using PolicyMap::PolicyMapReefCounterStatusReader;
 
 namespace {
 
-// Enters into named and ofClass the records that the reader has of a policy: of the counters that
-// it declares, and of its rules.
-template <class Named, class OfClass>
-void gatherCounters(const CounterReader& reader, const PolicyState& policyState,
-                    const PolicyMap::PolicyMapStatus& policyStatus, Named named, OfClass ofClass) {
+// The records that a reader has of a policy.
+struct Records {
+    CounterMap named;    // of the counters that the policy declares
+    CounterMap ofClass;  // of its rules
+};
+
+Records recordsOf(const CounterReader& reader, const PolicyState& policyState,
+                  const PolicyMap::PolicyMapStatus& policyStatus) {
     const PolicyMap::PolicyMapSmKey key{policyState.name(), ""};
+    Records records;
     for (const auto& [counterName, isDeclared] : policyState.namedCounter()) {
-        if (auto record = reader.namedCounterData(key, counterName)) named(std::move(record));
+        if (auto record = reader.namedCounterData(key, counterName)) {
+            records.named.is(record->name(), std::move(record));
+        }
     }
+    records.ofClass.reserve(policyStatus.classMapStatus().size());
     for (const auto& [className, cmapStatus] : policyStatus.classMapStatus()) {
-        if (auto record = reader.classCounterData(key, className)) ofClass(std::move(record));
+        auto record = reader.classCounterData(key, className);
+        if (!record) continue;
+        if (record->name() == className) {
+            records.ofClass.isNew({className, std::move(record)});  // each class comes once
+        } else {
+            records.ofClass.is(record->name(), std::move(record));
+        }
     }
+    return records;
 }
 
 }  // namespace
@@ -35,10 +50,11 @@ Orb::Ptr<const CounterReader> ShowTrafficPolicyBase::createCounterStatusHelper(b
 void ShowTrafficPolicyBase::cacheCounters(const Orb::String& policyName) {
     SHOW_TRACE_ENTRY();
     const auto policyState = getOrCreatePolicyState(policyName);
-    gatherCounters(
-        *inputCounterHelper(), *policyState, *getPolicyMapStatus(policyName),
-        [&](auto record) { policyState->inputNamedCountersIs(std::move(record)); },
-        [&](auto record) { policyState->inputClassCountersIs(std::move(record)); });
+    const auto policyStatus = getPolicyMapStatus(policyName);
+    if (!inputCounterHelper() || !policyStatus) return;
+    Records records = recordsOf(*inputCounterHelper(), *policyState, *policyStatus);
+    policyState->inputNamedCountersIs(std::move(records.named));
+    policyState->inputClassCountersIs(std::move(records.ofClass));
 }
 
 Orb::Ptr<const CounterReader> ShowTrafficPolicyInterface::createCounterStatusHelper(bool isInput) {
@@ -65,16 +81,14 @@ void ShowTrafficPolicyInterface::cacheCounters(const Orb::String& policyName) {
     if (!reader) return;
     const auto policyState = Orb::ptrCast<PolicyStateInterface>(getOrCreatePolicyState(policyName));
     const auto policyStatus = getPolicyMapStatus(policyName);
+    if (!policyStatus) return;
+    Records records = recordsOf(*reader, *policyState, *policyStatus);
     if (isInput()) {
-        gatherCounters(
-            *reader, *policyState, *policyStatus,
-            [&](auto record) { policyState->inputNamedCountersIs(std::move(record)); },
-            [&](auto record) { policyState->inputClassCountersIs(std::move(record)); });
+        policyState->inputNamedCountersIs(std::move(records.named));
+        policyState->inputClassCountersIs(std::move(records.ofClass));
     } else {
-        gatherCounters(
-            *reader, *policyState, *policyStatus,
-            [&](auto record) { policyState->outputNamedCountersIs(std::move(record)); },
-            [&](auto record) { policyState->outputClassCountersIs(std::move(record)); });
+        policyState->outputNamedCountersIs(std::move(records.named));
+        policyState->outputClassCountersIs(std::move(records.ofClass));
     }
 }
 

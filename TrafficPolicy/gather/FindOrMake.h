@@ -2,6 +2,7 @@
 #pragma once
 
 #include "frame/ShowTrafficPolicy.h"
+#include "orb/Assert.h"
 
 namespace TrafficPolicyCli {
 
@@ -12,12 +13,17 @@ Orb::Ptr<Record> ShowTrafficPolicyBase::findOrMakePolicyState(const Orb::String&
     // Gathering asks for the same record again and again, once for every rule.
     if (lastPolicyState_ == nullptr || lastPolicyState_->name() != policyName ||
         lastPolicyStateChangeCount_ != policyState().changeCount()) {
-        lastPolicyState_ = policyState(policyName);
-        if (lastPolicyState_ == nullptr) {
+        PolicyState* const found = policyState(policyName);
+        if (found == nullptr) {
             const auto made = Orb::make<Record>(policyName);
             showFlagsInto(*made);
             policyStateIs(policyName, made);
             lastPolicyState_ = made.get();
+        } else {
+            // A record that others entered may be of another kind, which breaks an invariant.
+            Record* const policyState = dynamic_cast<Record*>(found);
+            ORB_ASSERT(policyState != nullptr);
+            lastPolicyState_ = policyState;
         }
         lastPolicyStateChangeCount_ = policyState().changeCount();
     }
