@@ -1,0 +1,165 @@
+// Text and JSON as the renderer writes them: escaping, scopes and commas.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <random>
+
+#include "Captured.h"
+#include "WellFormed.h"
+#include "textout/RendererV2.h"
+
+namespace {
+
+using Captured::MemoryFile;
+using textout::RendererV2;
+using textout::TextOutBuffer;
+using namespace std::string_literals;
+
+std::string printed(U32 format, const std::function<void(RendererV2&)>& print) {
+    const MemoryFile file;
+    TextOutBuffer out(static_cast<U32>(file.fd()));
+    RendererV2 renderer(out, format, 2);
+    renderer.documentBegin();
+    print(renderer);
+    renderer.documentEnd();
+    renderer.flush();
+    return file.text();
+}
+
+TEST(TextOutRenderer, escapesWhatComesFromOutside) {
+    const std::string no = "\ufffd";  // what a byte that is no UTF-8 becomes
+    const struct {
+        std::string given, text, json;
+    } rows[] = {
+        {"", "", ""},
+        {"edge-in ~!", "edge-in ~!", "edge-in ~!"},
+        {R"(a"b\c/d)", R"(a"b\c/d)", R"(a\"b\\c/d)"},
+        {"\n\r\t", R"(\x0a\x0d\x09)", R"(\n\r\t)"},
+        {"\0\b\f\x1b\x1f"s, R"(\x00\x08\x0c\x1b\x1f)", R"(\u0000\u0008\u000c\u001b\u001f)"},
+        {"\x7f", R"(\x7f)", R"(\u007f)"},
+        {"\xc2\x80\xc2\x9b\xc2\x9f\xc2\xa0", "\\x80\\x9b\\x9f\xc2\xa0",
+         "\\u0080\\u009b\\u009f\xc2\xa0"},
+        {"gr\xc3\xbc\xc3\x9f \xe2\x82\xac \xf0\x9f\x98\x80",
+         "gr\xc3\xbc\xc3\x9f \xe2\x82\xac \xf0\x9f\x98\x80",
+         "gr\xc3\xbc\xc3\x9f \xe2\x82\xac \xf0\x9f\x98\x80"},
+        {"\xed\x9f\xbf\xee\x80\x80\xf4\x8f\xbf\xbf", "\xed\x9f\xbf\xee\x80\x80\xf4\x8f\xbf\xbf",
+         "\xed\x9f\xbf\xee\x80\x80\xf4\x8f\xbf\xbf"},
+        // Bare continuation, cut characters, overlong forms, surrogates, beyond U+10FFFF.
+        {"\x9b", no, no},
+        {"a\xc3", "a" + no, "a" + no},
+        {"\xe2\x82\"", no + no + "\"", no + no + "\\\""},
+        {"\xc0\xa2", no + no, no + no},
+        {"\xe0\x80\xa2", no + no + no, no + no + no},
+        {"\xed\xa0\x80\xed\xbf\xbf", no + no + no + no + no + no, no + no + no + no + no + no},
+        {"\xf4\x90\x80\x80", no + no + no + no, no + no + no + no},
+        {"\xff\xfe", no + no, no + no},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(printed(1, [&](auto& renderer) { renderer.name(row.given); }), row.text);
+        const std::string document =
+            printed(2, [&](auto& renderer) { renderer.pair(row.given, row.given); });
+        EXPECT_EQ(document, "{\"" + row.json + "\":\"" + row.json + "\"}\n");
+        EXPECT_EQ(WellFormed::faultOf(document), "");
+    }
+}
+
+TEST(TextOutRenderer, documentsAreWellFormedWhateverTheNamesHold) {
+    std::mt19937 random(20240521);
+    // Bytes that begin, continue or break UTF-8 characters come often.
+    const std::string alphabet =
+        "a\"\\\n\x1b\x7f\x80\x9f\xa0\xbf\xc0\xc2\xdf\xe0\xed\xef\xf0\xf4\xf8\xff\0"s;
+    for (int round = 0; round < 2000; ++round) {
+        const auto anyText = [&](char first) {
+            std::string text(1, first);
+            for (auto left = random() % 12; left > 0; --left)
+                text += alphabet[random() % alphabet.size()];
+            return text;
+        };
+        const std::string document = printed(2, [&](auto& renderer) {
+            renderer.pair(anyText('1'), anyText('x'));
+            const auto object = renderer.object(anyText('2'));
+            const auto list = renderer.list(anyText('3'));
+            renderer.item(anyText('x'));
+            const auto entry = renderer.object();
+            renderer.pair(anyText('4'), U64{round % 3 == 0});
+        });
+        ASSERT_EQ(WellFormed::faultOf(document), "") << document;
+    }
+}
+
+TEST(TextOutRenderer, placesCommasInEveryNesting) {
+    const struct {
+        std::string json;
+        std::function<void(RendererV2&)> print;
+    } rows[] = {
+        {"{}", [](RendererV2&) {}},
+        {R"({"a":{}})", [](RendererV2& renderer) { const auto a = renderer.object("a"); }},
+        {R"({"a":[]})", [](RendererV2& renderer) { const auto a = renderer.list("a"); }},
+        {R"({"a":{},"b":[],"c":true,"d":false,"e":"x","f":18446744073709551615,"g":255})",
+         [](RendererV2& renderer) {
+             { const auto a = renderer.object("a"); }
+             { const auto b = renderer.list("b"); }
+             renderer.pair("c", true);
+             renderer.pair("d", false);
+             renderer.pair("e", "x");
+             renderer.pair("f", ~U64{0});
+             renderer.pair("g", U8{255});
+         }},
+        {R"({"a":["x",2,{"b":1},{},{"c":[]}],"d":1})",
+         [](RendererV2& renderer) {
+             {
+                 const auto a = renderer.list("a");
+                 renderer.item("x");
+                 renderer.item(2U);
+                 {
+                     const auto entry = renderer.object();
+                     renderer.pair("b", 1U);
+                 }
+                 { const auto entry = renderer.object(); }
+                 const auto entry = renderer.object();
+                 const auto c = renderer.list("c");
+             }
+             renderer.pair("d", 1U);
+         }},
+        // Scopes of one block close from the inside out.
+        {R"({"a":{"b":{"c":[1]}}})",
+         [](RendererV2& renderer) {
+             const auto a = renderer.object("a");
+             const auto b = renderer.object("b");
+             const auto c = renderer.list("c");
+             renderer.item(1U);
+         }},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(printed(2, row.print), row.json + "\n");
+        EXPECT_EQ(printed(1, row.print), "") << "text has none of it";
+    }
+}
+
+TEST(TextOutRenderer, textCallsPrintNothingInJson) {
+    const auto print = [](RendererV2& renderer) {
+        renderer.indent(3).text("a \x1b\n").name("b").number(~U64{0}).indent(2, '-').endLine();
+    };
+    EXPECT_EQ(printed(1, print), "   a \x1b\nb18446744073709551615--\n");
+    EXPECT_EQ(printed(2, print), "{}\n");
+}
+
+// Scopes that close while the buffer is full are whole when it has room again.
+TEST(TextOutRenderer, scopesCloseAcrossTheBufferBoundary) {
+    constexpr std::size_t depth = 60;
+    for (std::size_t missing = 0; missing < 200; missing += 7) {
+        const std::string document = printed(2, [&](auto& renderer) {
+            renderer.pair("fill", std::string(TextOutBuffer::capacity - missing - 5 * depth, 'x'));
+            const std::function<void(std::size_t)> nest = [&](std::size_t left) {
+                if (left == 0) return;
+                const auto object = renderer.object("n");
+                nest(left - 1);
+            };
+            nest(depth);
+            renderer.pair("end", true);
+        });
+        ASSERT_EQ(WellFormed::faultOf(document), "") << missing;
+    }
+}
+
+}  // namespace
