@@ -1,0 +1,437 @@
+// What gathering makes of configuration and status: policies, rules and their index, undefined
+// references, sizes of field sets; what it traces; and its walk while the status changes.
+#include <gmock/gmock.h>
+
+#include <random>
+#include <thread>
+
+#include "SmallState.h"
+#include "frame/Yield.h"
+#include "orb/ActivityLock.h"
+
+namespace TrafficPolicyCli {
+namespace {
+
+using SmallState::interfaceShow;
+using SmallState::Kind;
+using SmallState::shown;
+using SmallState::showOf;
+using SmallState::State;
+using SmallState::stateOf;
+using SmallState::vlanShow;
+using std::string;
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+// The rules of a record: "index:name/option" each, on interfaces "index:input,output/option"; "-"
+// for a direction without status.
+string rulesOf(const PolicyState& record) {
+    const auto* onInterfaces = dynamic_cast<const PolicyStateInterface*>(&record);
+    const auto nameOf = [](const PolicyMap::ClassMapStatus* status) {
+        return status == nullptr ? Orb::String("-") : status->name();
+    };
+    string text;
+    for (U32 i = 0; i < record.classMapConfig().size(); ++i) {
+        text +=
+            (i == 0 ? "" : " ") + std::to_string(i) + ":" + nameOf(record.classMapStatusInput(i));
+        if (onInterfaces != nullptr) text += "," + nameOf(onInterfaces->classMapStatusOutput(i));
+        text += "/" + string(PolicyMap::matchOptionName(record.classMapConfig(i)->option()));
+    }
+    return text;
+}
+
+// The record of the policy P once a show of the kind has gathered the state.
+Orb::Ptr<const PolicyState> recordOfP(Kind kind, const State& state) {
+    const auto show = showOf(kind, state);
+    if (state.fieldSetConfig) show->cacheFieldSetState();
+    show->cachePoliciesState();
+    return Orb::Ptr<const PolicyState>(show->policyState("P"));
+}
+
+string policyWith(const string& version) {
+    return R"({"policyMapConfig":{"P":{"currCfg":)" + version + "}}}";
+}
+
+const string fourRules = policyWith(R"({"rules":[
+    {"name":"r1","priority":20},{"name":"r2","priority":10,"match":{"ipv4":{}}},
+    {"name":"r3","priority":30},{"name":"r4","priority":4000000000}]})");
+
+TEST(GatherRules, getTheirIndexFromThePlatformsStatusByPriority) {
+    const struct {
+        const char* name;
+        string config, input, output;
+        Kind kind;
+        string rules;
+        U32 ruleCount;
+        bool listsFamilies;
+    } rows[] = {
+        {"ascending priority", fourRules,
+         R"({"classMapStatus":{"r1":["ipv4"],"r2":["ipv4"],"r3":["mac"],"r4":["ipv6"]}})", "",
+         Kind::vlan, "0:r2/ipv4 1:r1/ipv4 2:r3/mac 3:r4/ipv6", 4, true},
+        {"without status, without option, unknown", fourRules,
+         R"({"classMapStatus":{"r2":["ipv4"],"r3":[],"r4":["ipv6"],"r9":["ipv4"]}})", "", Kind::cpu,
+         "0:r2/ipv4 1:r4/ipv6", 2, true},
+        {"no rules", policyWith("{}"), "{}", "", Kind::vlan, "", 0, true},
+        {"no current version", R"({"policyMapConfig":{"P":{}}})",
+         R"({"classMapStatus":{"r1":["ipv4"]}})", "", Kind::vlan, "", 0, false},
+        {"no configuration", "{}", R"({"classMapStatus":{"r1":["ipv4"]}})", "", Kind::cpu, "", 0,
+         false},
+        {"both directions number alike", fourRules,
+         R"({"classMapStatus":{"r2":["ipv4"],"r3":["ipv6"],"r4":[]}})",
+         R"({"classMapStatus":{"r1":["ipv4"],"r3":["ipv6"],"r4":[]}})", Kind::interface,
+         "0:r2,-/ipv4 1:-,r1/ipv4 2:r3,r3/ipv6", 3, true},
+        {"output has no option yet", fourRules,
+         R"({"classMapStatus":{"r2":["ipv4"],"r1":["mpls"]}})", R"({"classMapStatus":{"r2":[]}})",
+         Kind::interface, "0:r2,-/ipv4 1:r1,-/mpls", 2, true},
+        {"output only", fourRules, "", R"({"classMapStatus":{"r2":["ipv4"]}})", Kind::interface,
+         "0:-,r2/ipv4", 1, true},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const auto statusOf = [](const string& key, const string& policy) {
+            return "\"" + key + R"(":{"policyMapStatus":{)" +
+                   (policy.empty() ? "" : "\"P\":" + policy) + "}}";
+        };
+        const State state = stateOf(row.config, "{" + statusOf("interfaceInput", row.input) + "," +
+                                                    statusOf("interfaceOutput", row.output) + "," +
+                                                    statusOf("cpu", row.input) + "," +
+                                                    statusOf("vlan", row.input) + "}");
+        const auto record = recordOfP(row.kind, state);
+        ASSERT_TRUE(record);
+        EXPECT_EQ(rulesOf(*record), row.rules);
+        EXPECT_EQ(record->ruleCount(), row.ruleCount);
+        const std::vector<MatchOption> families(record->matchOptionList().begin(),
+                                                record->matchOptionList().end());
+        const std::vector<MatchOption> both{MatchOption::ipv4, MatchOption::ipv6};
+        EXPECT_EQ(families, row.listsFamilies ? both : std::vector<MatchOption>());
+        EXPECT_EQ(record->policyMapStatusInput() != nullptr, !row.input.empty());
+    }
+}
+
+TEST(GatherRules, takeTheMatchOfTheOptionThatThePlatformTook) {
+    const State state = stateOf(
+        policyWith(R"({"rules":[{"name":"r1","priority":1,"match":{
+            "ipv4":{"structuredFilter":{"ipOptions":true}},"ipv6":{"structuredFilter":{"tracked":true}}}},
+            {"name":"r2","priority":2,"match":{"ipv4":{"structuredFilter":{}}}}]})"),
+        R"({"vlan":{"policyMapStatus":{"P":{"classMapStatus":{"r1":["ipv6"],"r2":["ipv6"]}}}}})");
+    const auto record = recordOfP(Kind::vlan, state);
+    const auto& configured = state.config->policyMapConfig("P")->currCfg()->classMap("r1");
+    EXPECT_EQ(record->classMapConfig(0), configured->match(MatchOption::ipv6));
+    EXPECT_EQ(record->classMapConfig(1)->name(), "r2");
+    EXPECT_EQ(record->classMapConfig(1)->structuredFilter(), nullptr) << "none for ipv6";
+}
+
+TEST(GatherCounters, undeclaredOnesAreNoted) {
+    const struct {
+        const char* name;
+        const char* action;
+        bool isUndefined;
+    } rows[] = {
+        {"declared", R"({"count":{"counterName":"c1"}})", false},
+        {"undeclared", R"({"count":{"counterName":"c2"}})", true},
+        {"the rule's own", R"({"count":{}})", false},
+        {"no count action", R"({"drop":{}})", false},
+    };
+    for (const auto& row : rows) {
+        const auto record = recordOfP(
+            Kind::vlan,
+            stateOf(policyWith(R"({"namedCounter":["c1","c0"],"rules":[
+                        {"name":"r1","priority":1,"action":)" +
+                               string(row.action) + "}]}"),
+                    R"({"vlan":{"policyMapStatus":{"P":{"classMapStatus":{"r1":["ipv4"]}}}}})"));
+        EXPECT_EQ(record->undefinedCounter(), row.isUndefined) << row.name;
+        EXPECT_EQ(record->namedCounter().begin()->first, "c0");
+        EXPECT_EQ(record->namedCounter().size(), 2U);
+    }
+}
+
+TEST(GatherFieldSets, undefinedOnesAreNotedInTheFamilyThatRefersToThem) {
+    const string sets = R"({"fieldSetIpPrefix":{"V4":{"currCfg":{}},"NEW":{}},
+        "fieldSetIpv6Prefix":{"V6":{"currCfg":{}}},"fieldSetL4Port":{"PORTS":{"currCfg":{}}},
+        "fieldSetVlan":{"VLANS":{"currCfg":{}}}})";
+    const auto inner = [](const string& family, const string& filter) {
+        return R"({"innerMatch":{"encapType":"gtpv1","af":")" + family +
+               R"(","structuredFilter":)" + filter + "}}";
+    };
+    const struct {
+        string option, filter;
+        bool isUndefined;
+    } rows[] = {
+        {"ipv4", "{}", false},
+        {"ipv4", R"({"srcPrefixSets":["V4"],"dstPrefixSets":["V4","NEW"]})", false},
+        {"ipv4", R"({"srcPrefixSets":["V6"]})", true},
+        {"ipv6", R"({"srcPrefixSets":["V6"],"dstLpmPrefixSets":["V6"]})", false},
+        {"ipv6", R"({"dstPrefixSets":["V6","V4"]})", true},
+        {"ipv4", R"({"srcLpmPrefixSets":["GONE"]})", true},
+        {"ipv4", R"({"dstLpmPrefixSets":["V4","GONE"]})", true},
+        {"mac", R"({"vlanTags":[{"vlanFieldSets":["VLANS"]}]})", false},
+        {"ipv4", R"({"vlanTags":[{"vlans":[1]},{"vlanFieldSets":["PORTS"]}]})", true},
+        {"ipv4", R"({"protocols":{"6":{"portFields":[{"sportFieldSets":["PORTS"]}]},"17":{}}})",
+         false},
+        {"ipv4", R"({"protocols":{"6":{"portFields":[{},{"sportFieldSets":["VLANS"]}]}}})", true},
+        {"ipv4", R"({"protocols":{"17":{"portFields":[{"dportFieldSets":["GONE"]}]}}})", true},
+        {"ipv4", inner("ipv6", R"({"srcPrefixSets":["V6"]})"), false},
+        {"ipv4", inner("ipv6", R"({"srcPrefixSets":["V4"]})"), true},
+        {"ipv6", inner("ipv4", R"({"dstPrefixSets":["V4"]})"), false},
+        {"ipv6",
+         inner("ipv4", R"({"protocols":{"6":{"portFields":[{"dportFieldSets":["GONE"]}]}}})"),
+         true},
+    };
+    const auto undefined = [](const string& option, const string& filter, const string& fieldSets) {
+        const string policy =
+            R"("policyMapConfig":{"P":{"currCfg":{"rules":[{"name":"r1","priority":1,
+            "match":{")" +
+            option + R"(":{"structuredFilter":)" + filter + "}}}]}}}";
+        return recordOfP(Kind::vlan,
+                         stateOf("{" + policy + (fieldSets.empty() ? "" : R"(,"fieldSetConfig":)") +
+                                     fieldSets + "}",
+                                 R"({"vlan":{"policyMapStatus":{"P":{"classMapStatus":{"r1":[")" +
+                                     option + R"("]}}}}})"))
+            ->undefinedFieldSet();
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(undefined(row.option, row.filter, sets), row.isUndefined)
+            << row.option << row.filter;
+        // Without a configuration of field sets no reference is defined.
+        EXPECT_EQ(undefined(row.option, row.filter, ""), row.filter.find("Sets") != string::npos)
+            << row.filter;
+    }
+}
+
+TEST(GatherFieldSets, sizesAreCountedOfCurrentVersions) {
+    const auto show = vlanShow(stateOf(R"({"fieldSetConfig":{
+        "fieldSetIpPrefix":{"S":{"currCfg":{"prefixes":["10.0.0.0/8","11.0.0.0/8"],
+            "exceptPrefixes":["10.1.0.0/16"]}},"NEW":{}},
+        "fieldSetIpv6Prefix":{"S":{"currCfg":{"prefixes":["2001:db8::/32"]}},"NEW":{}},
+        "fieldSetL4Port":{"S":{"currCfg":{"ports":["0-65535",80,"70-90"]}},"NEW":{}},
+        "fieldSetVlan":{"S":{"currCfg":{"vlans":["1-10","5-20",4094]}},"NEW":{}}}})",
+                                       "{}"));
+    show->cacheFieldSetState();
+    const FieldSetState& sets = *show->fieldSetState();
+    EXPECT_EQ(sets.ipPrefixFieldSet("S")->totalAcceptPrefixes(), 2U);
+    EXPECT_EQ(sets.ipPrefixFieldSet("S")->totalExceptPrefixes(), 1U);
+    EXPECT_EQ(sets.ipv6PrefixFieldSet("S")->totalAcceptPrefixes(), 1U);
+    EXPECT_EQ(sets.ipv6PrefixFieldSet("S")->totalExceptPrefixes(), 0U);
+    EXPECT_EQ(sets.l4PortFieldSet("S")->totalEntries(), 65536U) << "distinct ports";
+    EXPECT_EQ(sets.vlanFieldSet("S")->totalEntries(), 21U) << "distinct VLANs";
+    EXPECT_EQ(sets.ipPrefixFieldSet().size() + sets.ipv6PrefixFieldSet().size() +
+                  sets.l4PortFieldSet().size() + sets.vlanFieldSet().size(),
+              4U);
+}
+
+TEST(GatherPolicies, recordsComeFromStatusAndFromAttachments) {
+    const State state =
+        stateOf(R"({"policyMapConfig":{"UNUSED":{"currCfg":{}}},"vrfConfig":{"red":"ATTACHED"}})",
+                R"({"cpu":{"countersPerInterface":true,"policyMapStatus":{"b":{},"a":{}}},
+            "cpuSoftware":{"policyMapStatus":{"SOFTWARE-ONLY":{}}}})");
+    const auto show = showOf(Kind::cpu, state);
+    show->cachePoliciesState();
+    std::vector<string> names;
+    for (const auto& [name, record] : show->policyState()) {
+        names.push_back(name);
+        EXPECT_FALSE(record->countersPerInterface()) << "never on the CPU";
+    }
+    EXPECT_THAT(names, ElementsAre("ATTACHED", "a", "b"));
+}
+
+TEST(GatherPolicies, nullReferencesReadAsEmpty) {
+    const State nothing{};
+    for (const Kind kind : {Kind::interface, Kind::cpu, Kind::vlan}) {
+        EXPECT_EQ(shown(kind, nothing, {}, SmallState::text), "");
+        EXPECT_EQ(shown(kind, nothing, {}, SmallState::json), "{\"trafficPolicies\":{}}\n");
+    }
+    EXPECT_EQ(shown(Kind::cpu, nothing, {.counters = true}, SmallState::json),
+              "{\"trafficPolicies\":{}}\n");
+    EXPECT_EQ(shown(Kind::interface, nothing, {.counters = true}, SmallState::json),
+              "{\"trafficPolicies\":{},\"egressTrafficPolicies\":{}}\n");
+    // Policies in the status, and neither configuration nor VRFs of interfaces.
+    const State statusOnly = stateOf("{}", R"({"cpu":{"policyMapStatus":{"P":{"intfStatus":{
+        "Cpu0":{"ipv4":{"state":"programmed"}}}}}}})");
+    State state = stateOf(policyWith("{}"), "{}");
+    state.cpu = statusOnly.cpu;
+    const auto record = recordOfP(Kind::cpu, state);
+    EXPECT_TRUE(static_cast<const PolicyStateCpu&>(*record).appliedVrf().empty());
+}
+
+TEST(GatherDeathTest, brokenInvariantsNameTheirExpression) {
+    const auto unknown = vlanShow(stateOf("{}", R"({"vlan":{}})"));
+    EXPECT_DEATH(unknown->cachePolicyState("X"), "assertion failed: policyStatus");
+    EXPECT_DEATH(unknown->cacheFieldSetState(), "assertion failed: fieldSetConfig\\(\\)");
+    State state = stateOf(fourRules, "{}");
+    EXPECT_DEATH(vlanShow(state)->cacheClassState(state.config->policyMapConfig("P")->currCfg()),
+                 "assertion failed: policyStatus");
+    const auto twoOptions = Orb::make<PolicyMap::ClassMapStatus>("r1");
+    twoOptions->matchIs(MatchOption::ipv4);
+    twoOptions->matchIs(MatchOption::ipv6);
+    const auto policy = Orb::make<PolicyMap::PolicyMapStatus>("P");
+    policy->classMapStatusIs("r1", Orb::Ptr<const PolicyMap::ClassMapStatus>(twoOptions));
+    const auto status = Orb::make<TrafficPolicy::Status>();
+    status->policyMapStatusIs("P", Orb::Ptr<const PolicyMap::PolicyMapStatus>(policy));
+    state.vlan = status;
+    EXPECT_DEATH(vlanShow(state)->cachePoliciesState(),
+                 "assertion failed: cmapStatus->matchs\\(\\) == 0");
+}
+
+TEST(GatherTraces, tellWhatWasFoundAndWhatNot) {
+    const State state = stateOf(
+        R"({"policyMapConfig":{"P":{"currCfg":{"rules":[
+                {"name":"r1","priority":1},{"name":"r2","priority":2},
+                {"name":"r3","priority":3,"match":{"ipv4":{}},"action":{"count":{"counterName":"c"}}}]}},
+              "STAGED":{}},
+            "l3IntfStatusDir":{"Cpu0":{"vrf":"red"},"Cpu1":{"vrf":"blue"},"Cpu2":{"vrf":"grey"}}})",
+        R"({"cpu":{"policyMapStatus":{"GHOST":{},"STAGED":{},"P":{
+                "classMapStatus":{"r2":[],"r3":["ipv4"]},
+                "intfStatus":{"Cpu0":{"ipv4":{"state":"programmed"}},
+                              "Cpu1":{"ipv4":{"state":"failed"}},"Cpu2":{}}}}},
+            "interfaceOutput":{"policyMapStatus":{"P":{"intfStatus":{"E1":{"ipv4":{"state":"failed"}}}}}},
+            "vlan":{"policyMapStatus":{"P":{"intfStatus":{"Vlan7":{"ipv6":{"state":"programmed"}}}}}}})");
+    const struct {
+        Kind kind;
+        const char* begin;
+        const char* middle;
+        const char* end;
+    } rows[] = {
+        {Kind::cpu, "7 PolicyMapConfig not found for GHOST", "", ""},
+        {Kind::cpu, "7 currCfg not found for STAGED", "", ""},
+        {Kind::cpu, "7 ClassMapStatus not found for r1", "", ""},
+        {Kind::cpu, "1 No match option status found for r2", "", ""},
+        {Kind::cpu, "7 Found class match config for r3, ipv4", "", ""},
+        {Kind::cpu, "7 Caching 0 r3 ipv4", "", ""},
+        {Kind::cpu, "1 Class: r3 c", "", ""},
+        {Kind::cpu, "4 ruleCount 1, total class count 3", "", ""},
+        {Kind::cpu, "7 Applied on red", "", ""},
+        {Kind::cpu, "7 Failed on blue", "", ""},
+        {Kind::cpu, "7 grey is not processed", "", ""},
+        {Kind::cpu, "8 No failures for option: ipv6", "", ""},
+        {Kind::cpu, "8 ", "ShowTrafficPolicyBase::render(", ")"},
+        {Kind::cpu, "8 ", "ShowTrafficPolicyCpu::cachePoliciesState(", ")"},
+        {Kind::cpu, "8 ", "ShowTrafficPolicyBase::cachePolicyState(", ") STAGED"},
+        {Kind::interface, "7 Failed on E1", "", ""},
+        {Kind::interface, "8 ", "ShowTrafficPolicyInterface::cacheIntfStatus(", ")- isInput: 0"},
+        {Kind::interface, "8 ", "ShowTrafficPolicyInterface::cacheInstalledState(",
+         ") matchOption ipv4 isInput: 0"},
+        {Kind::interface, "8 ", "ShowTrafficPolicyInterface::cacheInstallError(",
+         "), option:ipv6, isInput: 0"},
+        {Kind::vlan, "7 Applied on 7", "", ""},
+        {Kind::vlan, "8 ", "ShowTrafficPolicyVAcl::cacheInstallError(", "), option:ipv4"},
+    };
+    std::map<Kind, std::vector<string>> lines;
+    for (const Kind kind : {Kind::interface, Kind::cpu, Kind::vlan}) {
+        const Captured::Traces traces("TrafficPolicyShowCliHelper", 8);
+        shown(kind, state, {}, SmallState::json);
+        lines[kind] = traces.lines();
+    }
+    for (const auto& row : rows) {
+        const bool isWhole = string(row.middle).empty();
+        const auto expected =
+            isWhole ? testing::Matcher<string>(row.begin)
+                    : testing::Matcher<string>(
+                          AllOf(StartsWith(row.begin), HasSubstr(row.middle), EndsWith(row.end)));
+        EXPECT_TRUE(testing::Value(lines[row.kind], Contains(expected)))
+            << row.begin << row.middle << row.end;
+    }
+}
+
+// Policies "p000" to "p199", of which those that end in 0 or 5 stay while others come and go.
+constexpr int policyCount = 200;
+
+string policyName(int number) {
+    string text = std::to_string(number);
+    return "p" + string(3 - text.size(), '0') + text;
+}
+
+bool stays(int number) { return number % 5 == 0; }
+
+Orb::Ptr<TrafficPolicy::Status> changingStatus() {
+    auto status = Orb::make<TrafficPolicy::Status>();
+    for (int i = 0; i < policyCount; i += 5) {
+        status->policyMapStatusIs(policyName(i),
+                                  Orb::Ptr<const PolicyMap::PolicyMapStatus>(
+                                      Orb::make<PolicyMap::PolicyMapStatus>(policyName(i))));
+    }
+    return status;
+}
+
+// Lets others in while it gathers, and notes in which order it gathers.
+class Yielding : public ShowTrafficPolicyInterface {
+  public:
+    explicit Yielding(const State& state)
+        : ShowTrafficPolicyInterface(
+              ShowArguments{"", "", state.config, state.interfaceInput, nullptr, "", false, false,
+                            false, false, false, nullptr, state.hwStatus, nullptr},
+              state.interfaceOutput, nullptr, nullptr, nullptr, nullptr, nullptr, false, false) {}
+    void cachePolicyState(const Orb::String& name) override {
+        (isInput() ? input : output).push_back(name);
+        ShowTrafficPolicyInterface::cachePolicyState(name);
+    }
+    void cacheIntfStatus(const Orb::Ptr<const PolicyMap::PolicyMapStatus>& policyStatus) override {
+        yieldActivityLock("test");
+        ShowTrafficPolicyInterface::cacheIntfStatus(policyStatus);
+    }
+
+    std::vector<string> input;
+    std::vector<string> output;
+};
+
+TEST(GatherWalkThreads, missesAndRepeatsNoSurvivingPolicy) {
+    State state{};
+    const auto config = Orb::make<TrafficPolicy::TrafficPolicyConfig>();
+    for (int i = 0; i < policyCount; ++i) {
+        const auto policy = Orb::make<PolicyMap::PolicyMapConfig>(policyName(i));
+        policy->currCfgIs(Orb::Ptr<const PolicyMap::PolicyMapSubConfig>(
+            Orb::make<PolicyMap::PolicyMapSubConfig>(policyName(i))));
+        config->policyMapConfigIs(policyName(i),
+                                  Orb::Ptr<const PolicyMap::PolicyMapConfig>(policy));
+    }
+    const auto input = changingStatus();
+    const auto output = changingStatus();
+    state.config = config;
+    state.hwStatus = Orb::make<TrafficPolicy::HwStatus>();
+    state.interfaceInput = input;
+    state.interfaceOutput = output;
+
+    std::atomic<bool> isDone{false};
+    std::thread platform([&] {
+        std::mt19937 random(7);
+        while (!isDone) {
+            {
+                const Orb::ActivityLockGuard lock;
+                for (const auto& status : {input, output}) {
+                    // A run of neighbours at a time, so that it often holds the policy in hand.
+                    const int first = static_cast<int>(random() % policyCount);
+                    for (int i = first; i < std::min(first + 40, policyCount); ++i) {
+                        if (stays(i)) continue;
+                        status->policyMapStatusDel(policyName(i));
+                        if (random() % 2 == 0) continue;
+                        status->policyMapStatusIs(
+                            policyName(i),
+                            Orb::Ptr<const PolicyMap::PolicyMapStatus>(
+                                Orb::make<PolicyMap::PolicyMapStatus>(policyName(i))));
+                    }
+                }
+            }
+            std::this_thread::yield();
+        }
+    });
+    const auto show = Orb::make<Yielding>(state);
+    {
+        const Orb::ActivityLockGuard lock;
+        show->cachePoliciesState();
+    }
+    isDone = true;
+    platform.join();
+
+    for (const auto& gathered : {show->input, show->output}) {
+        EXPECT_TRUE(std::is_sorted(gathered.begin(), gathered.end()));
+        EXPECT_EQ(std::adjacent_find(gathered.begin(), gathered.end()), gathered.end());
+        EXPECT_GT(gathered.size(), policyCount / 5U) << "nothing came while it walked";
+        for (int i = 0; i < policyCount; i += 5) EXPECT_THAT(gathered, Contains(policyName(i)));
+    }
+}
+
+}  // namespace
+}  // namespace TrafficPolicyCli

@@ -1,0 +1,107 @@
+// Small states, told as the documents of a state directory, and the show objects over them.
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "Captured.h"
+#include "frame/ShowTrafficPolicy.h"
+#include "state/State.h"
+
+namespace SmallState {
+
+using StateDirectory::State;
+
+// A state from the text of its documents. Members may be replaced by others afterwards.
+inline State stateOf(std::string_view config, std::string_view status) {
+    std::string folder = (std::filesystem::temp_directory_path() / "small-XXXXXX").string();
+    ::mkdtemp(folder.data());
+    std::ofstream(folder + "/config.json") << config;
+    std::ofstream(folder + "/status.json") << status;
+    try {
+        State state = StateDirectory::readState(folder);
+        std::filesystem::remove_all(folder);
+        return state;
+    } catch (const StateDirectory::StateError& error) {
+        std::filesystem::remove_all(folder);
+        ADD_FAILURE() << error.what();
+        return State{};
+    }
+}
+
+// How a command is typed, and what it takes from outside the state.
+struct Command {
+    Orb::String policyName = {};
+    bool summary = false;
+    bool errors = false;
+    bool detail = false;
+    bool counters = false;
+    bool bytes = false;
+    bool inputOnly = false;
+    bool outputOnly = false;
+    Orb::Ptr<const TrafficPolicy::Counter> snapshots = nullptr;
+    Orb::Ptr<const TrafficPolicy::Counter> outputSnapshots = nullptr;
+    Orb::Ptr<const PolicyMap::Counters::PolicyMapTypeCounters> inputStore = nullptr;
+    Orb::Ptr<const PolicyMap::Counters::PolicyMapTypeCounters> outputStore = nullptr;
+};
+
+enum class Kind { interface, cpu, vlan };
+
+inline Orb::Ptr<TrafficPolicyCli::ShowTrafficPolicyInterface> interfaceShow(
+    const State& state, const Command& command = {}) {
+    return TrafficPolicyCli::showTrafficPolicyInterfaceFactory(
+        "trafficPolicies", "Traffic policy ", state.config, state.interfaceInput, command.snapshots,
+        command.policyName, command.summary, command.errors, command.detail, command.counters,
+        command.bytes, state.fieldSetConfig, state.hwStatus, command.inputStore,
+        state.interfaceOutput, command.outputSnapshots, state.intfConfigInput,
+        state.intfConfigOutput, state.intfParamStatus, command.outputStore, command.inputOnly,
+        command.outputOnly);
+}
+
+inline Orb::Ptr<TrafficPolicyCli::ShowTrafficPolicyCpu> cpuShow(const State& state,
+                                                                const Command& command = {}) {
+    return TrafficPolicyCli::showTrafficPolicyCpuFactory(
+        "trafficPolicies", "Traffic policy ", state.config, state.cpu, command.snapshots,
+        command.policyName, command.summary, command.errors, command.detail, command.counters,
+        command.bytes, state.fieldSetConfig, state.hwStatus, command.inputStore, state.vrfConfig,
+        state.allVrfConfig, state.l3IntfStatusDir, state.cpuSoftware);
+}
+
+inline Orb::Ptr<TrafficPolicyCli::ShowTrafficPolicyVAcl> vlanShow(const State& state,
+                                                                  const Command& command = {}) {
+    return TrafficPolicyCli::showTrafficPolicyVAclFactory(
+        "trafficPolicies", "Traffic policy ", state.config, state.vlan, command.snapshots,
+        command.policyName, command.summary, command.errors, command.detail, command.counters,
+        command.bytes, state.fieldSetConfig, state.hwStatus, command.inputStore,
+        state.intfConfigBridged);
+}
+
+inline Orb::Ptr<TrafficPolicyCli::ShowTrafficPolicyBase> showOf(Kind kind, const State& state,
+                                                                const Command& command = {}) {
+    switch (kind) {
+        case Kind::interface:
+            return interfaceShow(state, command);
+        case Kind::cpu:
+            return cpuShow(state, command);
+        case Kind::vlan:
+            break;
+    }
+    return vlanShow(state, command);
+}
+
+inline constexpr U32 text = 1;
+inline constexpr U32 json = 2;
+
+// What a show object prints.
+inline std::string shown(TrafficPolicyCli::ShowTrafficPolicyBase& show, U32 format) {
+    const Captured::MemoryFile file;
+    show.render(static_cast<U32>(file.fd()), format, 2);
+    return file.text();
+}
+
+inline std::string shown(Kind kind, const State& state, const Command& command, U32 format) {
+    return shown(*showOf(kind, state, command), format);
+}
+
+}  // namespace SmallState
