@@ -81,6 +81,7 @@ Exit status:
     2  the state directory is missing or has a mistake, and nothing is shown;
        or not everything could be cleared
     3  the output could not be written
+    4  a fault of the program or the machine, as memory that ran out
   130  interrupted: what was printed stands, JSON stays incomplete. A second
        interrupt ends the process at once
   141  the output went to a pipe that nobody reads any more

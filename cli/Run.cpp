@@ -115,6 +115,9 @@ int run(const std::vector<std::string>& arguments) {
         if (error.code().value() == EPIPE) return ExitStatus::closedPipe;
         complain("standard output: " + error.code().message());
         return ExitStatus::notWritten;
+    } catch (const std::exception& error) {
+        complain(error.what());
+        return ExitStatus::fault;
     }
 }
 

@@ -2,7 +2,7 @@
 // command first asks.
 #pragma once
 
-#include <optional>
+#include <deque>
 #include <string>
 
 #include "reef/PolicyMapTypeCounters.h"
@@ -26,9 +26,13 @@ class Session {
     U32 format() const { return format_; }      // 1 text, 2 JSON
     U32 revision() const { return revision_; }  // of the JSON model
 
-    // Throws StateDirectory::StateError.
+    // Throws StateDirectory::StateError. What was read lives as long as the process: taking 100,000
+    // rules apart at the end would only keep the operator waiting.
     const StateDirectory::State& state() const {
-        if (!state_) state_ = StateDirectory::readState(stateDirectory_);
+        static auto& read = *new std::deque<StateDirectory::State>;
+        if (state_ == nullptr) {
+            state_ = &read.emplace_back(StateDirectory::readState(stateDirectory_));
+        }
         return *state_;
     }
     // The shared-memory counter store. Nothing is opened before its first count is read.
@@ -43,7 +47,7 @@ class Session {
     U32 fd_;
     U32 format_;
     U32 revision_;
-    mutable std::optional<StateDirectory::State> state_;
+    mutable const StateDirectory::State* state_ = nullptr;
     Orb::Ptr<Reef::StoreManager> counterStore_;
 };
 

@@ -43,14 +43,15 @@ Orb::Ptr<const ClassMapConfig> readClassMap(const Node& node, const Rule& rule) 
     using Matches = Orb::HashMap2018<ClassMapMatchOption, Orb::Ptr<const ClassMapMatch>>;
     auto classMap = Orb::make<ClassMapConfig>(rule.name);
     if (!rule.hasMatch) return classMap;
-    classMap->matchIs(readMap<Matches>(node.member("match"), matchOptionKey,
-                                       [&](const Node& member, ClassMapMatchOption option) {
-                                           MatchParts parts{option, nullptr};
-                                           readObject(member, matchKeys, parts);
-                                           auto match = Orb::make<ClassMapMatch>(rule.name, option);
-                                           match->structuredFilterIs(std::move(parts.filter));
-                                           return Orb::Ptr<const ClassMapMatch>(match);
-                                       }));
+    classMap->matchIs(readMap<Matches>(
+        node.member("match"), matchOptionKey, [&](const Node& member, ClassMapMatchOption option) {
+            MatchParts parts{option, nullptr};
+            readObject(member, matchKeys, parts);
+            auto match = Orb::make<ClassMapMatch>(rule.name, option);
+            match->namesNoFieldSetIs(parts.filter && !parts.filter->refersToFieldSets());
+            match->structuredFilterIs(std::move(parts.filter));
+            return Orb::Ptr<const ClassMapMatch>(match);
+        }));
     return classMap;
 }
 
@@ -60,6 +61,7 @@ void readRules(const Node& node, PolicyMapSubConfig& version) {
     const auto count = static_cast<U32>(node.list().size());
     classMap.reserve(count);
     policyAction.reserve(count);
+    Orb::RbTreeMap<U32, Orb::String> priorities;
     readList(node, [&](const Node& item) {
         Rule rule;
         readObject(item, ruleKeys, rule);
@@ -67,7 +69,7 @@ void readRules(const Node& node, PolicyMapSubConfig& version) {
             item.member("name").refuse("a second rule of the name " + inQuotes(rule.name),
                                        "each name once");
         }
-        if (const Orb::String* const other = version.classPriority(rule.priority)) {
+        if (const Orb::String* const other = priorities.find(rule.priority)) {
             item.member("priority")
                 .refuse("the priority " + std::to_string(rule.priority) + " is that of rule " +
                             inQuotes(*other) + " too",
@@ -79,8 +81,10 @@ void readRules(const Node& node, PolicyMapSubConfig& version) {
             actions->actionIs(readActions(item.member("action")));
             policyAction.isNew({rule.name, std::move(actions)});
         }
-        version.classPriorityIs(rule.priority, std::move(rule.name));
+        priorities.is(rule.priority, std::move(rule.name));
     });
+    // Copied, so that its nodes lie together, where every show walks them, and not among the rules.
+    version.classPriorityIs(Orb::RbTreeMap<U32, Orb::String>(priorities));
     version.classMapIs(std::move(classMap));
     version.policyActionIs(std::move(policyAction));
 }

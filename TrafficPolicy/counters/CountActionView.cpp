@@ -34,9 +34,9 @@ Figures namedFigures(const Orb::Ptr<const PolicyState>& policyState,
 // The rule's own counter is kept under its name; without a status (null) there is none.
 Figures ruleFigures(const Orb::Ptr<const PolicyState>& policyState,
                     const Orb::Ptr<const TrafficPolicy::Counter>& snapshots,
-                    const PolicyMap::ClassMapStatus* cmapStatus, bool isInput) {
+                    const PolicyMap::ClassMapStatus* cmapStatus, bool isInput, U32 ruleIndex) {
     if (cmapStatus == nullptr) return {};
-    const auto data = getUnnamedCounterData(policyState, cmapStatus->name(), isInput);
+    const auto data = getUnnamedCounterData(policyState, cmapStatus->name(), isInput, ruleIndex);
     if (!data) return {};
     return {true, getRulePacketCount(data, snapshots, policyState->name()), 0};
 }
@@ -59,6 +59,7 @@ void renderUndefinedObject(RendererV2& renderer, std::string_view key,
 
 void renderUndeclaredInputNamedCounter(RendererV2& renderer, const Orb::String& counterName,
                                        U32 indent) {
+    SHOW_TRACE_ENTRY();
     renderer.indent(indent)
         .text("Count: ")
         .name(counterName)
@@ -117,7 +118,8 @@ void ShowTrafficPolicyCpu::renderCountAction(RendererV2* renderer, U32 ruleIndex
         const PolicyMap::ClassMapStatus* const cmapStatus =
             policyState->classMapStatusInput(ruleIndex);
         ORB_ASSERT(cmapStatus);
-        const Figures figures = ruleFigures(policyState, policyState->counter(), cmapStatus, true);
+        const Figures figures =
+            ruleFigures(policyState, policyState->counter(), cmapStatus, true, ruleIndex);
         renderer->indent(indent).text("Count: ");
         renderFigures(*renderer, figures, false, "");
         if (!figures.available) return;
@@ -162,8 +164,9 @@ void ShowTrafficPolicyInterface::renderCountAction(RendererV2* renderer, U32 rul
         if (cmapStatus != nullptr && cmapStatusOutput != nullptr) {
             ORB_ASSERT(cmapStatusOutput->name() == cmapStatus->name());
         }
-        input = ruleFigures(policyState, record.counter(), cmapStatus, true);
-        output = ruleFigures(policyState, record.counterOutput(), cmapStatusOutput, false);
+        input = ruleFigures(policyState, record.counter(), cmapStatus, true, ruleIndex);
+        output =
+            ruleFigures(policyState, record.counterOutput(), cmapStatusOutput, false, ruleIndex);
         if (showsInput && input.available) {
             renderer->pair("count", input.packets);
             renderer->pair("inputCounter", input.packets);

@@ -12,6 +12,11 @@ using PolicyMap::PolicyMapReefCounterStatusReader;
 
 namespace {
 
+// The summary and the errors view print no count, and spare the operator the wait for them.
+bool showsCounts(const ShowTrafficPolicyBase& show) {
+    return show.counters() || !(show.summary() || show.errors());
+}
+
 // The records that a reader has of a policy.
 struct Records {
     CounterMap named;    // of the counters that the policy declares
@@ -51,7 +56,7 @@ void ShowTrafficPolicyBase::cacheCounters(const Orb::String& policyName) {
     SHOW_TRACE_ENTRY();
     const auto policyState = getOrCreatePolicyState(policyName);
     const auto policyStatus = getPolicyMapStatus(policyName);
-    if (!inputCounterHelper() || !policyStatus) return;
+    if (!inputCounterHelper() || !policyStatus || !showsCounts(*this)) return;
     Records records = recordsOf(*inputCounterHelper(), *policyState, *policyStatus);
     policyState->inputNamedCountersIs(std::move(records.named));
     policyState->inputClassCountersIs(std::move(records.ofClass));
@@ -81,7 +86,7 @@ void ShowTrafficPolicyInterface::cacheCounters(const Orb::String& policyName) {
     if (!reader) return;
     const auto policyState = Orb::ptrCast<PolicyStateInterface>(getOrCreatePolicyState(policyName));
     const auto policyStatus = getPolicyMapStatus(policyName);
-    if (!policyStatus) return;
+    if (!policyStatus || !showsCounts(*this)) return;
     Records records = recordsOf(*reader, *policyState, *policyStatus);
     if (isInput()) {
         policyState->inputNamedCountersIs(std::move(records.named));

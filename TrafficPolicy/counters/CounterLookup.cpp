@@ -53,9 +53,12 @@ const PolicyStateInterface& interfaceState(const PolicyState& policyState) {
 }  // namespace
 
 Orb::Ptr<const PacketDataStatus> getUnnamedCounterData(
-    const Orb::Ptr<const PolicyState>& policyState, const Orb::String& className, bool isInput) {
-    return isInput ? policyState->inputClassCounters(className)
-                   : interfaceState(*policyState).outputClassCounters(className);
+    const Orb::Ptr<const PolicyState>& policyState, const Orb::String& className, bool isInput,
+    U32 ruleIndex) {
+    const CounterMap& records = isInput ? policyState->inputClassCounters()
+                                        : interfaceState(*policyState).outputClassCounters();
+    const auto* const record = records.find(className, ruleIndex);
+    return record == nullptr ? nullptr : *record;
 }
 
 Orb::Ptr<const PacketDataStatus> getNamedCounterData(const Orb::Ptr<const PolicyState>& policyState,

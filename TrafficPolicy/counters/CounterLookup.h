@@ -8,9 +8,11 @@
 namespace TrafficPolicyCli {
 
 // The live record of a rule, or of a named counter, that was gathered for the direction; null when
-// there is none. REQUIRES: for output a PolicyStateInterface.
+// there is none. ruleIndex: of the rule, where the record is looked for first. REQUIRES: for output
+// a PolicyStateInterface.
 Orb::Ptr<const PolicyMap::PacketDataStatus> getUnnamedCounterData(
-    const Orb::Ptr<const PolicyState>& policyState, const Orb::String& className, bool isInput);
+    const Orb::Ptr<const PolicyState>& policyState, const Orb::String& className, bool isInput,
+    U32 ruleIndex = 0);
 Orb::Ptr<const PolicyMap::PacketDataStatus> getNamedCounterData(
     const Orb::Ptr<const PolicyState>& policyState, const Orb::String& counterName, bool isInput);
 

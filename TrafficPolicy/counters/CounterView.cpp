@@ -9,13 +9,14 @@ namespace TrafficPolicyCli {
 using textout::RendererV2;
 
 const PolicyMap::CountAction* countActionOf(const PolicyState& policyState,
-                                            const Orb::String& ruleName) {
+                                            const Orb::String& ruleName, U32 ruleIndex) {
     const auto& policyMapConfig = policyState.policyMapConfig();
     if (!policyMapConfig || !policyMapConfig->currCfg()) return nullptr;
-    const auto* const actions = policyMapConfig->currCfg()->policyAction(ruleName);
+    const auto* const actions =
+        policyMapConfig->currCfg()->policyAction().find(ruleName, ruleIndex);
     if (actions == nullptr) return nullptr;
     return static_cast<const PolicyMap::CountAction*>(
-        actions->action(PolicyMap::ActionType::count));
+        (*actions)->action(PolicyMap::ActionType::count));
 }
 
 void renderCounts(RendererV2& renderer, U64 packets, U64 bytes, bool byteSwitch) {
@@ -125,7 +126,7 @@ void renderPolicyUnnamedCountersInfo(RendererV2& renderer,
             .text("match rule: ")
             .name(className)
             .text(": ");
-        const auto data = getUnnamedCounterData(policyState, className, isInput);
+        const auto data = getUnnamedCounterData(policyState, className, isInput, ruleIndex);
         if (!data) {
             renderer.text("N/A").endLine();
             continue;
@@ -174,7 +175,8 @@ void collectCountersUsed(const PolicyState& policyState, const RuleStatuses& rul
     for (U32 index = 0; index < ruleStatuses.size(); ++index) {
         const PolicyMap::ClassMapStatus* const cmapStatus = ruleStatuses.find(index)->get();
         if (cmapStatus == nullptr) continue;
-        const PolicyMap::CountAction* const count = countActionOf(policyState, cmapStatus->name());
+        const PolicyMap::CountAction* const count =
+            countActionOf(policyState, cmapStatus->name(), index);
         if (count == nullptr) continue;
         if (count->counterName().empty()) {
             unnamed.is(index, cmapStatus->name());
@@ -189,6 +191,7 @@ template <class Iterator>
 void _renderTrafficPolicyCounters(RendererV2& renderer, Iterator policy, Iterator end,
                                   const Orb::String& policyName, bool byteSwitch, bool isInput,
                                   bool isCpu) {
+    SHOW_TRACE_ENTRY();
     if (!isInput) ORB_ASSERT(!isCpu);
     const auto policies = renderer.object(isInput ? "trafficPolicies" : "egressTrafficPolicies");
     for (; policy != end; ++policy) {

@@ -13,7 +13,7 @@ using UnnamedCountersUsed = Orb::RbTreeMap<U32, Orb::String>;
 
 // The count action of a rule in the policy's current version; null when it has none.
 const PolicyMap::CountAction* countActionOf(const PolicyState& policyState,
-                                            const Orb::String& ruleName);
+                                            const Orb::String& ruleName, U32 ruleIndex);
 
 // Prints a named counter's packets and, when byteSwitch is set, bytes, without a line end.
 void renderCounts(textout::RendererV2& renderer, U64 packets, U64 bytes, bool byteSwitch);

@@ -133,8 +133,8 @@ class ShowTrafficPolicyBase : public Orb::PtrInterface {
 
   private:
     // Notes when a rule counts into a counter that the policy does not declare.
-    void cacheCountAction(const PolicyMap::PolicyMapSubConfig& currCfg,
-                          const Orb::String& className, PolicyState& policyState) const;
+    void cacheCountAction(const PolicyMap::PolicyClassAction* actions, const Orb::String& className,
+                          PolicyState& policyState) const;
 
     // The record that was asked for last, valid while the map of records has this change count.
     PolicyState* lastPolicyState_ = nullptr;

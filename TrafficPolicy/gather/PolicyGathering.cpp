@@ -87,14 +87,12 @@ void ShowTrafficPolicyBase::showFlagsInto(PolicyState& policyState) const {
 
 namespace {
 
-// The rule names of a version, by ascending priority.
+// The rule names of a version, by ascending priority. Copied, because the version may go when a
+// step of the walk over the rules gives up the activity lock.
 std::vector<Orb::String> ruleOrder(const PolicyMapSubConfig& currCfg) {
     std::vector<Orb::String> names;
     names.reserve(currCfg.classPriority().size());
-    walkByKey(currCfg.classPriority(), [&](U32 priority) {
-        const Orb::String* const name = currCfg.classPriority(priority);
-        names.push_back(name != nullptr ? *name : Orb::String());
-    });
+    for (const auto& [priority, name] : currCfg.classPriority()) names.push_back(name);
     return names;
 }
 
@@ -114,10 +112,18 @@ void traceMissing(const ClassMapStatus* cmapStatus, const Orb::String& className
     }
 }
 
+// The record of a rule in a map by rule name; null when it has none. The maps of a policy are
+// mostly filled in the order of the rules, so the rule's place is the likely position.
+template <class Records>
+auto* recordOf(const Records& records, const Orb::String& className, U32 place) {
+    const auto* const record = records.find(className, place);
+    return record == nullptr ? nullptr : record->get();
+}
+
 // The configured match of a rule for the option that the platform took it under, or an empty one.
 Orb::Ptr<const ClassMapMatch> matchOf(const PolicyMapSubConfig& currCfg,
-                                      const Orb::String& className, MatchOption option) {
-    const PolicyMap::ClassMapConfig* const classConfig = currCfg.classMap(className);
+                                      const Orb::String& className, U32 place, MatchOption option) {
+    const auto* const classConfig = recordOf(currCfg.classMap(), className, place);
     const ClassMapMatch* const match =
         classConfig != nullptr ? classConfig->match(option) : nullptr;
     if (match == nullptr) return Orb::make<ClassMapMatch>(className, option);
@@ -139,35 +145,39 @@ void ShowTrafficPolicyBase::cacheClassState(const Orb::Ptr<const PolicyMapSubCon
 
     const std::vector<Orb::String> classNames = ruleOrder(*currCfg);
     U32 index = 0;
+    U32 place = 0;  // of the rule in the policy
     for (const Orb::String& className : classNames) {
-        const Orb::Ptr<const ClassMapStatus> cmapStatus = policyStatus->classMapStatus(className);
+        const U32 at = place++;
+        const Orb::Ptr<const ClassMapStatus> cmapStatus =
+            recordOf(policyStatus->classMapStatus(), className, at);
         const bool hasStatus = hasMatchOption(cmapStatus.get());
         if (!hasStatus) traceMissing(cmapStatus.get(), className);
         const ClassMapStatus* const otherCmapStatus =
-            otherPolicyStatus ? otherPolicyStatus->classMapStatus(className) : nullptr;
+            otherPolicyStatus ? recordOf(otherPolicyStatus->classMapStatus(), className, at)
+                              : nullptr;
         // A rule that only the other direction took keeps its index here, as a hole.
         if (!hasStatus && !hasMatchOption(otherCmapStatus)) continue;
 
         const MatchOption option = *(hasStatus ? *cmapStatus : *otherCmapStatus).match().begin();
-        const Orb::Ptr<const ClassMapMatch> match = matchOf(*currCfg, className, option);
+        const Orb::Ptr<const ClassMapMatch> match = matchOf(*currCfg, className, at, option);
         SHOW_TRACE(7, "Caching " << index << " " << className << " " << option);
         if (hasStatus) cacheClassMapStatus(policyName, index, cmapStatus);
         policyState->classMapConfigIs(index, match);
-        if (!policyState->undefinedFieldSet() && match->structuredFilter() &&
+        if (!policyState->undefinedFieldSet() && !match->namesNoFieldSet() &&
+            match->structuredFilter() &&
             refersToUndefinedFieldSet(*match, fieldSetConfig().get())) {
             policyState->undefinedFieldSetIs(true);
         }
-        cacheCountAction(*currCfg, className, *policyState);
+        cacheCountAction(recordOf(currCfg->policyAction(), className, at), className, *policyState);
         ++index;
     }
     SHOW_TRACE(4, "ruleCount " << index << ", total class count " << classNames.size());
     policyState->ruleCountIs(index);
 }
 
-void ShowTrafficPolicyBase::cacheCountAction(const PolicyMapSubConfig& currCfg,
+void ShowTrafficPolicyBase::cacheCountAction(const PolicyMap::PolicyClassAction* actions,
                                              const Orb::String& className,
                                              PolicyState& policyState) const {
-    const PolicyMap::PolicyClassAction* const actions = currCfg.policyAction(className);
     if (actions == nullptr) return;
     const PolicyMap::Action* const action = actions->action(PolicyMap::ActionType::count);
     if (action == nullptr) return;

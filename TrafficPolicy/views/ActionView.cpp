@@ -131,6 +131,7 @@ void renderTools(RendererV2& renderer, std::string_view label, std::string_view 
 
 void renderSetAggGroupAction(RendererV2& renderer, const Action* action, const U32& indent,
                              bool detail) {
+    SHOW_TRACE_ENTRY();
     const auto& redirect = static_cast<const PolicyMap::SetAggGroupAction&>(*action);
     const auto object = renderer.object("tapAggRedirect");
     renderTools(renderer, "Redirect Aggregation Group ", "groups", redirect.groups(), indent,
@@ -224,9 +225,11 @@ static_assert([] {
 }());
 
 const PolicyMap::PolicyClassAction* findActionSet(const PolicyState& policyState,
-                                                  const Orb::String& ruleName) {
+                                                  const Orb::String& ruleName, U32 ruleIndex) {
     const auto& config = policyState.policyMapConfig();
-    return config && config->currCfg() ? config->currCfg()->policyAction(ruleName) : nullptr;
+    if (!config || !config->currCfg()) return nullptr;
+    const auto* const found = config->currCfg()->policyAction().find(ruleName, ruleIndex);
+    return found == nullptr ? nullptr : found->get();
 }
 
 }  // namespace
@@ -236,7 +239,8 @@ void ShowTrafficPolicyBase::renderActions(RendererV2* renderer, const Orb::Strin
                                           const Orb::Ptr<const PolicyState>& policyState,
                                           U32 indent) {
     SHOW_TRACE(8, __PRETTY_FUNCTION__ << " " << ruleName << " " << ruleIndex);
-    const PolicyMap::PolicyClassAction* const actionSet = findActionSet(*policyState, ruleName);
+    const PolicyMap::PolicyClassAction* const actionSet =
+        findActionSet(*policyState, ruleName, ruleIndex);
     if (actionSet == nullptr || actionSet->action().empty()) {
         SHOW_TRACE(8, "No actions mapped to " << ruleName);
         return;

@@ -15,6 +15,7 @@ struct CliMapEntry {
     std::string_view jsonName;
 };
 
+// Ascending by label.
 constexpr CliMapEntry cliMap[] = {
     {"802.1Q VLAN", "dot1qVlans"},
     {"DSCP", "dscps"},
@@ -39,6 +40,7 @@ constexpr CliMapEntry cliMap[] = {
     {"TCP flags", "tcpFlags"},
     {"TTL", "ttls"},
 };
+static_assert(std::ranges::is_sorted(cliMap, {}, &CliMapEntry::label) && std::size(cliMap) == 22);
 
 // The directory of singletons keeps the map alive, so no reference is counted per value.
 const AclNameMap& aclNames() {
@@ -49,8 +51,9 @@ const AclNameMap& aclNames() {
 }  // namespace
 
 std::string_view jsonNameOf(std::string_view label) {
-    const auto* const entry = std::ranges::find(cliMap, label, &CliMapEntry::label);
-    const auto* const jsonName = entry == std::end(cliMap) ? nullptr : &entry->jsonName;
+    const auto* const entry = std::ranges::lower_bound(cliMap, label, {}, &CliMapEntry::label);
+    const auto* const jsonName =
+        entry == std::end(cliMap) || entry->label != label ? nullptr : &entry->jsonName;
     ORB_ASSERT(!!jsonName && "Invalid mapping in cliMap");
     SHOW_TRACE(8, label << " --> " << *jsonName);
     return *jsonName;

@@ -182,6 +182,7 @@ void renderInnerMatch(RendererV2& renderer, U32 indent, U32 indentPerLevel, bool
     const auto object = renderer.object("innerMatch");
     renderer.pair("addressFamily", isIpv4 ? "ipv4" : "ipv6");
     const FilterPtr& sf = inner.structuredFilter();
+    if (!sf) return;
     const View view{renderer, fieldSetState, detail, indent + 2,
                     isIpv4 ? MatchOption::ipv4 : MatchOption::ipv6};
     renderPrefixes(view, *sf, source);
@@ -196,6 +197,7 @@ void assertOneForm(const FilterPtr& structuredFilter) {
     ASSERT_ONE_FORM(structuredFilter);
     if (!structuredFilter->innerMatch()) return;
     const FilterPtr& sf = structuredFilter->innerMatch()->structuredFilter();
+    if (!sf) return;
     ASSERT_ONE_FORM(sf);
 }
 

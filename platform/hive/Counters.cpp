@@ -9,15 +9,6 @@ ORB_DEFINE_TYPE(PacketDataStatus)
 ORB_DEFINE_TYPE(PolicyMapCounterStatusReaderBase)
 ORB_DEFINE_TYPE(PolicyMapHiveCounterStatusReader)
 
-namespace {
-
-const PolicyMapStatus* policyOf(const Orb::Ptr<const PolicyMapTypeStatus>& status,
-                                const PolicyMapSmKey& key) {
-    return status ? status->policyMapStatus(key.policyName) : nullptr;
-}
-
-}  // namespace
-
 PolicyMapHiveCounterStatusReader::PolicyMapHiveCounterStatusReader(
     Orb::Ptr<const PolicyMapTypeStatus> status)
     : status_(std::move(status)) {}
@@ -32,25 +23,39 @@ PolicyMapHiveCounterStatusReader::PolicyMapHiveCounterStatusReaderIs(
     return reader;
 }
 
+const PolicyMapStatus* PolicyMapHiveCounterStatusReader::policyOf(const PolicyMapSmKey& key) const {
+    if (!status_) return nullptr;
+    const auto& policies = status_->policyMapStatus();
+    if (lastPolicy_ == nullptr || lastPolicy_->name() != key.policyName ||
+        lastChangeCount_ != policies.changeCount()) {
+        lastPolicy_ = status_->policyMapStatus(key.policyName);
+        lastChangeCount_ = policies.changeCount();
+        nextClass_ = 0;
+    }
+    return lastPolicy_;
+}
+
 Orb::Ptr<const PacketDataStatus> PolicyMapHiveCounterStatusReader::classCounterData(
     const PolicyMapSmKey& key, const Orb::String& className) const {
-    const PolicyMapStatus* policy = policyOf(status_, key);
-    return policy == nullptr ? nullptr : policy->classCounter(className);
+    const PolicyMapStatus* policy = policyOf(key);
+    if (policy == nullptr) return nullptr;
+    const auto* const record = policy->classCounter().find(className, nextClass_++);
+    return record == nullptr ? nullptr : *record;
 }
 
 Orb::Ptr<const PacketDataStatus> PolicyMapHiveCounterStatusReader::namedCounterData(
     const PolicyMapSmKey& key, const Orb::String& counterName) const {
-    const PolicyMapStatus* policy = policyOf(status_, key);
+    const PolicyMapStatus* policy = policyOf(key);
     return policy == nullptr ? nullptr : policy->namedCounter(counterName);
 }
 
 U32 PolicyMapHiveCounterStatusReader::numClasses(const PolicyMapSmKey& key) const {
-    const PolicyMapStatus* policy = policyOf(status_, key);
+    const PolicyMapStatus* policy = policyOf(key);
     return policy == nullptr ? 0 : policy->classCounter().size();
 }
 
 U32 PolicyMapHiveCounterStatusReader::numNamedCounters(const PolicyMapSmKey& key) const {
-    const PolicyMapStatus* policy = policyOf(status_, key);
+    const PolicyMapStatus* policy = policyOf(key);
     return policy == nullptr ? 0 : policy->namedCounter().size();
 }
 

@@ -23,6 +23,7 @@ struct UniqueId {
 
 namespace PolicyMap {
 
+class PolicyMapStatus;
 class PolicyMapTypeStatus;
 
 struct PacketAndByte {
@@ -97,6 +98,15 @@ class ORB_EXPORT PolicyMapHiveCounterStatusReader : public PolicyMapCounterStatu
         const PolicyMapSmKey& key, const Orb::String& counterName) const override;
     U32 numClasses(const PolicyMapSmKey& key) const override;
     U32 numNamedCounters(const PolicyMapSmKey& key) const override;
+
+  private:
+    const PolicyMapStatus* policyOf(const PolicyMapSmKey& key) const;
+
+    // The policy that was asked for last, valid while the tree has this change count, and where its
+    // next rule is likely to be: records are asked for policy by policy, rule by rule.
+    mutable const PolicyMapStatus* lastPolicy_ = nullptr;
+    mutable U64 lastChangeCount_ = 0;
+    mutable U32 nextClass_ = 0;
 };
 
 }  // namespace PolicyMap

@@ -84,6 +84,9 @@ class ORB_EXPORT StructuredFilter : public Orb::PtrInterface {
 
     StructuredFilter();
     ~StructuredFilter() override;
+
+    // Says whether some criterion, of the outer or the inner header, names a field set.
+    bool refersToFieldSets() const;
 };
 
 // A match of what an encapsulated packet holds.
@@ -92,7 +95,7 @@ class ORB_EXPORT InnerMatch : public Orb::PtrInterface {
     ORB_CONSTRUCTIBLE(InnerMatch, Wire::AddressFamily, EncapsulationType)
     ORB_KEY(af, Wire::AddressFamily)
     ORB_KEY(encapType, EncapsulationType)
-    ORB_ATTRIBUTE(structuredFilter, Orb::Ptr<const StructuredFilter>)  // never null once read
+    ORB_ATTRIBUTE(structuredFilter, Orb::Ptr<const StructuredFilter>)  // null: no criteria
 
     InnerMatch(Wire::AddressFamily family, EncapsulationType encapsulation)
         : af_(family), encapType_(encapsulation) {}

@@ -1,17 +1,15 @@
 // A hash map (or, without a value type, a hash set) that is one pointer wide and allocates nothing
 // while it is empty: most collections of most rules are.
 //
-//     map -> rep { entries: [e0][e1][e2]...    dense, in order of insertion until one is removed
-//                  index:   [.][2][.][0]... }  positions by hash, only beyond 8 entries
+//     entries: [e0][e1][e2]...    dense, in order of insertion until one is removed
+//     index:   [.][2][.][0]...    positions by hash, only beyond 8 entries
 //
 // Look-ups scan up to 8 entries and use the index beyond. The order of a walk is not to be relied
 // on. An insertion or removal ends the validity of references and iterators, but for the iterator
 // that del() returns, so a walk may delete as it goes.
 #pragma once
 
-#include <memory>
-#include <vector>
-
+#include "orb/DenseEntries.h"
 #include "orb/Hash.h"
 
 namespace Orb {
@@ -30,22 +28,12 @@ class HashMap2018 {
     using Entry = std::conditional_t<isSet, Key, MapEntry<Key, Value>>;
     using Iterator = const Entry*;
 
-    HashMap2018() = default;
-    HashMap2018(HashMap2018&&) noexcept = default;
-    HashMap2018& operator=(HashMap2018&&) noexcept = default;
-    HashMap2018(const HashMap2018& other) : rep_(other.rep_ ? new Rep(*other.rep_) : nullptr) {}
-    HashMap2018& operator=(const HashMap2018& other) {
-        if (this != &other) rep_.reset(other.rep_ ? new Rep(*other.rep_) : nullptr);
-        return *this;
-    }
-    ~HashMap2018() = default;
-
-    U32 size() const { return rep_ ? static_cast<U32>(rep_->entries.size()) : 0; }
+    U32 size() const { return entries_.size(); }
     bool empty() const { return size() == 0; }
     explicit operator bool() const { return !empty(); }
 
-    Iterator begin() const { return rep_ ? rep_->entries.data() : nullptr; }
-    Iterator end() const { return begin() + size(); }
+    Iterator begin() const { return entries_.begin(); }
+    Iterator end() const { return entries_.end(); }
 
     // The entry of a key; end() when there is none.
     template <class Lookup>
@@ -68,6 +56,20 @@ class HashMap2018 {
         }
     }
 
+    // The same, looking first at a position: maps that were filled in one order hold a key at the
+    // same position, so that the position in one is likely that in another.
+    template <class Lookup>
+    auto find(const Lookup& key, U32 likely) const -> decltype(this->find(key)) {
+        if (likely < size() && keyOf(entries_[likely]) == key) {
+            if constexpr (isSet) {
+                return &entries_[likely];
+            } else {
+                return &entries_[likely].value;
+            }
+        }
+        return find(key);
+    }
+
     // Sets: inserts a key.
     void is(const Key& key) requires(isSet) {
         if (!contains(key)) insert(Key(key));
@@ -80,7 +82,7 @@ class HashMap2018 {
                                                    ...)))) const Stored& is(const Key& key,
                                                                             const Args&... args) {
         const U32 position = positionOf(key);
-        if (position != absent) return rep_->entries[position].value;
+        if (position != absent) return entries_[position].value;
         using Record = typename Detail::PointeeOf<Stored>::Type;
         return insert(Entry{key, Detail::makeRecord<Record>(key, args...)}).value;
     }
@@ -92,7 +94,7 @@ class HashMap2018 {
         if (position == absent) {
             insert(Entry{key, std::forward<Given>(value)});
         } else {
-            rep_->entries[position].value = std::forward<Given>(value);
+            entries_[position].value = std::forward<Given>(value);
         }
     }
 
@@ -100,12 +102,8 @@ class HashMap2018 {
     void isNew(Entry entry) { insert(std::move(entry)); }
     // Room for that many entries without a further allocation.
     void reserve(U32 count) {
-        if (count == 0) return;
-        if (!rep_) rep_ = std::make_unique<Rep>();
-        rep_->entries.reserve(count);
-        if (count > scanLimit && rep_->index.size() < 2 * std::size_t{count}) {
-            buildIndex(*rep_, count);
-        }
+        entries_.reserve(count);
+        if (count > scanLimit && index().size() < 2 * std::size_t{count}) buildIndex(count);
     }
 
     template <class Lookup>
@@ -118,30 +116,28 @@ class HashMap2018 {
         const auto position = static_cast<U32>(entry - begin());
         const U32 last = size() - 1;
         if (last == 0) {
-            rep_.reset();
+            entries_.reset();
             return end();
         }
         if (last <= scanLimit) {
-            rep_->index.clear();
+            index().clear();
         } else {
-            closeGap(*rep_, slotOf(*rep_, position));
-            if (position != last) rep_->index[slotOf(*rep_, last)] = position;
+            closeGap(slotOf(position));
+            if (position != last) index()[slotOf(last)] = position;
         }
-        if (position != last) rep_->entries[position] = std::move(rep_->entries[last]);
-        rep_->entries.pop_back();
+        if (position != last) entries_[position] = std::move(entries_[last]);
+        entries_.pop_back();
         return begin() + position;
     }
-    void delAll() { rep_.reset(); }
+    void delAll() { entries_.reset(); }
 
   private:
     static constexpr U32 absent = ~U32{0};
     static constexpr U32 scanLimit = 8;
 
-    struct Rep {
-        std::vector<Entry> entries;
-        std::vector<U32>
-            index;  // a power of two of slots, at most half full; empty up to scanLimit
-    };
+    // Positions by hash, a power of two of slots, at most half full; empty up to scanLimit entries.
+    std::vector<U32>& index() { return entries_.index(); }
+    const std::vector<U32>& index() const { return entries_.index(); }
 
     static const Key& keyOf(const Entry& entry) {
         if constexpr (isSet) {
@@ -153,74 +149,71 @@ class HashMap2018 {
 
     template <class Lookup>
     U32 positionOf(const Lookup& key) const {
-        if (!rep_) return absent;
-        const auto& entries = rep_->entries;
-        if (entries.size() <= scanLimit) {
-            for (U32 i = 0; i < entries.size(); ++i) {
-                if (keyOf(entries[i]) == key) return i;
+        const U32 count = size();
+        if (count <= scanLimit) {
+            for (U32 i = 0; i < count; ++i) {
+                if (keyOf(entries_[i]) == key) return i;
             }
             return absent;
         }
-        const auto& index = rep_->index;
-        const std::size_t mask = index.size() - 1;
+        const std::size_t mask = index().size() - 1;
         for (std::size_t slot = hashOf(key) & mask;; slot = (slot + 1) & mask) {
-            if (index[slot] == absent) return absent;
-            if (keyOf(entries[index[slot]]) == key) return index[slot];
+            const U32 position = index()[slot];
+            if (position == absent || keyOf(entries_[position]) == key) return position;
         }
     }
 
     Entry& insert(Entry entry) {
-        if (!rep_) rep_ = std::make_unique<Rep>();
-        rep_->entries.push_back(std::move(entry));
-        const auto count = static_cast<U32>(rep_->entries.size());
-        if (count > scanLimit || !rep_->index.empty()) {
-            if (rep_->index.size() < 2 * std::size_t{count}) {
-                buildIndex(*rep_, 2 * count);
+        entries_.push_back(std::move(entry));
+        const U32 count = size();
+        if (count > scanLimit || !index().empty()) {
+            if (index().size() < 2 * std::size_t{count}) {
+                buildIndex(2 * count);
             } else {
-                indexIs(*rep_, count - 1);
+                indexIs(count - 1);
             }
         }
-        return rep_->entries.back();
+        return entries_[count - 1];
     }
 
-    static void indexIs(Rep& rep, U32 position) {
-        const std::size_t mask = rep.index.size() - 1;
-        std::size_t slot = hashOf(keyOf(rep.entries[position])) & mask;
-        while (rep.index[slot] != absent) slot = (slot + 1) & mask;
-        rep.index[slot] = position;
+    void indexIs(U32 position) {
+        const std::size_t mask = index().size() - 1;
+        std::size_t slot = hashOf(keyOf(entries_[position])) & mask;
+        while (index()[slot] != absent) slot = (slot + 1) & mask;
+        index()[slot] = position;
     }
 
     // The slot that holds a position, which must be in the index.
-    static std::size_t slotOf(const Rep& rep, U32 position) {
-        const std::size_t mask = rep.index.size() - 1;
-        std::size_t slot = hashOf(keyOf(rep.entries[position])) & mask;
-        while (rep.index[slot] != position) slot = (slot + 1) & mask;
+    std::size_t slotOf(U32 position) const {
+        const std::size_t mask = index().size() - 1;
+        std::size_t slot = hashOf(keyOf(entries_[position])) & mask;
+        while (index()[slot] != position) slot = (slot + 1) & mask;
         return slot;
     }
 
     // Empties a slot and moves later ones of its run up, so that no look-up ends at the gap.
-    static void closeGap(Rep& rep, std::size_t gap) {
-        const std::size_t mask = rep.index.size() - 1;
-        for (std::size_t slot = (gap + 1) & mask; rep.index[slot] != absent;
-             slot = (slot + 1) & mask) {
-            const std::size_t home = hashOf(keyOf(rep.entries[rep.index[slot]])) & mask;
+    void closeGap(std::size_t gap) {
+        std::vector<U32>& slots = index();
+        const std::size_t mask = slots.size() - 1;
+        for (std::size_t slot = (gap + 1) & mask; slots[slot] != absent; slot = (slot + 1) & mask) {
+            const std::size_t home = hashOf(keyOf(entries_[slots[slot]])) & mask;
             if (((slot - home) & mask) >= ((slot - gap) & mask)) {
-                rep.index[gap] = rep.index[slot];
+                slots[gap] = slots[slot];
                 gap = slot;
             }
         }
-        rep.index[gap] = absent;
+        slots[gap] = absent;
     }
 
     // Lays the index anew, with room for that many entries.
-    static void buildIndex(Rep& rep, U32 count) {
-        std::size_t size = 2 * std::size_t{scanLimit};
-        while (size < 2 * std::size_t{count}) size *= 2;
-        rep.index.assign(size, absent);
-        for (U32 i = 0; i < rep.entries.size(); ++i) indexIs(rep, i);
+    void buildIndex(U32 count) {
+        std::size_t slots = 2 * std::size_t{scanLimit};
+        while (slots < 2 * std::size_t{count}) slots *= 2;
+        index().assign(slots, absent);
+        for (U32 i = 0; i < size(); ++i) indexIs(i);
     }
 
-    std::unique_ptr<Rep> rep_;
+    DenseEntries<Entry> entries_;
 };
 
 template <class Key>

@@ -42,6 +42,11 @@ class ORB_EXPORT RendererV2 {
     // format: 1 is text, 2 is JSON. revision: of the JSON model that the client asked for.
     RendererV2(TextOutBuffer& out, U32 format, U32 revision)
         : out_(out), format_(static_cast<OutputFormat_t>(format)), revision_(revision) {}
+    // A line that an interrupt cut off is ended, so that what comes behind it does not read as part
+    // of it.
+    ~RendererV2() {
+        if (isText() && Orb::interruptRequested() && !out_.endsLine()) out_.close('\n');
+    }
     RendererV2(const RendererV2&) = delete;
     RendererV2& operator=(const RendererV2&) = delete;
 

@@ -86,6 +86,7 @@ TextOutBuffer::~TextOutBuffer() {
 }
 
 void TextOutBuffer::flush() {
+    flushedEndsLine_ = endsLine();
     std::string_view rest(data_.get(), size_);
     const Outcome outcome = failed_ ? Outcome::done : writeAll(fd_, rest, Orb::interruptRequested);
     if (outcome == Outcome::gaveUp) {

@@ -55,6 +55,9 @@ class ORB_EXPORT TextOutBuffer {
     }
     void advance(std::size_t count) { size_ += count; }
 
+    // Says whether what was appended so far, if anything, ends with a line end.
+    bool endsLine() const { return size_ == 0 ? flushedEndsLine_ : data_[size_ - 1] == '\n'; }
+
     // Appends one character without flushing or throwing, for what closes a scope: up to 64 in a
     // row fit, whatever was appended before.
     void close(char character) noexcept {
@@ -70,6 +73,7 @@ class ORB_EXPORT TextOutBuffer {
 
     int fd_;
     bool failed_ = false;
+    bool flushedEndsLine_ = true;
     std::size_t size_ = 0;
     std::unique_ptr<char[]> data_;
 };
