@@ -51,15 +51,24 @@ void ShowTrafficPolicyBase::render(U32 fd, U32 format, U32 revision) {
 
 void ShowTrafficPolicyBase::renderCountAction(textout::RendererV2*, U32,
                                               const Orb::Ptr<const PolicyState>&,
-                                              const Orb::Ptr<const PolicyMap::Action>&, U32) {}
+                                              const Orb::Ptr<const PolicyMap::Action>&, U32) {
+    SHOW_TRACE_ENTRY();
+}
 
-void ShowTrafficPolicyBase::cacheIntfStatus(const Orb::Ptr<const PolicyMap::PolicyMapStatus>&) {}
+void ShowTrafficPolicyBase::cacheIntfStatus(const Orb::Ptr<const PolicyMap::PolicyMapStatus>&) {
+    SHOW_TRACE_ENTRY();
+}
 void ShowTrafficPolicyBase::cacheInstalledState(const Orb::Ptr<const PolicyMap::PolicyMapStatus>&,
-                                                MatchOption) {}
+                                                MatchOption) {
+    SHOW_TRACE_ENTRY();
+}
 void ShowTrafficPolicyBase::cacheInstallError(const Orb::Ptr<const PolicyMap::PolicyMapStatus>&,
-                                              MatchOption) {}
+                                              MatchOption) {
+    SHOW_TRACE_ENTRY();
+}
 
 Orb::Ptr<PolicyState> ShowTrafficPolicyBase::getOrCreatePolicyState(const Orb::String&) {
+    SHOW_TRACE_ENTRY();
     return nullptr;
 }
 

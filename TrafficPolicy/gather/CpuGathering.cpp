@@ -25,6 +25,7 @@ void foldIntoVrfs(const PolicyMap::PolicyMapStatus& policyStatus,
 }  // namespace
 
 Orb::Ptr<PolicyState> ShowTrafficPolicyCpu::getOrCreatePolicyState(const Orb::String& policyName) {
+    SHOW_TRACE_ENTRY();
     return findOrMakePolicyState<PolicyStateCpu>(policyName);
 }
 

@@ -11,6 +11,7 @@ using PolicyStatusPtr = Orb::Ptr<const PolicyMap::PolicyMapStatus>;
 
 Orb::Ptr<PolicyState> ShowTrafficPolicyInterface::getOrCreatePolicyState(
     const Orb::String& policyName) {
+    SHOW_TRACE_ENTRY();
     return findOrMakePolicyState<PolicyStateInterface>(policyName);
 }
 
@@ -50,6 +51,7 @@ void ShowTrafficPolicyInterface::cachePoliciesState() {
 }
 
 void ShowTrafficPolicyInterface::cachePolicyState(const Orb::String& policyName) {
+    SHOW_TRACE(8, __PRETTY_FUNCTION__ << " " << policyName);
     ShowTrafficPolicyBase::cachePolicyState(policyName);
     const auto policyState = Orb::ptrCast<PolicyStateInterface>(getOrCreatePolicyState(policyName));
     ORB_ASSERT(policyState != nullptr);

@@ -18,6 +18,7 @@ Orb::String vlanKey(const Wire::IntfId& intfId) {
 }  // namespace
 
 Orb::Ptr<PolicyState> ShowTrafficPolicyVAcl::getOrCreatePolicyState(const Orb::String& policyName) {
+    SHOW_TRACE_ENTRY();
     return findOrMakePolicyState<PolicyStateVAcl>(policyName);
 }
 

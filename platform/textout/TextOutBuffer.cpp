@@ -1,5 +1,6 @@
 #include "textout/TextOutBuffer.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -21,6 +22,8 @@ constexpr auto patienceAfterInterrupt = std::chrono::milliseconds(30);
 bool mayBlock(int fd) {
     struct stat status {};
     if (::fstat(fd, &status) != 0) return false;
+    // A descriptor for reading never polls writable; writing tells what is wrong with it.
+    if ((::fcntl(fd, F_GETFL) & O_ACCMODE) == O_RDONLY) return false;
     return S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode) ||
            (S_ISCHR(status.st_mode) && ::isatty(fd) == 1);
 }

@@ -1,6 +1,7 @@
 // The buffered output of one report.
 #pragma once
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 #include <memory>
@@ -29,7 +30,7 @@ class ORB_EXPORT TextOutBuffer {
     // Appends; flushes a full buffer and throws as flush() does.
     void append(std::string_view text) {
         if (text.size() <= room()) [[likely]] {
-            std::memcpy(end(), text.data(), text.size());
+            std::copy(text.begin(), text.end(), end());
             size_ += text.size();
         } else {
             appendLarge(text);

@@ -12,6 +12,8 @@ std::atomic<U64> allocations{0};
 
 U64 allocationCount() { return allocations.load(std::memory_order_relaxed); }
 
+// The sanitizers bring operators of their own; there nothing is counted.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 void* operator new(std::size_t size) {
     allocations.fetch_add(1, std::memory_order_relaxed);
     if (void* const memory = std::malloc(size)) return memory;
@@ -19,3 +21,4 @@ void* operator new(std::size_t size) {
 }
 void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+#endif
