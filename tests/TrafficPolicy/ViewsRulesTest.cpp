@@ -93,10 +93,21 @@ TEST(ViewsRules, indentsByTheBlanksPerLevel) {
                             });
                         });
                     }));
+    fixture.setActions("r1", [](PolicyMap::PolicyClassAction& actions) {
+        addAction<PolicyMap::RedirectNexthopAction>(actions,
+                                                    [](PolicyMap::RedirectNexthopAction& action) {
+                                                        action.recursiveIs(true);
+                                                        action.nexthopsIs(address("10.0.0.1"));
+                                                    });
+    });
     EXPECT_EQ(fixture.rules(textFormat),
               "      match r1 ipv4\n"
               "       Protocol: udp\n"
-              "        Destination port: 53\n");
+              "        Destination port: 53\n"
+              "       Actions: \n"
+              "       Redirect next hop recursive 10.0.0.1\n"
+              "       Active routing action:\n"
+              "        No resolved next hop\n");
 }
 
 TEST(ViewsRules, listsDeclaredCounters) {
