@@ -1,6 +1,8 @@
 // counteragent: holds the counter store of a state directory and counts into it until it is told to
 // stop. The signals that stop it are waited for, never handled: they arrive between two ticks, so
 // no record is left unfinished.
+#include <fcntl.h>
+
 #include <csignal>
 #include <cstdio>
 #include <ctime>
@@ -39,6 +41,12 @@ bool isStopped(long nanoseconds) {
     static const sigset_t signals = stopSignals();
     const timespec longest = {0, nanoseconds};
     return ::sigtimedwait(&signals, nullptr, &longest) > 0;
+}
+
+// Occupies closed standard descriptors, so that none becomes the store's and what is printed ends
+// up in there.
+void occupyStandardDescriptors() {
+    for (int fd = 0; fd >= 0 && fd <= 2;) fd = ::open("/dev/null", O_RDWR | O_CLOEXEC);
 }
 
 double secondsNow() {
@@ -101,6 +109,7 @@ int run(const Options& options) {
 }  // namespace CounterAgent
 
 int main(int argc, char** argv) {
+    CounterAgent::occupyStandardDescriptors();
     // Before any thread is started, so that none takes them.
     const sigset_t signals = CounterAgent::stopSignals();
     ::sigprocmask(SIG_BLOCK, &signals, nullptr);

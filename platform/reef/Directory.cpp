@@ -57,9 +57,9 @@ U64 Directory::checksum() const {
 }
 
 std::span<const PolicyEntry> Directory::policiesOf(Direction direction) const {
-    const auto found = std::ranges::equal_range(policies, static_cast<U32>(direction), {},
-                                                &PolicyEntry::direction);
-    return {found.begin(), found.end()};
+    const auto number = static_cast<U32>(direction);
+    return {std::ranges::lower_bound(policies, number, {}, &PolicyEntry::direction),
+            std::ranges::upper_bound(policies, number, {}, &PolicyEntry::direction)};
 }
 
 const PolicyEntry* Directory::policy(Direction direction, std::string_view name) const {

@@ -190,7 +190,8 @@ void ReefDamage::changeAtRandom(int times) {
     };
     CaptureStderr();
     for (int i = 0; i < times; ++i) {
-        std::ofstream(path, std::ios::binary | std::ios::trunc) << whole;
+        std::filesystem::resize_file(path, whole.size());
+        overwrite(0, whole);
         const auto early = manager();
         walk(early);  // has it mapped while it changes
         const bool lengthChanges = below(4) == 0;

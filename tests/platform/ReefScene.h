@@ -80,11 +80,13 @@ inline void addFigures(Figures& figures, const std::string& prefix, const Packet
 inline Figures figuresOf(const std::string& direction, const TrafficPolicy::Status& status) {
     Figures figures;
     for (const auto& [name, policy] : status.policyMapStatus()) {
+        std::string prefix = direction;
+        prefix.append(" ").append(name);
         for (const auto& entry : policy->classCounter()) {
-            addFigures(figures, direction + " " + name + " rule ", *entry.value);
+            addFigures(figures, prefix + " rule ", *entry.value);
         }
         for (const auto& entry : policy->namedCounter()) {
-            addFigures(figures, direction + " " + name + " named ", *entry.value);
+            addFigures(figures, prefix + " named ", *entry.value);
         }
     }
     return figures;

@@ -1,0 +1,149 @@
+// counteragent as its users run it, on a state of one rule and one counter per interface.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <thread>
+
+#include "Process.h"
+#include "reef/PolicyMapTypeCounters.h"
+
+namespace {
+
+using PolicyMap::PacketAndByte;
+using PolicyMap::Counters::Direction;
+using PolicyMap::Counters::PolicyMapCounters;
+using PolicyMap::Counters::PolicyMapTypeCounters;
+
+const std::string status = R"({"interfaceInput": {"policyMapStatus": {"EDGE": {
+    "classCounter": {"web": {"uniqueId": 1, "packets": 10, "bytes": 9000}},
+    "namedCounter": {"HITS": {"uniqueId": 2, "packets": 5, "bytes": 320, "perIntfCount": {
+        "Ethernet1": {"uniqueId": 3, "packets": 4, "bytes": 256},
+        "Ethernet2": {"uniqueId": 4, "packets": 1, "bytes": 64}}}}}}}})";
+
+class CounterAgent : public testing::Test {
+  protected:
+    // Runs the agent to its end.
+    Outcome run(const std::string& arguments) {
+        const std::string errors = state_.file("errors");
+        const std::string output = state_.file("output");
+        const std::string command = COUNTERAGENT_PATH " --state " + state_.path() + " " +
+                                    arguments + " >" + output + " 2>" + errors;
+        const int result = std::system(command.c_str());
+        return {WEXITSTATUS(result), contentsOf(output), contentsOf(errors)};
+    }
+    // Starts an agent that counts, lets it, and ends it by the signal. Returns its exit status.
+    int countUntil(int signal, const std::string& rate, const std::function<void()>& meanwhile) {
+        const pid_t process = ::fork();
+        if (process == 0) {
+            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+            ::close(STDOUT_FILENO);  // must not become the descriptor of the store
+            ::execl(COUNTERAGENT_PATH, COUNTERAGENT_PATH, "--state", state_.path().c_str(),
+                    "--rate", rate.c_str(), nullptr);
+            ::_exit(127);
+        }
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        const PacketAndByte before = counters().namedCounter.front()->count();
+        while (counters().namedCounter.front()->count() == before &&
+               std::chrono::steady_clock::now() < end) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        meanwhile();
+        ::kill(process, signal);
+        int result = 0;
+        ::waitpid(process, &result, 0);
+        return WIFEXITED(result) ? WEXITSTATUS(result) : 128 + WTERMSIG(result);
+    }
+    std::string store() const { return state_.file("counters.reef"); }
+    PolicyMapCounters counters() const {
+        const auto manager = Orb::make<Reef::StoreManager>(store());
+        return PolicyMapTypeCounters(manager, Direction::input).policyMapCounters({"EDGE"});
+    }
+
+    StateFixture state_{"{}", status};
+};
+
+TEST_F(CounterAgent, countsUntilItIsStoppedAndGoesOnLater) {
+    EXPECT_EQ(run("--once").status, 0);
+    EXPECT_EQ(counters().classCounter.front()->count(), (PacketAndByte{10, 9000}));
+    PacketAndByte former = counters().namedCounter.front()->count();
+    for (const auto& [signal, rate] :
+         {std::pair(SIGTERM, "EDGE/HITS=1000"), std::pair(SIGINT, "EDGE/HITS=max")}) {
+        EXPECT_EQ(countUntil(signal, rate, [] {}), 0);
+        const PolicyMapCounters now = counters();
+        ASSERT_EQ(now.namedCounter.size(), 1U);
+        const auto& hits = *now.namedCounter.front();
+        EXPECT_EQ(hits.uniqueId().value, 2U);
+        EXPECT_GT(hits.count().packets, former.packets);
+        PacketAndByte sum;
+        for (const auto& [intfId, data] : hits.perIntfCount()) {
+            sum.packets += data->countData().packets;
+            sum.bytes += data->countData().bytes;
+        }
+        EXPECT_EQ(sum, hits.count());
+        EXPECT_EQ(hits.count().bytes, hits.count().packets * 64);
+        EXPECT_EQ(now.classCounter.front()->count(), (PacketAndByte{10, 9000}));
+        former = hits.count();
+    }
+    // Only a request makes it anew.
+    EXPECT_EQ(run("--once").status, 0);
+    EXPECT_EQ(counters().namedCounter.front()->count(), former);
+    EXPECT_EQ(run("--once --recreate").status, 0);
+    EXPECT_EQ(counters().namedCounter.front()->count(), (PacketAndByte{5, 320}));
+    EXPECT_GT(counters().namedCounter.front()->uniqueId().value, 4U);
+}
+
+TEST_F(CounterAgent, keepsOthersOut) {
+    run("--once");
+    const int ended = countUntil(SIGTERM, "1000", [&] {
+        for (const char* arguments : {"", "--recreate"}) {
+            const Outcome second = run(arguments);
+            EXPECT_EQ(second.status, 2);
+            EXPECT_EQ(second.errors, "counteragent: counter store " + store() +
+                                         ": another agent is counting into it\n");
+        }
+    });
+    EXPECT_EQ(ended, 0);
+}
+
+TEST_F(CounterAgent, refusesWhatItCannotDo) {
+    const struct {
+        const char* arguments;
+        int exitStatus;
+        const char* errors;
+    } rows[] = {
+        {"--rat 5", 1,
+         "unknown option \"--rat\", expected --state, --recreate, --once, --rate or --help"},
+        {"--rate", 1, "--rate needs a value"},
+        {"--once=1", 1, "\"--once\" takes no value"},
+        {"--rate 1e3", 1,
+         "--rate: \"1e3\" is no rate, expected a number 0 to 1000000000000 or max"},
+        {"--rate 1000000000001", 1,
+         "--rate: \"1000000000001\" is no rate, expected a number 0 to 1000000000000 or max"},
+        {"--rate HITS=3", 1,
+         "--rate: \"HITS\" is no counter, expected POLICY/RULE or POLICY/COUNTER"},
+        {"--rate EDGE/HIT=3", 1,
+         "--rate: the store has no counter \"EDGE/HIT\", expected POLICY/RULE or POLICY/COUNTER"},
+    };
+    for (const auto& row : rows) {
+        const Outcome outcome = run(row.arguments);
+        EXPECT_EQ(outcome.status, row.exitStatus) << row.arguments;
+        EXPECT_EQ(outcome.errors, "counteragent: " + std::string(row.errors) + "\n");
+    }
+    std::filesystem::resize_file(store(), 10);
+    const Outcome damaged = run("--once");
+    EXPECT_EQ(damaged.status, 2);
+    EXPECT_EQ(damaged.errors, "counteragent: counter store " + store() +
+                                  ": it is shorter than its header says; --recreate makes it "
+                                  "anew\n");
+    fileIs(state_.file("status.json"), "{");
+    EXPECT_EQ(run("--once --recreate").status, 2);
+    EXPECT_EQ(std::filesystem::file_size(store()), 10U);
+}
+
+}  // namespace
