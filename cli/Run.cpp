@@ -109,7 +109,8 @@ int run(const std::vector<std::string>& arguments) {
     } catch (const OptionError& error) {
         complain(error.what());
         return ExitStatus::badCommand;
-    } catch (const textout::SigIntException&) {
+    } catch (const textout::SigIntException& interrupt) {
+        textout::printExiting(interrupt.what());
         return ExitStatus::interrupted;
     } catch (const textout::WriteError& error) {
         if (error.code().value() == EPIPE) return ExitStatus::closedPipe;

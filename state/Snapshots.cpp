@@ -2,7 +2,7 @@
 // counters.
 #include "state/Snapshots.h"
 
-#include <unistd.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <charconv>
@@ -201,7 +201,8 @@ class Writer {
 Snapshots readSnapshots(const std::string& directory) {
     Snapshots snapshots;
     const std::string path = directory + "/snapshots.json";
-    if (::access(path.c_str(), F_OK) != 0 && errno == ENOENT) return snapshots;
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) != 0 && errno == ENOENT) return snapshots;
     const Document document(path);
     readObject(document.root(), snapshotsKeys, snapshots);
     return snapshots;

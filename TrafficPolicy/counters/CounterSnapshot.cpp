@@ -77,15 +77,16 @@ TrafficPolicyHiveCounterSnapshotHelper::TrafficPolicyHiveCounterSnapshotHelper(
 
 void TrafficPolicyHiveCounterSnapshotHelper::clearCounter() {
     SHOW_TRACE_ENTRY();
-    if (status()) {
-        for (const auto& [policyName, policyStatus] : status()->policyMapStatus()) {
-            for (const auto& [name, record] : policyStatus->namedCounter()) {
-                snapshotNamed(*target(), policyName, *record, true);
-            }
-            for (const auto& [name, record] : policyStatus->classCounter()) {
-                snapshotClass(*target(), policyName, *record);
-            }
+    if (!status()) return;
+    for (const auto& [policyName, policyStatus] : status()->policyMapStatus()) {
+        for (const auto& [name, record] : policyStatus->namedCounter()) {
+            snapshotNamed(*target(), policyName, *record, true);
         }
+        for (const auto& [name, record] : policyStatus->classCounter()) {
+            snapshotClass(*target(), policyName, *record);
+        }
+        clearedCounters_ +=
+            U64{policyStatus->namedCounter().size()} + policyStatus->classCounter().size();
     }
     target()->timestampIs(Orb::now());
     _cleanupStaleSnapshots(target(), this);
@@ -100,11 +101,7 @@ TrafficPolicyReefCounterSnapshotHelper::TrafficPolicyReefCounterSnapshotHelper(
 
 void TrafficPolicyReefCounterSnapshotHelper::clearCounter() {
     SHOW_TRACE_ENTRY();
-    if (!counters()) {
-        target()->timestampIs(Orb::now());
-        _cleanupStaleSnapshots(target(), this);
-        return;
-    }
+    if (!counters()) return;
     try {
         for (const auto& key : counters()->policyMapKeys()) {
             const auto policy = counters()->policyMapCounters(key);
@@ -114,6 +111,7 @@ void TrafficPolicyReefCounterSnapshotHelper::clearCounter() {
             for (const auto& record : policy.classCounter) {
                 snapshotClass(*target(), key.policyName, *record);
             }
+            clearedCounters_ += policy.namedCounter.size() + policy.classCounter.size();
         }
         target()->timestampIs(Orb::now());
         if (counters()->manager()->recordsNotAvailable() == 0) {

@@ -12,13 +12,14 @@ class TrafficPolicyHiveCounterSnapshotHelper : public PolicyMap::PolicyMapHiveCo
     ORB_DERIVED_TYPE(TrafficPolicyHiveCounterSnapshotHelper,
                      PolicyMap::PolicyMapHiveCounterStatusReader)
     ORB_KEY(target, Orb::Ptr<TrafficPolicy::Counter>)
+    ORB_KEY(clearedCounters, U64)  // how many clearCounter() wrote
 
     TrafficPolicyHiveCounterSnapshotHelper(
         const Orb::Ptr<const PolicyMap::PolicyMapTypeStatus>& source,
         Orb::Ptr<TrafficPolicy::Counter> target);
 
     // Writes the value of every live counter into the target, stamps it with the time, and removes
-    // snapshots whose counter is gone.
+    // snapshots whose counter is gone. Without a source it does nothing.
     virtual void clearCounter();
 };
 
@@ -27,6 +28,7 @@ class TrafficPolicyReefCounterSnapshotHelper : public PolicyMap::PolicyMapReefCo
                      PolicyMap::PolicyMapReefCounterStatusReader)
     ORB_KEY(target, Orb::Ptr<TrafficPolicy::Counter>)
     ORB_KEY(perInterface, bool)
+    ORB_KEY(clearedCounters, U64)  // how many clearCounter() wrote
 
     TrafficPolicyReefCounterSnapshotHelper(
         const Orb::Ptr<const PolicyMap::Counters::PolicyMapTypeCounters>& source,

@@ -130,6 +130,8 @@ class ShowTrafficPolicyBase : public Orb::PtrInterface {
     // The body of getOrCreatePolicyState for a kind whose record is a Record.
     template <class Record>
     Orb::Ptr<Record> findOrMakePolicyState(const Orb::String& policyName);
+    template <class Record>
+    Orb::Ptr<Record> policyStateOf(const Orb::String& policyName);
 
   private:
     // Notes when a rule counts into a counter that the policy does not declare.

@@ -2,6 +2,7 @@
 // and firstAfter() let a walk that gave up the activity lock find its place again by key.
 #pragma once
 
+#include <algorithm>
 #include <map>
 #include <set>
 
@@ -17,6 +18,17 @@ class RbTreeMap {
     using Tree = typename std::conditional_t<isSet, std::type_identity<std::set<Key, Less>>,
                                              std::type_identity<std::map<Key, Value, Less>>>::type;
     using Iterator = typename Tree::const_iterator;
+
+    RbTreeMap() = default;
+    RbTreeMap(const RbTreeMap&) = default;
+    RbTreeMap(RbTreeMap&&) = default;
+    ~RbTreeMap() = default;
+    // A walk over what was there before must notice.
+    RbTreeMap& operator=(RbTreeMap other) {
+        tree_.swap(other.tree_);
+        changeCount_ = std::max(changeCount_, other.changeCount_) + 1;
+        return *this;
+    }
 
     U32 size() const { return static_cast<U32>(tree_.size()); }
     bool empty() const { return tree_.empty(); }
