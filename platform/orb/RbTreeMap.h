@@ -21,7 +21,7 @@ class RbTreeMap {
 
     RbTreeMap() = default;
     RbTreeMap(const RbTreeMap&) = default;
-    RbTreeMap(RbTreeMap&&) = default;
+    RbTreeMap(RbTreeMap&&) noexcept = default;
     ~RbTreeMap() = default;
     // A walk over what was there before must notice.
     RbTreeMap& operator=(RbTreeMap other) {
