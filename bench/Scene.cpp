@@ -1,7 +1,7 @@
 #include "Scene.h"
 
 #include <fcntl.h>
-#include <malloc.h>
+#include <mimalloc.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -108,7 +108,7 @@ void Show::run(const StateDirectory::State& state) const {
 }
 
 PeakMemory::PeakMemory() {
-    ::malloc_trim(0);                             // so that nothing freed before is used again
+    ::mi_collect(true);                           // so that nothing freed before is used again
     std::ofstream("/proc/self/clear_refs") << 5;  // the peak starts anew from here
     before_ = memoryFigure("VmRSS:");
 }

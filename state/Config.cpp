@@ -83,8 +83,7 @@ void readRules(const Node& node, PolicyMapSubConfig& version) {
         }
         priorities.is(rule.priority, std::move(rule.name));
     });
-    // Copied, so that its nodes lie together, where every show walks them, and not among the rules.
-    version.classPriorityIs(Orb::RbTreeMap<U32, Orb::String>(priorities));
+    version.classPriorityIs(std::move(priorities));
     version.classMapIs(std::move(classMap));
     version.policyActionIs(std::move(policyAction));
 }

@@ -4,14 +4,44 @@
 //     pointer -> [ size, capacity, index | e0 | e1 | e2 | ... ]
 #pragma once
 
+#include <algorithm>
 #include <memory>
 #include <new>
 #include <utility>
-#include <vector>
 
 #include "orb/Types.h"
 
 namespace Orb {
+
+// A table of positions that is one pointer wide, too: their number stands before the first.
+class Slots {
+  public:
+    Slots() = default;
+    Slots(std::size_t count, U32 value) : words_(new U32[count + 1]) {
+        words_[0] = static_cast<U32>(count);
+        std::fill_n(&words_[1], count, value);
+    }
+    Slots(Slots&&) noexcept = default;
+    Slots& operator=(Slots&&) noexcept = default;
+    Slots(const Slots& other) {
+        if (other.empty()) return;
+        words_.reset(new U32[other.size() + 1]);
+        std::copy_n(other.words_.get(), other.size() + 1, words_.get());
+    }
+    Slots& operator=(const Slots& other) {
+        if (this != &other) *this = Slots(other);
+        return *this;
+    }
+    ~Slots() = default;
+
+    bool empty() const { return !words_; }
+    std::size_t size() const { return words_ ? words_[0] : 0; }
+    U32& operator[](std::size_t slot) { return words_[slot + 1]; }
+    U32 operator[](std::size_t slot) const { return words_[slot + 1]; }
+
+  private:
+    std::unique_ptr<U32[]> words_;
+};
 
 template <class Entry>
 class DenseEntries {
@@ -43,8 +73,8 @@ class DenseEntries {
     const Entry& operator[](U32 position) const { return begin()[position]; }
 
     // The owner's. REQUIRES: something was inserted or reserved.
-    std::vector<U32>& index() { return header_->index; }
-    const std::vector<U32>& index() const { return header_->index; }
+    Slots& index() { return header_->index; }
+    const Slots& index() const { return header_->index; }
 
     void reserve(U32 capacity) {
         if (capacity > (header_ != nullptr ? header_->capacity : 0)) grow(capacity);
@@ -70,7 +100,7 @@ class DenseEntries {
     struct Header {
         U32 size = 0;
         U32 capacity = 0;
-        std::vector<U32> index;
+        Slots index;
     };
     static_assert(alignof(Entry) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);
     static constexpr std::size_t offset =

@@ -120,7 +120,7 @@ class HashMap2018 {
             return end();
         }
         if (last <= scanLimit) {
-            index().clear();
+            index() = {};
         } else {
             closeGap(slotOf(position));
             if (position != last) index()[slotOf(last)] = position;
@@ -136,8 +136,8 @@ class HashMap2018 {
     static constexpr U32 scanLimit = 8;
 
     // Positions by hash, a power of two of slots, at most half full; empty up to scanLimit entries.
-    std::vector<U32>& index() { return entries_.index(); }
-    const std::vector<U32>& index() const { return entries_.index(); }
+    Slots& index() { return entries_.index(); }
+    const Slots& index() const { return entries_.index(); }
 
     static const Key& keyOf(const Entry& entry) {
         if constexpr (isSet) {
@@ -193,7 +193,7 @@ class HashMap2018 {
 
     // Empties a slot and moves later ones of its run up, so that no look-up ends at the gap.
     void closeGap(std::size_t gap) {
-        std::vector<U32>& slots = index();
+        Slots& slots = index();
         const std::size_t mask = slots.size() - 1;
         for (std::size_t slot = (gap + 1) & mask; slots[slot] != absent; slot = (slot + 1) & mask) {
             const std::size_t home = hashOf(keyOf(entries_[slots[slot]])) & mask;
@@ -209,7 +209,7 @@ class HashMap2018 {
     void buildIndex(U32 count) {
         std::size_t slots = 2 * std::size_t{scanLimit};
         while (slots < 2 * std::size_t{count}) slots *= 2;
-        index().assign(slots, absent);
+        index() = Slots(slots, absent);
         for (U32 i = 0; i < size(); ++i) indexIs(i);
     }
 

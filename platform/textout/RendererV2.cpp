@@ -15,6 +15,18 @@ constexpr auto plainInJson = [] {
     return plain;
 }();
 
+// Says whether eight bytes are all plain in JSON. Of the bytes that are not, the lowest gets its
+// high bit set: one below 0x20 and one equal to '"' or '\\' by a borrow, DEL by a carry.
+bool arePlainInJson(U64 bytes) {
+    constexpr U64 ones = 0x0101010101010101;
+    constexpr U64 highBits = 0x80 * ones;
+    const U64 quotes = bytes ^ ('"' * ones);
+    const U64 backslashes = bytes ^ ('\\' * ones);
+    const U64 special = (bytes - 0x20 * ones) | (quotes - ones) | (backslashes - ones) | bytes |
+                        (bytes + ones);
+    return (special & highBits) == 0;
+}
+
 void appendUnicodeEscape(TextOutBuffer& out, unsigned byte) {
     static constexpr char digits[] = "0123456789abcdef";
     const char text[] = {'\\', 'u', '0', '0', digits[byte >> 4], digits[byte & 15]};
@@ -43,6 +55,16 @@ void appendShortEscape(TextOutBuffer& out, unsigned byte) {
     }
 }
 
+// The first byte from a position on that is not plain.
+std::size_t plainEnd(std::string_view text, std::size_t at) {
+    for (U64 bytes = 0; at + sizeof bytes <= text.size(); at += sizeof bytes) {
+        std::memcpy(&bytes, text.data() + at, sizeof bytes);
+        if (!arePlainInJson(bytes)) break;
+    }
+    while (at < text.size() && plainInJson[static_cast<unsigned char>(text[at])]) ++at;
+    return at;
+}
+
 }  // namespace
 
 void RendererV2::appendName(std::string_view name) {
@@ -54,10 +76,9 @@ void RendererV2::appendName(std::string_view name) {
 }
 
 void RendererV2::appendJsonString(std::string_view text) {
+    std::size_t run = plainEnd(text, 0);
     out_.append('"');
-    for (std::size_t at = 0; at < text.size();) {
-        std::size_t run = at;
-        while (run < text.size() && plainInJson[static_cast<unsigned char>(text[run])]) ++run;
+    for (std::size_t at = 0; at < text.size(); run = plainEnd(text, at)) {
         out_.append(text.substr(at, run - at));
         at = run;
         if (at == text.size()) break;
