@@ -130,8 +130,10 @@ class ShowTrafficPolicyBase : public Orb::PtrInterface {
     // The body of getOrCreatePolicyState for a kind whose record is a Record.
     template <class Record>
     Orb::Ptr<Record> findOrMakePolicyState(const Orb::String& policyName);
+    // The record of a kind, through the operation above, which a derived kind may replace. It lives
+    // as long as the map of records holds it.
     template <class Record>
-    Orb::Ptr<Record> policyStateOf(const Orb::String& policyName);
+    Record* policyStateOf(const Orb::String& policyName);
 
   private:
     // Notes when a rule counts into a counter that the policy does not declare.

@@ -58,14 +58,14 @@ void ShowTrafficPolicyCpu::cachePolicyState(const Orb::String& policyName) {
 
 void ShowTrafficPolicyCpu::cacheIntfStatus(const PolicyStatusPtr& policyStatus) {
     SHOW_TRACE_ENTRY();
-    const auto policyState = policyStateOf<PolicyStateCpu>(policyStatus->name());
+    auto* const policyState = policyStateOf<PolicyStateCpu>(policyStatus->name());
     foldIntoVrfs(*policyStatus, l3IntfStatusDir().get(),
                  [&](const L3::VrfName& vrf) { return policyState->vrfIntfStatusIs(vrf); });
 }
 
 void ShowTrafficPolicyCpu::cacheSoftwareIntfStatus(const PolicyStatusPtr& policyStatus) {
     SHOW_TRACE_ENTRY();
-    const auto policyState = policyStateOf<PolicyStateCpu>(policyStatus->name());
+    auto* const policyState = policyStateOf<PolicyStateCpu>(policyStatus->name());
     foldIntoVrfs(*policyStatus, l3IntfStatusDir().get(),
                  [&](const L3::VrfName& vrf) { return policyState->vrfSoftwareIntfStatusIs(vrf); });
 }
@@ -73,7 +73,7 @@ void ShowTrafficPolicyCpu::cacheSoftwareIntfStatus(const PolicyStatusPtr& policy
 void ShowTrafficPolicyCpu::cacheInstalledState(const PolicyStatusPtr& policyStatus,
                                                MatchOption option) {
     SHOW_TRACE_ENTRY();
-    const auto policyState = policyStateOf<PolicyStateCpu>(policyStatus->name());
+    auto* const policyState = policyStateOf<PolicyStateCpu>(policyStatus->name());
     sortByOutcome(
         policyState->vrfIntfStatus(), option,
         [&](const L3::VrfName& vrf) { policyState->appliedVrfIs(option)->vrfListIs(vrf, true); },
@@ -83,7 +83,7 @@ void ShowTrafficPolicyCpu::cacheInstalledState(const PolicyStatusPtr& policyStat
 void ShowTrafficPolicyCpu::cacheSoftwareInstalledState(const PolicyStatusPtr& policyStatus,
                                                        MatchOption option) {
     SHOW_TRACE_ENTRY();
-    const auto policyState = policyStateOf<PolicyStateCpu>(policyStatus->name());
+    auto* const policyState = policyStateOf<PolicyStateCpu>(policyStatus->name());
     sortByOutcome(
         policyState->vrfSoftwareIntfStatus(), option,
         [&](const L3::VrfName& vrf) {
@@ -97,7 +97,7 @@ void ShowTrafficPolicyCpu::cacheSoftwareInstalledState(const PolicyStatusPtr& po
 void ShowTrafficPolicyCpu::cacheInstallError(const PolicyStatusPtr& policyStatus,
                                              MatchOption option) {
     SHOW_TRACE_ENTRY();
-    const auto policyState = policyStateOf<PolicyStateCpu>(policyStatus->name());
+    auto* const policyState = policyStateOf<PolicyStateCpu>(policyStatus->name());
     const auto collect = [&](const PerAfVrfList* failed, const auto& reports, auto errorRecord) {
         if (failed == nullptr) {
             traceNoFailures(option);

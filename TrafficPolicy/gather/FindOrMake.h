@@ -30,9 +30,8 @@ Orb::Ptr<Record> ShowTrafficPolicyBase::findOrMakePolicyState(const Orb::String&
     return static_cast<Record*>(lastPolicyState_);
 }
 
-// The record of a kind, through the operation that a derived kind may replace.
 template <class Record>
-Orb::Ptr<Record> ShowTrafficPolicyBase::policyStateOf(const Orb::String& policyName) {
+Record* ShowTrafficPolicyBase::policyStateOf(const Orb::String& policyName) {
     return static_cast<Record*>(getOrCreatePolicyState(policyName).get());
 }
 

@@ -69,7 +69,7 @@ PolicyStatusPtr ShowTrafficPolicyInterface::getPolicyMapStatus(const Orb::String
 void ShowTrafficPolicyInterface::cachePolicyMapStatus(const PolicyStatusPtr& policyStatus) {
     SHOW_TRACE_ENTRY();
     if (!policyStatus) return;
-    const auto policyState = policyStateOf<PolicyStateInterface>(policyStatus->name());
+    auto* const policyState = policyStateOf<PolicyStateInterface>(policyStatus->name());
     if (isInput()) {
         policyState->policyMapStatusInputIs(policyStatus);
     } else {
@@ -82,7 +82,7 @@ void ShowTrafficPolicyInterface::cacheClassMapStatus(
     const Orb::Ptr<const PolicyMap::ClassMapStatus>& cmapStatus) {
     SHOW_TRACE_ENTRY();
     if (!cmapStatus) return;
-    const auto policyState = policyStateOf<PolicyStateInterface>(policyName);
+    auto* const policyState = policyStateOf<PolicyStateInterface>(policyName);
     if (isInput()) {
         policyState->classMapStatusInputIs(index, cmapStatus);
     } else {
@@ -92,7 +92,7 @@ void ShowTrafficPolicyInterface::cacheClassMapStatus(
 
 void ShowTrafficPolicyInterface::cacheIntfStatus(const PolicyStatusPtr& policyStatus) {
     SHOW_TRACE(8, __PRETTY_FUNCTION__ << "- isInput: " << isInput());
-    const auto policyState = policyStateOf<PolicyStateInterface>(policyStatus->name());
+    auto* const policyState = policyStateOf<PolicyStateInterface>(policyStatus->name());
     for (const auto& [intfId, report] : policyStatus->intfStatus()) {
         const Orb::Ptr<InterfaceStatus> interfaceStatus = interfaceStatusFactory();
         interfaceStatus->intfStatusIs(report);
@@ -107,7 +107,7 @@ void ShowTrafficPolicyInterface::cacheIntfStatus(const PolicyStatusPtr& policySt
 void ShowTrafficPolicyInterface::cacheInstalledState(const PolicyStatusPtr& policyStatus,
                                                      MatchOption option) {
     SHOW_TRACE(8, __PRETTY_FUNCTION__ << " matchOption " << option << " isInput: " << isInput());
-    const auto policyState = policyStateOf<PolicyStateInterface>(policyStatus->name());
+    auto* const policyState = policyStateOf<PolicyStateInterface>(policyStatus->name());
     const auto& reports =
         isInput() ? policyState->interfaceStatusInput() : policyState->interfaceStatusOutput();
     sortByOutcome(
@@ -127,7 +127,7 @@ void ShowTrafficPolicyInterface::cacheInstalledState(const PolicyStatusPtr& poli
 void ShowTrafficPolicyInterface::cacheInstallError(const PolicyStatusPtr& policyStatus,
                                                    MatchOption option) {
     SHOW_TRACE(8, __PRETTY_FUNCTION__ << ", option:" << option << ", isInput: " << isInput());
-    const auto policyState = policyStateOf<PolicyStateInterface>(policyStatus->name());
+    auto* const policyState = policyStateOf<PolicyStateInterface>(policyStatus->name());
     const Orb::Ptr<const PerAfIntfList> failed = policyState->getFailedIntfList(option, isInput());
     if (!failed) {
         traceNoFailures(option);

@@ -126,7 +126,9 @@ constexpr U32 rulesFetchedTogether = 32;
 template <class Records, class Visit>
 void forRules(const Records& records, U32 from, Visit visit) {
     const U32 end = std::min(records.size(), from + rulesFetchedTogether);
-    for (U32 at = from; at < end; ++at) visit(*(records.begin() + at)->value);
+    for (U32 at = from; at < end; ++at) {
+        if (const auto& record = (records.begin() + at)->value) visit(*record);
+    }
 }
 
 // Asks the processor for what the walk needs of the rules from a place on. What is reached by
@@ -193,15 +195,15 @@ void ShowTrafficPolicyBase::cacheClassState(const Orb::Ptr<const PolicyMapSubCon
         if (!hasStatus && !hasMatchOption(otherCmapStatus)) continue;
 
         const MatchOption option = *(hasStatus ? *cmapStatus : *otherCmapStatus).match().begin();
-        const Orb::Ptr<const ClassMapMatch> match = matchOf(*currCfg, className, at, option);
+        Orb::Ptr<const ClassMapMatch> match = matchOf(*currCfg, className, at, option);
         SHOW_TRACE(7, "Caching " << index << " " << className << " " << option);
         if (hasStatus) cacheClassMapStatus(policyName, index, cmapStatus);
-        policyState->classMapConfigIs(index, match);
         if (!policyState->undefinedFieldSet() && !match->namesNoFieldSet() &&
             match->structuredFilter() &&
             refersToUndefinedFieldSet(*match, fieldSetConfig().get())) {
             policyState->undefinedFieldSetIs(true);
         }
+        policyState->classMapConfigIs(index, std::move(match));
         cacheCountAction(recordOf(currCfg->policyAction(), className, at), className, *policyState);
         ++index;
     }

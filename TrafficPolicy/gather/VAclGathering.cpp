@@ -35,7 +35,7 @@ void ShowTrafficPolicyVAcl::cachePoliciesState() {
 
 void ShowTrafficPolicyVAcl::cacheIntfStatus(const PolicyStatusPtr& policyStatus) {
     SHOW_TRACE_ENTRY();
-    const auto policyState = policyStateOf<PolicyStateVAcl>(policyStatus->name());
+    auto* const policyState = policyStateOf<PolicyStateVAcl>(policyStatus->name());
     for (const auto& [intfId, report] : policyStatus->intfStatus()) {
         const Orb::Ptr<InterfaceStatus> vlanStatus = interfaceStatusFactory();
         vlanStatus->intfStatusIs(report);
@@ -46,7 +46,7 @@ void ShowTrafficPolicyVAcl::cacheIntfStatus(const PolicyStatusPtr& policyStatus)
 void ShowTrafficPolicyVAcl::cacheInstalledState(const PolicyStatusPtr& policyStatus,
                                                 MatchOption option) {
     SHOW_TRACE_ENTRY();
-    const auto policyState = policyStateOf<PolicyStateVAcl>(policyStatus->name());
+    auto* const policyState = policyStateOf<PolicyStateVAcl>(policyStatus->name());
     sortByOutcome(
         policyState->vaclStatus(), option,
         [&](const Orb::String& vlan) {
@@ -60,7 +60,7 @@ void ShowTrafficPolicyVAcl::cacheInstalledState(const PolicyStatusPtr& policySta
 void ShowTrafficPolicyVAcl::cacheInstallError(const PolicyStatusPtr& policyStatus,
                                               MatchOption option) {
     SHOW_TRACE(8, __PRETTY_FUNCTION__ << ", option:" << option);
-    const auto policyState = policyStateOf<PolicyStateVAcl>(policyStatus->name());
+    auto* const policyState = policyStateOf<PolicyStateVAcl>(policyStatus->name());
     const PerAfVAclList* const failed = policyState->failedVlan(option);
     if (failed == nullptr) {
         traceNoFailures(option);
