@@ -2,6 +2,7 @@
 
 #include "counters/CounterLookup.h"
 #include "frame/Trace.h"
+#include "model/FetchAhead.h"
 #include "orb/Assert.h"
 
 namespace TrafficPolicyCli {
@@ -121,7 +122,11 @@ void renderPolicyUnnamedCountersInfo(RendererV2& renderer,
     SHOW_TRACE_ENTRY();
     if (unnamedCounters.empty()) return;
     const auto object = renderer.object("unnamedCounters");
-    for (const auto& [ruleIndex, className] : unnamedCounters) {
+    U32 nextIndex = 0;
+    for (const PolicyMap::ClassMapStatus* const cmapStatus : unnamedCounters) {
+        const U32 ruleIndex = nextIndex++;
+        if (cmapStatus == nullptr) continue;
+        const Orb::String& className = cmapStatus->name();
         renderer.indent(policyState->indentCountPerLevel())
             .text("match rule: ")
             .name(className)
@@ -169,17 +174,21 @@ void renderCounterGranularity(
 namespace {
 
 // Sorts the count actions of a policy's rules, whose names the direction's status entries give.
-template <class RuleStatuses>
-void collectCountersUsed(const PolicyState& policyState, const RuleStatuses& ruleStatuses,
-                         NamedCountersUsed& named, UnnamedCountersUsed& unnamed) {
-    for (U32 index = 0; index < ruleStatuses.size(); ++index) {
-        const PolicyMap::ClassMapStatus* const cmapStatus = ruleStatuses.find(index)->get();
-        if (cmapStatus == nullptr) continue;
+void collectCountersUsed(const PolicyState& policyState, bool isInput, NamedCountersUsed& named,
+                         UnnamedCountersUsed& unnamed) {
+    const auto& ruleStatuses =
+        isInput ? policyState.classMapStatusInput()
+                : static_cast<const PolicyStateInterface&>(policyState).classMapStatusOutput();
+    U32 nextIndex = 0;
+    for (const auto& cmapStatus : ruleStatuses) {
+        const U32 index = nextIndex++;
+        if (index % rulesFetchedTogether == 0) fetchForCounters(policyState, isInput, index);
+        if (!cmapStatus) continue;
         const PolicyMap::CountAction* const count =
             countActionOf(policyState, cmapStatus->name(), index);
         if (count == nullptr) continue;
         if (count->counterName().empty()) {
-            unnamed.is(index, cmapStatus->name());
+            unnamed.is(index, cmapStatus.get());
         } else {
             named.is(count->counterName(), 0U);
         }
@@ -205,11 +214,7 @@ void _renderTrafficPolicyCounters(RendererV2& renderer, Iterator policy, Iterato
         }
         NamedCountersUsed named;
         UnnamedCountersUsed unnamed;
-        collectCountersUsed(
-            *record,
-            isInput ? record->classMapStatusInput()
-                    : static_cast<const PolicyStateInterface&>(*record).classMapStatusOutput(),
-            named, unnamed);
+        collectCountersUsed(*record, isInput, named, unnamed);
         renderer.text("Traffic policy ").name(name).endLine();
         const auto object = renderer.object(name);
         const Orb::Ptr<const PolicyState> policyState = record;

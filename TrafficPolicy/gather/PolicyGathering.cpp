@@ -4,6 +4,7 @@
 #include "frame/Trace.h"
 #include "gather/FieldSetReferences.h"
 #include "gather/Walk.h"
+#include "model/FetchAhead.h"
 #include "orb/Assert.h"
 
 namespace TrafficPolicyCli {
@@ -120,41 +121,6 @@ auto* recordOf(const Records& records, const Orb::String& className, U32 place) 
     return record == nullptr ? nullptr : record->get();
 }
 
-constexpr U32 rulesFetchedTogether = 32;
-
-// Calls visit(record) for the records of some rules.
-template <class Records, class Visit>
-void forRules(const Records& records, U32 from, Visit visit) {
-    const U32 end = std::min(records.size(), from + rulesFetchedTogether);
-    for (U32 at = from; at < end; ++at) {
-        if (const auto& record = (records.begin() + at)->value) visit(*record);
-    }
-}
-
-// Asks the processor for what the walk needs of the rules from a place on. What is reached by
-// several pointers is asked for level by level, so that the waits overlap instead of adding up.
-void fetchRules(const PolicyMapSubConfig& currCfg, const PolicyMapStatus& policyStatus, U32 from) {
-    const auto fetch = [](const auto& record) { __builtin_prefetch(&record); };
-    forRules(policyStatus.classMapStatus(), from, fetch);
-    forRules(currCfg.classMap(), from, fetch);
-    forRules(currCfg.policyAction(), from, fetch);
-    forRules(policyStatus.classMapStatus(), from, [](const ClassMapStatus& status) {
-        __builtin_prefetch(status.match().begin());
-    });
-    forRules(currCfg.classMap(), from, [](const PolicyMap::ClassMapConfig& config) {
-        __builtin_prefetch(config.match().begin());
-    });
-    forRules(currCfg.policyAction(), from, [](const PolicyMap::PolicyClassAction& actions) {
-        __builtin_prefetch(actions.action().begin());
-    });
-    forRules(currCfg.classMap(), from, [](const PolicyMap::ClassMapConfig& config) {
-        for (const auto& [option, match] : config.match()) __builtin_prefetch(match.get(), 1);
-    });
-    forRules(currCfg.policyAction(), from, [](const PolicyMap::PolicyClassAction& actions) {
-        for (const auto& [type, action] : actions.action()) __builtin_prefetch(action.get());
-    });
-}
-
 // The configured match of a rule for the option that the platform took it under, or an empty one.
 Orb::Ptr<const ClassMapMatch> matchOf(const PolicyMapSubConfig& currCfg,
                                       const Orb::String& className, U32 place, MatchOption option) {
@@ -183,7 +149,7 @@ void ShowTrafficPolicyBase::cacheClassState(const Orb::Ptr<const PolicyMapSubCon
     U32 place = 0;  // of the rule in the policy
     for (const Orb::String& className : classNames) {
         const U32 at = place++;
-        if (at % rulesFetchedTogether == 0) fetchRules(*currCfg, *policyStatus, at);
+        if (at % rulesFetchedTogether == 0) fetchForGathering(*currCfg, *policyStatus, at);
         const Orb::Ptr<const ClassMapStatus> cmapStatus =
             recordOf(policyStatus->classMapStatus(), className, at);
         const bool hasStatus = hasMatchOption(cmapStatus.get());
