@@ -1,0 +1,170 @@
+// A clear that dies at any instant: the snapshots are those of before or those of after, whole, and
+// the next commands work.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/ptrace.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <random>
+#include <regex>
+#include <thread>
+
+#include "Process.h"
+
+namespace {
+
+using std::chrono::duration_cast;
+using std::chrono::microseconds;
+using std::chrono::steady_clock;
+
+constexpr int ruleCount = 2'000;
+
+std::string listOf(const std::function<std::string(const std::string& rule)>& entry) {
+    std::string list;
+    for (int rule = 0; rule < ruleCount; ++rule) {
+        list += (rule == 0 ? "" : ", ") + entry(std::to_string(rule));
+    }
+    return list;
+}
+
+std::string config() {
+    return R"({"policyMapConfig": {"EDGE": {"currCfg": {"rules": [)" +
+           listOf([](const std::string& rule) {
+               return R"({"name": "r)" + rule + R"(", "priority": )" + rule +
+                      R"(, "action": {"count": {}}})";
+           }) +
+           "]}}}}";
+}
+
+std::string statusWith(int packets) {
+    return R"({"cpu": {"policyMapStatus": {"EDGE": {"classMapStatus": {)" +
+           listOf([](const std::string& rule) { return R"("r)" + rule + R"(": ["ipv4"])"; }) +
+           R"(}, "classCounter": {)" + listOf([&](const std::string& rule) {
+               return R"("r)" + rule + R"(": {"uniqueId": 1, "packets": )" +
+                      std::to_string(packets) + "}";
+           }) +
+           "}}}}}";
+}
+
+class KilledClearSlow : public testing::Test {
+  protected:
+    KilledClearSlow() {
+        clear();
+        before_ = contentsOf(document_);
+        fileIs(state_.file("status.json"), statusWith(9));
+        const auto begin = steady_clock::now();
+        clear();
+        duration_ = duration_cast<microseconds>(steady_clock::now() - begin);
+        after_ = withoutTime(contentsOf(document_));
+        EXPECT_NE(withoutTime(before_), after_);
+    }
+
+    void clear() const {
+        const Outcome outcome =
+            runTpcli({"--state", state_.path(), "clear", "traffic-policy", "counters"});
+        EXPECT_THAT(outcome.output, testing::StartsWith("Cleared")) << outcome.errors;
+    }
+    // A process that clears, stopped before its first instruction when it is to be traced.
+    pid_t start(bool traced) const {
+        fileIs(document_, before_);
+        std::filesystem::remove(lock_);
+        const std::string path = state_.path();
+        const pid_t process = ::fork();
+        if (process != 0) return process;
+        const int null = ::open("/dev/null", O_RDWR);
+        ::dup2(null, STDOUT_FILENO);
+        ::dup2(null, STDERR_FILENO);
+        if (traced && ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) ::_exit(0);
+        ::execl(TPCLI_PATH, TPCLI_PATH, "--state", path.c_str(), "clear", "traffic-policy",
+                "counters", nullptr);
+        ::_exit(127);
+    }
+    static void kill(pid_t process) {
+        ::kill(process, SIGKILL);
+        ::waitpid(process, nullptr, 0);
+    }
+    // Kills a clear when, once it has made its lock, it has entered or left that many system calls.
+    // False when it ended before.
+    bool killAtStop(int count) const {
+        const pid_t process = start(true);
+        int status = 0;
+        while (::waitpid(process, &status, 0) == process && WIFSTOPPED(status)) {
+            if (std::filesystem::exists(lock_) && count-- == 0) {
+                kill(process);
+                return true;
+            }
+            ::ptrace(PTRACE_SYSCALL, process, nullptr, nullptr);
+        }
+        return false;
+    }
+    // Says which snapshots stand, 0 for those of before, 1 for those of after, and expects a show
+    // to work with them.
+    int standing() const {
+        const std::string text = withoutTime(contentsOf(document_));
+        const bool isAfter = text == after_;
+        EXPECT_TRUE(isAfter || text == withoutTime(before_)) << text.substr(0, 200);
+        const Outcome show =
+            runTpcli({"--state", state_.path(), "show", "traffic-policy", "cpu", "counters"});
+        EXPECT_EQ(show.status, 0) << show.errors;
+        EXPECT_NE(show.output.find(isAfter ? ": 0 packets\n" : ": 4 packets\n"), std::string::npos);
+        return isAfter ? 1 : 0;
+    }
+    bool hasTemporaries() const {
+        for (const auto& entry : std::filesystem::directory_iterator(state_.path())) {
+            if (entry.path().filename().string().find(".new-") != std::string::npos) return true;
+        }
+        return false;
+    }
+
+    microseconds duration_{};
+
+  private:
+    static std::string withoutTime(const std::string& text) {
+        return std::regex_replace(text, std::regex(R"("timestamp":[0-9.]+)"), "");
+    }
+
+    StateFixture state_{config(), statusWith(5)};
+    std::string document_ = state_.file("snapshots.json");
+    std::string lock_ = state_.file("snapshots.lock");
+    std::string before_;
+    std::string after_;
+};
+
+TEST_F(KilledClearSlow, leavesWholeSnapshotsAtEachSystemCall) {
+    int found[2] = {0, 0};
+    bool leftTemporary = false;
+    int stop = 0;
+    while (killAtStop(stop)) {
+        ++found[standing()];
+        leftTemporary = leftTemporary || hasTemporaries();
+        if (HasFailure()) FAIL() << "at stop " << stop;
+        ++stop;
+    }
+    // Opening, writing and syncing lie before the new document stands, syncing the directory and
+    // the report behind it.
+    EXPECT_GT(found[0], 20) << "of " << stop;
+    EXPECT_GT(found[1], 4) << "of " << stop;
+    EXPECT_TRUE(leftTemporary);
+    clear();
+    EXPECT_FALSE(hasTemporaries());
+}
+
+TEST_F(KilledClearSlow, leavesWholeSnapshotsAtRandomInstants) {
+    std::mt19937 random(1);
+    int found[2] = {0, 0};
+    for (int kills = 0; kills < 200; ++kills) {
+        const pid_t process = start(false);
+        std::this_thread::sleep_for(microseconds(random() % duration_.count()));
+        kill(process);
+        ++found[standing()];
+        if (HasFailure()) FAIL() << "at kill " << kills;
+    }
+    EXPECT_GT(found[0], 0);
+    clear();
+    EXPECT_FALSE(hasTemporaries());
+}
+
+}  // namespace
