@@ -82,7 +82,7 @@ void field_set_million(benchmark::State& bench, OutputFormat_t format) {
         render(oneLargeSet, format, nullptr);
         peak = std::max(peak, memory.megabytesAbove());
     }
-    bench.counters["peak_bytes_per_prefix"] = peak * 1024 * 1024 / oneLargeSet.prefixes;
+    bench.counters["peak_bytes_per_prefix"] = peak * 1e6 / oneLargeSet.prefixes;
 }
 BENCHMARK_CAPTURE(field_set_million, text, OutputFormat_t::text)
     ->Unit(benchmark::kMillisecond)

@@ -1,9 +1,10 @@
 #include "Scene.h"
 
 #include <fcntl.h>
-#include <mimalloc.h>
+#include <malloc.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -14,12 +15,26 @@
 
 namespace {
 
-thread_local U64 allocationCount = 0;
+// What this thread has on the heap. Negative where it frees what others allocated.
+struct Heap {
+    U64 allocations = 0;
+    long bytes = 0;
+    long peak = 0;
+};
+thread_local Heap heap;
 
 void* allocate(std::size_t size) {
-    ++allocationCount;
-    if (void* const memory = std::malloc(size)) return memory;
-    throw std::bad_alloc();
+    void* const memory = std::malloc(size);
+    if (memory == nullptr) throw std::bad_alloc();
+    ++heap.allocations;
+    heap.bytes += static_cast<long>(::malloc_usable_size(memory));
+    heap.peak = std::max(heap.peak, heap.bytes);
+    return memory;
+}
+
+void deallocate(void* memory) {
+    heap.bytes -= static_cast<long>(::malloc_usable_size(memory));
+    std::free(memory);
 }
 
 }  // namespace
@@ -27,10 +42,10 @@ void* allocate(std::size_t size) {
 // Every allocation of the process, those of the libraries included, comes through here.
 void* operator new(std::size_t size) { return allocate(size); }
 void* operator new[](std::size_t size) { return allocate(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete(void* memory) noexcept { deallocate(memory); }
+void operator delete[](void* memory) noexcept { deallocate(memory); }
+void operator delete(void* memory, std::size_t) noexcept { deallocate(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { deallocate(memory); }
 
 namespace Bench {
 
@@ -60,15 +75,6 @@ std::string keyOf(const StateShape& shape) {
         key += "-" + std::to_string(number);
     }
     return key;
-}
-
-// A figure of /proc/self/status, in megabytes.
-double memoryFigure(std::string_view name) {
-    std::ifstream status("/proc/self/status");
-    for (std::string line; std::getline(status, line);) {
-        if (line.starts_with(name)) return std::stod(line.substr(name.size() + 1)) / 1024;
-    }
-    return 0;
 }
 
 }  // namespace
@@ -107,14 +113,16 @@ void Show::run(const StateDirectory::State& state) const {
         ->render(nullDevice(), static_cast<U32>(format), 2);
 }
 
-PeakMemory::PeakMemory() {
-    ::mi_collect(true);                           // so that nothing freed before is used again
-    std::ofstream("/proc/self/clear_refs") << 5;  // the peak starts anew from here
-    before_ = memoryFigure("VmRSS:");
+void emptyCaches() {
+    constexpr std::size_t largerThanAnyCache = 256U << 20;
+    static std::vector<char> memory(largerThanAnyCache);
+    for (std::size_t at = 0; at < memory.size(); at += 64) ++memory[at];
 }
 
-double PeakMemory::megabytesAbove() const { return memoryFigure("VmHWM:") - before_; }
+PeakMemory::PeakMemory() : before_(heap.bytes) { heap.peak = heap.bytes; }
 
-U64 allocations() { return allocationCount; }
+double PeakMemory::megabytesAbove() const { return static_cast<double>(heap.peak - before_) / 1e6; }
+
+U64 allocations() { return heap.allocations; }
 
 }  // namespace Bench

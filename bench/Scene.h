@@ -41,14 +41,18 @@ struct Show {
 // The descriptor of the null device.
 U32 nullDevice();
 
-// How far the resident memory of the process rises above what it is now.
+// Empties the processor's caches of what was there: a command runs once, and finds nothing that an
+// earlier one left there.
+void emptyCaches();
+
+// How far the heap of this thread rises above what it is now.
 class PeakMemory {
   public:
     PeakMemory();
     double megabytesAbove() const;
 
   private:
-    double before_ = 0;
+    long before_;
 };
 
 // How often this thread has allocated so far.

@@ -12,6 +12,7 @@ void show(benchmark::State& bench, const Bench::Show& command) {
     U64 allocated = 0;
     for (auto _ : bench) {
         bench.PauseTiming();
+        Bench::emptyCaches();
         const Bench::PeakMemory memory;
         bench.ResumeTiming();
         const U64 before = Bench::allocations();
