@@ -28,7 +28,7 @@ std::vector<PolicyMapKey> PolicyMapTypeCounters::policyMapKeys() const {
 
 PolicyMapCounters PolicyMapTypeCounters::policyMapCounters(const PolicyMapKey& key) const {
     PolicyMapCounters result;
-    const PolicyEntry* const policy = manager_->directory().policy(direction_, key.policyName);
+    const PolicyEntry* const policy = policyOf(key.policyName);
     if (policy == nullptr) return result;
     const CounterIndex firstNamed = policy->firstCounter + policy->ruleCount;
     result.classCounter.reserve(policy->ruleCount);
@@ -42,31 +42,37 @@ PolicyMapCounters PolicyMapTypeCounters::policyMapCounters(const PolicyMapKey& k
     return result;
 }
 
+const PolicyEntry* PolicyMapTypeCounters::policyOf(std::string_view name) const {
+    const Directory& directory = manager_->directory();
+    if (lastPolicy_ == nullptr || directory.nameOf(lastPolicy_->name) != name) {
+        lastPolicy_ = directory.policy(direction_, name);
+    }
+    return lastPolicy_;
+}
+
 Orb::Ptr<const PacketDataStatus> PolicyMapTypeCounters::classCounterData(
     const Orb::String& policyName, const Orb::String& className) const {
-    const Directory& directory = manager_->directory();
-    const PolicyEntry* const policy = directory.policy(direction_, policyName);
+    const PolicyEntry* const policy = policyOf(policyName);
     if (policy == nullptr) return nullptr;
-    const auto rule = directory.rule(*policy, className);
+    const auto rule = manager_->directory().rule(*policy, className);
     return rule ? dataOf(*rule) : nullptr;
 }
 
 Orb::Ptr<const PacketDataStatus> PolicyMapTypeCounters::namedCounterData(
     const Orb::String& policyName, const Orb::String& counterName) const {
-    const Directory& directory = manager_->directory();
-    const PolicyEntry* const policy = directory.policy(direction_, policyName);
+    const PolicyEntry* const policy = policyOf(policyName);
     if (policy == nullptr) return nullptr;
-    const auto named = directory.namedCounter(*policy, counterName);
+    const auto named = manager_->directory().namedCounter(*policy, counterName);
     return named ? dataOf(*named) : nullptr;
 }
 
 U32 PolicyMapTypeCounters::numClasses(const Orb::String& policyName) const {
-    const PolicyEntry* const policy = manager_->directory().policy(direction_, policyName);
+    const PolicyEntry* const policy = policyOf(policyName);
     return policy == nullptr ? 0 : policy->ruleCount;
 }
 
 U32 PolicyMapTypeCounters::numNamedCounters(const Orb::String& policyName) const {
-    const PolicyEntry* const policy = manager_->directory().policy(direction_, policyName);
+    const PolicyEntry* const policy = policyOf(policyName);
     return policy == nullptr ? 0 : policy->namedCount;
 }
 

@@ -6,6 +6,10 @@
 #include "reef/Direction.h"
 #include "reef/StoreManager.h"
 
+namespace Reef {
+struct PolicyEntry;
+}
+
 namespace PolicyMap::Counters {
 
 // The key of one policy's counters.
@@ -47,7 +51,12 @@ class ORB_EXPORT PolicyMapTypeCounters : public Orb::PtrInterface {
     U32 numNamedCounters(const Orb::String& policyName) const;
 
   private:
+    const Reef::PolicyEntry* policyOf(std::string_view name) const;
     Orb::Ptr<const PacketDataStatus> dataOf(U32 counter) const;
+
+    // The policy that was asked for last: records are asked for policy by policy. A store that was
+    // read never changes its directory.
+    mutable const Reef::PolicyEntry* lastPolicy_ = nullptr;
 };
 
 }  // namespace PolicyMap::Counters
