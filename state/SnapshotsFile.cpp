@@ -6,11 +6,13 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <string_view>
+#include <thread>
 
 #include "orb/Escape.h"
 #include "textout/Interrupt.h"
@@ -55,6 +57,16 @@ int openLock(const std::string& path) {
     return fd;
 }
 
+// Asks again and again instead of sleeping in the call, where an interrupt that comes just before
+// it would go unnoticed.
+void waitForLock(int fd, const std::string& path) {
+    while (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+        if (errno != EWOULDBLOCK && errno != EINTR) fail(path, "cannot lock");
+        textout::checkInterrupt();
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+}
+
 void writeAll(int fd, std::string_view text, const std::string& path) {
     while (!text.empty()) {
         const ssize_t written = ::write(fd, text.data(), text.size());
@@ -73,17 +85,11 @@ void syncDirectory(const std::string& directory) {
 
 SnapshotsWriter::SnapshotsWriter(std::string directory)
     : directory_(std::move(directory)), lock_(openLock(pathOf(lockName))) {
-    while (::flock(lock_, LOCK_EX) != 0) {
-        if (errno != EINTR) {
-            const int error = errno;
-            ::close(lock_);
-            errno = error;
-            fail(pathOf(lockName), "cannot lock");
-        }
-        if (Orb::interruptRequested()) {
-            ::close(lock_);
-            textout::throwInterrupt();
-        }
+    try {
+        waitForLock(lock_, pathOf(lockName));
+    } catch (...) {
+        ::close(lock_);
+        throw;
     }
     removeTemporaries();
 }

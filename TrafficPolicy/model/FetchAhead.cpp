@@ -106,6 +106,23 @@ void fetchCriteria(const PolicyState& policyState, U32 from) {
     });
 }
 
+// The names and counter records of one direction.
+void fetchFigures(const PolicyState& policyState, bool isInput, U32 from) {
+    if (isInput) {
+        fetchRecords(policyState.classMapStatusInput(), from);
+        fetchRecords(policyState.inputClassCounters(), from);
+    } else {
+        const auto& onInterfaces = static_cast<const PolicyStateInterface&>(policyState);
+        fetchRecords(onInterfaces.classMapStatusOutput(), from);
+        fetchRecords(onInterfaces.outputClassCounters(), from);
+    }
+}
+
+void fetchActionsOf(const PolicyState& policyState, U32 from) {
+    const auto& config = policyState.policyMapConfig();
+    if (config && config->currCfg()) fetchActions(config->currCfg()->policyAction(), from);
+}
+
 }  // namespace
 
 void fetchForGathering(const PolicyMap::PolicyMapSubConfig& currCfg,
@@ -123,16 +140,8 @@ void fetchForGathering(const PolicyMap::PolicyMapSubConfig& currCfg,
 }
 
 void fetchForCounters(const PolicyState& policyState, bool isInput, U32 from) {
-    if (isInput) {
-        fetchRecords(policyState.classMapStatusInput(), from);
-        fetchRecords(policyState.inputClassCounters(), from);
-    } else {
-        const auto& onInterfaces = static_cast<const PolicyStateInterface&>(policyState);
-        fetchRecords(onInterfaces.classMapStatusOutput(), from);
-        fetchRecords(onInterfaces.outputClassCounters(), from);
-    }
-    const auto& config = policyState.policyMapConfig();
-    if (config && config->currCfg()) fetchActions(config->currCfg()->policyAction(), from);
+    fetchFigures(policyState, isInput, from);
+    fetchActionsOf(policyState, from);
 }
 
 void fetchForRules(const PolicyState& policyState, bool onInterfaces, U32 from) {
@@ -142,8 +151,9 @@ void fetchForRules(const PolicyState& policyState, bool onInterfaces, U32 from) 
         return;
     }
     fetchCriteria(policyState, from);
-    fetchForCounters(policyState, true, from);
-    if (onInterfaces) fetchForCounters(policyState, false, from);
+    fetchFigures(policyState, true, from);
+    if (onInterfaces) fetchFigures(policyState, false, from);
+    fetchActionsOf(policyState, from);
 }
 
 }  // namespace TrafficPolicyCli

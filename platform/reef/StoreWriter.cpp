@@ -23,6 +23,7 @@ using PolicyMap::PolicyMapTypeStatus;
 
 namespace {
 
+constexpr mode_t fileMode = 0640;
 constexpr int openFlags = O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 
 [[noreturn]] void failed(const std::string& path, const std::string& what) {
@@ -53,7 +54,7 @@ bool standsAt(const std::string& path, const FileDescriptor& file) {
 // it. Once it is locked, nobody else renames over the path or away from it.
 FileDescriptor openLocked(const std::string& path, int flags) {
     for (;;) {
-        FileDescriptor file(::open(path.c_str(), openFlags | flags, 0640));
+        FileDescriptor file(::open(path.c_str(), openFlags | flags, fileMode));
         if (!file.isOpen()) {
             if (errno == ENOENT && (flags & O_CREAT) == 0) return file;
             if (errno == ELOOP) failed(path, "it is a symbolic link");
@@ -90,6 +91,8 @@ void writeStore(const std::string& path, const FileDescriptor& file,
     for (std::size_t i = 0; i < records.size(); ++i) {
         records[i].write(directory.counters[i].identity, contents.counts[i]);
     }
+    // Whatever the process masks: readers are of the group.
+    if (::fchmod(file.number(), fileMode) != 0) failedCall(path, "its mode cannot be set");
     if (::ftruncate(file.number(), 0) != 0) failedCall(path, "it cannot be written");
     writeAll(path, file, std::as_bytes(std::span(&header, 1)));
     writeAll(path, file, std::as_bytes(std::span(directory.policies)));
