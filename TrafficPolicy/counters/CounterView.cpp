@@ -2,7 +2,6 @@
 
 #include "counters/CounterLookup.h"
 #include "frame/Trace.h"
-#include "model/FetchAhead.h"
 #include "orb/Assert.h"
 
 namespace TrafficPolicyCli {
@@ -182,7 +181,6 @@ void collectCountersUsed(const PolicyState& policyState, bool isInput, NamedCoun
     U32 nextIndex = 0;
     for (const auto& cmapStatus : ruleStatuses) {
         const U32 index = nextIndex++;
-        if (index % rulesFetchedTogether == 0) fetchForCounters(policyState, isInput, index);
         if (!cmapStatus) continue;
         const PolicyMap::CountAction* const count =
             countActionOf(policyState, cmapStatus->name(), index);

@@ -4,7 +4,6 @@
 #include "frame/Trace.h"
 #include "gather/FieldSetReferences.h"
 #include "gather/Walk.h"
-#include "model/FetchAhead.h"
 #include "orb/Assert.h"
 
 namespace TrafficPolicyCli {
@@ -149,7 +148,6 @@ void ShowTrafficPolicyBase::cacheClassState(const Orb::Ptr<const PolicyMapSubCon
     U32 place = 0;  // of the rule in the policy
     for (const Orb::String& className : classNames) {
         const U32 at = place++;
-        if (at % rulesFetchedTogether == 0) fetchForGathering(*currCfg, *policyStatus, at);
         const Orb::Ptr<const ClassMapStatus> cmapStatus =
             recordOf(policyStatus->classMapStatus(), className, at);
         const bool hasStatus = hasMatchOption(cmapStatus.get());

@@ -1,7 +1,6 @@
 // The rules of one policy: a line with name and address family, then criteria and actions.
 #include "frame/ShowTrafficPolicy.h"
 #include "frame/Trace.h"
-#include "model/FetchAhead.h"
 #include "orb/Assert.h"
 #include "views/MatchView.h"
 
@@ -29,7 +28,6 @@ void ShowTrafficPolicyBase::renderRules(textout::RendererV2* renderer,
     U32 ruleIndex = 0;
     for (const auto& match : policyState->classMapConfig()) {
         const U32 i = ruleIndex++;
-        if (i % rulesFetchedTogether == 0) fetchForRules(*policyState, bool(onInterfaces), i);
         const auto* status = statusAt(policyState->classMapStatusInput(), i);
         if (status == nullptr && onInterfaces) {
             status = statusAt(onInterfaces->classMapStatusOutput(), i);
