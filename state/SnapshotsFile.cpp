@@ -108,7 +108,7 @@ void SnapshotsWriter::removeTemporaries() const {
 std::string SnapshotsWriter::keepDamaged() const {
     const std::string stem = documentName + (".damaged-" + std::to_string(std::time(nullptr)));
     for (int attempt = 1;; ++attempt) {
-        const std::string name = attempt == 1 ? stem : stem + "-" + std::to_string(attempt);
+        std::string name = attempt == 1 ? stem : stem + "-" + std::to_string(attempt);
         if (::link(pathOf(documentName).c_str(), pathOf(name).c_str()) == 0) return name;
         if (errno != EEXIST) fail(pathOf(documentName), "cannot keep the damaged document");
     }

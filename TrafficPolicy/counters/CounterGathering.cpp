@@ -33,11 +33,13 @@ Records recordsOf(const CounterReader& reader, const PolicyState& policyState,
         }
     }
     records.ofClass.reserve(policyStatus.classMapStatus().size());
+    bool comeOnce = true;  // so far each record bears the name of its class
     for (const auto& [className, cmapStatus] : policyStatus.classMapStatus()) {
         auto record = reader.classCounterData(key, className);
         if (!record) continue;
-        if (record->name() == className) {
-            records.ofClass.isNew({className, std::move(record)});  // each class comes once
+        comeOnce = comeOnce && record->name() == className;
+        if (comeOnce) {
+            records.ofClass.isNew({className, std::move(record)});
         } else {
             records.ofClass.is(record->name(), std::move(record));
         }

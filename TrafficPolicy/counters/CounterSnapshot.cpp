@@ -56,7 +56,7 @@ void removeGoneInterfaces(NamedCounterVersion& version, const PacketDataStatus& 
 }  // namespace
 
 void _cleanupStaleSnapshots(
-    Orb::Ptr<Counter> counter,
+    Orb::Ptr<Counter> counter,  // NOLINT(performance-unnecessary-value-param)
     const Orb::Ptr<const PolicyMap::PolicyMapCounterStatusReaderBase>& reader) {
     SHOW_TRACE_ENTRY();
     for (auto at = counter->snapshot().begin(); at != counter->snapshot().end();) {
@@ -124,7 +124,7 @@ void TrafficPolicyReefCounterSnapshotHelper::clearCounter() {
 
 Orb::Ptr<TrafficPolicyHiveCounterSnapshotHelper> trafficPolicyHiveCounterSnapshotHelperFactory(
     const Orb::Ptr<const PolicyMap::PolicyMapTypeStatus>& source, const Orb::Ptr<Counter>& target) {
-    const auto helper = Orb::make<TrafficPolicyHiveCounterSnapshotHelper>(source, target);
+    auto helper = Orb::make<TrafficPolicyHiveCounterSnapshotHelper>(source, target);
     helper->hasNotificationActiveIs(true);
     return helper;
 }
@@ -132,8 +132,7 @@ Orb::Ptr<TrafficPolicyHiveCounterSnapshotHelper> trafficPolicyHiveCounterSnapsho
 Orb::Ptr<TrafficPolicyReefCounterSnapshotHelper> trafficPolicyReefCounterSnapshotHelperFactory(
     const Orb::Ptr<const PolicyMap::Counters::PolicyMapTypeCounters>& source,
     const Orb::Ptr<Counter>& target, bool perInterface) {
-    const auto helper =
-        Orb::make<TrafficPolicyReefCounterSnapshotHelper>(source, target, perInterface);
+    auto helper = Orb::make<TrafficPolicyReefCounterSnapshotHelper>(source, target, perInterface);
     helper->hasNotificationActiveIs(true);
     return helper;
 }

@@ -122,10 +122,10 @@ void renderPolicyUnnamedCountersInfo(RendererV2& renderer,
     if (unnamedCounters.empty()) return;
     const auto object = renderer.object("unnamedCounters");
     U32 nextIndex = 0;
-    for (const PolicyMap::ClassMapStatus* const cmapStatus : unnamedCounters) {
+    for (const Orb::String* const named : unnamedCounters) {
         const U32 ruleIndex = nextIndex++;
-        if (cmapStatus == nullptr) continue;
-        const Orb::String& className = cmapStatus->name();
+        if (named == nullptr) continue;
+        const Orb::String& className = *named;
         renderer.indent(policyState->indentCountPerLevel())
             .text("match rule: ")
             .name(className)
@@ -186,7 +186,7 @@ void collectCountersUsed(const PolicyState& policyState, bool isInput, NamedCoun
             countActionOf(policyState, cmapStatus->name(), index);
         if (count == nullptr) continue;
         if (count->counterName().empty()) {
-            unnamed.is(index, cmapStatus.get());
+            unnamed.is(index, &cmapStatus->name());
         } else {
             named.is(count->counterName(), 0U);
         }

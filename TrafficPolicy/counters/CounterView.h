@@ -6,10 +6,10 @@
 
 namespace TrafficPolicyCli {
 
-// The named counters that a policy's rules use (the value is not read), and by rule index the
-// status of the rules with a counter of their own, null for the others.
+// The named counters that a policy's rules use (the value is not read), and by rule index the names
+// of the rules with a counter of their own, null for the others.
 using NamedCountersUsed = Orb::RbTreeMap<Orb::String, U32>;
-using UnnamedCountersUsed = Orb::Array<const PolicyMap::ClassMapStatus*>;
+using UnnamedCountersUsed = Orb::Array<const Orb::String*>;
 
 // The count action of a rule in the policy's current version; null when it has none.
 const PolicyMap::CountAction* countActionOf(const PolicyState& policyState,
