@@ -1,6 +1,4 @@
-// What cannot be in a state that was read is an assertion that names what is wrong.
-#include <gmock/gmock.h>
-
+// What cannot be in a state that was read: an assertion that names what is wrong, or nothing shown.
 #include "ViewsFixture.h"
 #include "views/ListLayout.h"
 
@@ -8,69 +6,64 @@ namespace TrafficPolicyCli {
 namespace {
 
 using namespace Classification;
+using SmallState::json;
+using SmallState::text;
 using std::string;
+using testing::HasSubstr;
+using testing::Not;
 
 struct Form {
-    const char* attribute;
+    string attribute;
     void (*fill)(Filter& filter);
 };
 
+Wire::IpGenPrefix somePrefix() { return *Wire::IpGenPrefix::parse("10.0.0.0/8"); }
+
 // In the order in which they are named.
-const Form sourceForms[] = {
-    {"sources", [](Filter& filter) { filter.sourcesIs(prefix("10.0.0.0/8")); }},
-    {"srcPrefixSets", [](Filter& filter) { filter.srcPrefixSetsIs("FS1"); }},
-    {"sourceLpms", [](Filter& filter) { filter.sourceLpmsIs(prefix("10.0.0.0/8")); }},
-    {"srcLpmPrefixSets", [](Filter& filter) { filter.srcLpmPrefixSetsIs("FS1"); }},
-};
-const Form destinationForms[] = {
-    {"destinations", [](Filter& filter) { filter.destinationsIs(prefix("10.0.0.0/8")); }},
-    {"dstPrefixSets", [](Filter& filter) { filter.dstPrefixSetsIs("FS1"); }},
-    {"destinationLpms", [](Filter& filter) { filter.destinationLpmsIs(prefix("10.0.0.0/8")); }},
-    {"dstLpmPrefixSets", [](Filter& filter) { filter.dstLpmPrefixSetsIs("FS1"); }},
-};
+const std::vector<Form> formsOfBothEnds[] = {
+    {{"sources", [](Filter& filter) { filter.sourcesIs(somePrefix()); }},
+     {"srcPrefixSets", [](Filter& filter) { filter.srcPrefixSetsIs("FS1"); }},
+     {"sourceLpms", [](Filter& filter) { filter.sourceLpmsIs(somePrefix()); }},
+     {"srcLpmPrefixSets", [](Filter& filter) { filter.srcLpmPrefixSetsIs("FS1"); }}},
+    {{"destinations", [](Filter& filter) { filter.destinationsIs(somePrefix()); }},
+     {"dstPrefixSets", [](Filter& filter) { filter.dstPrefixSetsIs("FS1"); }},
+     {"destinationLpms", [](Filter& filter) { filter.destinationLpmsIs(somePrefix()); }},
+     {"dstLpmPrefixSets", [](Filter& filter) { filter.dstLpmPrefixSetsIs("FS1"); }}}};
 
 void expectDeath(const std::function<void()>& run, const string& expression) {
-    EXPECT_DEATH(run(), testing::HasSubstr("assertion failed: " + expression + " "));
+    EXPECT_DEATH(run(), HasSubstr("assertion failed: " + expression + " "));
 }
 
 TEST(ViewsInvariants, oneFormOfASourceAndOfADestination) {
-    for (const auto& forms : {sourceForms, destinationForms}) {
+    for (const auto& forms : formsOfBothEnds) {
         for (std::size_t first = 0; first < 4; ++first) {
             for (std::size_t second = first + 1; second < 4; ++second) {
                 const auto both = [&](Filter& filter) {
                     forms[second].fill(filter);
                     forms[first].fill(filter);
                 };
-                const string attribute = forms[first].attribute + string("()");
-                const auto outer = matchOf(both);
-                expectDeath([&] { criteria(outer, textFormat, 2); },
-                            "!structuredFilter->" + attribute);
-                const auto inner =
-                    matchOf([&](Filter& filter) { setInnerMatch(filter, 1, 0, both); });
-                expectDeath([&] { criteria(inner, jsonFormat, 2); }, "!sf->" + attribute);
+                const auto inside = [&](Filter& filter) { setInnerMatch(filter, 1, 0, both); };
+                const string attribute = forms[first].attribute + "()";
+                expectDeath([&] { criteriaByHand(both, text); }, "!structuredFilter->" + attribute);
+                expectDeath([&] { criteriaByHand(inside, json); }, "!sf->" + attribute);
             }
         }
     }
-    // One of each is no pair, nor is one of the outer and one of the inner header.
-    const auto fine = matchOf([](Filter& filter) {
-        sourceForms[3].fill(filter);
-        destinationForms[0].fill(filter);
-        setInnerMatch(filter, 1, 0, [](Filter& inner) {
-            sourceForms[0].fill(inner);
-            destinationForms[1].fill(inner);
-        });
-    });
-    EXPECT_NE(criteria(fine, textFormat, 2), "");
 }
 
-Fill tcpFlags(U16 mask, U16 flag) {
-    return [=](Filter& filter) {
-        addProtocol(filter, 6, 6, [=](ProtoField& field) { addFlags(field, mask, flag); });
-    };
+void addTcp(Filter& filter, U16 mask, U16 flag) {
+    TcpFlagAndMask group;
+    group.mask = mask;
+    group.flag = flag;
+    const auto field = Orb::make<ProtoField>();
+    field->tcpFlagsIs(group);
+    filter.protocolsIs(ProtocolRange(6, 6), Orb::Ptr<const ProtoField>(field));
 }
 
 TEST(ViewsInvariants, criteria) {
-    const auto protocol = [](Filter& filter) { addProtocol(filter, 6, 6); };
+    const auto tcpFlags = [](U16 mask, U16 flag) {
+        return [=](Filter& filter) { addTcp(filter, mask, flag); };
+    };
     const struct {
         string expression;
         Fill fill;
@@ -78,13 +71,13 @@ TEST(ViewsInvariants, criteria) {
     } rows[] = {
         {"!range.vlans() || !range.vlanFieldSets()",
          [](Filter& filter) {
-             addVlanTag(filter, [](VlanRangeSet& tag) {
-                 tag.vlansIs(VlanRange(1, 1));
-                 tag.vlanFieldSetsIs("FS1");
-             });
+             const auto tag = Orb::make<VlanRangeSet>();
+             tag->vlansIs(VlanRange(1, 1));
+             tag->vlanFieldSetsIs("FS1");
+             filter.vlanTagsIs(Orb::Ptr<const VlanRangeSet>(tag));
          }},
-        {"false && \"Unrecognized match option\"", protocol, MatchOption::mac},
-        {"false && \"Unrecognized match option\"", protocol, MatchOption::mpls},
+        {"false && \"Unrecognized match option\"", tcpFlags(1, 1), MatchOption::mac},
+        {"false && \"Unrecognized match option\"", tcpFlags(1, 1), MatchOption::mpls},
         {"activeFlags.size() != 0", tcpFlags(0, 0)},
         {"activeFlags.size() != 0", tcpFlags(0xfc00, 0)},
         {"activeFlags.size() == 1", tcpFlags(0x300, 0x300)},
@@ -93,23 +86,40 @@ TEST(ViewsInvariants, criteria) {
         {"flagBool", tcpFlags(0x100, 0)},
     };
     for (const auto& row : rows) {
-        const auto match = matchOf(row.fill, row.option);
-        expectDeath([&] { criteria(match, textFormat, 2); }, row.expression);
+        expectDeath([&] { criteriaByHand(row.fill, text, row.option); }, row.expression);
     }
 }
 
 TEST(ViewsInvariants, labelsRulesAndActions) {
     expectDeath([] { jsonNameOf("Source prefixes"); },
                 "!!jsonName && \"Invalid mapping in cliMap\"");
-    RuleFixture fixture;
-    for (const U8 type : {13, 27, 255}) {
-        fixture.setActions("r1", [=](PolicyMap::PolicyClassAction& actions) {
-            addPlainAction(actions, static_cast<PolicyMap::ActionType>(type));
-        });
-        expectDeath([&] { fixture.actions(textFormat); }, "false && \"Unexpected action type\"");
+    GatheredRules rules(ruleState(""));
+    for (const U8 value : {13, 27, 255}) {
+        const auto type = static_cast<PolicyMap::ActionType>(value);
+        const auto actions = Orb::make<PolicyMap::PolicyClassAction>("r1");
+        actions->actionIs(type,
+                          Orb::Ptr<const PolicyMap::Action>(Orb::make<PolicyMap::Action>(type)));
+        rules.actionsAre(actions);
+        expectDeath([&] { rules.print(text); }, "false && \"Unexpected action type\"");
     }
-    fixture.policyState = nullptr;
-    expectDeath([&] { fixture.rules(textFormat); }, "policyState");
+    rules.record = nullptr;
+    expectDeath([&] { rules.print(text); }, "policyState");
+}
+
+TEST(ViewsInvariants, unknownValuesAreNotShown) {
+    const auto criteria = [](Filter& filter) {
+        const auto fragment = Orb::make<Fragment>(static_cast<FragmentType>(1));
+        fragment->offsetIs(FragmentOffsetRange(1, 1));
+        filter.fragmentIs(fragment);
+        filter.neighborsProtocolIs(static_cast<NeighborsProtocol>(2));
+        filter.l4ProtocolIs(static_cast<L4Protocol>(2));
+    };
+    EXPECT_EQ(criteriaByHand(criteria, text), "");
+    EXPECT_EQ(criteriaByHand(criteria, json), "{\"matches\":{}}\n");
+    const auto inner = [](Filter& filter) { setInnerMatch(filter, 7, 1, [](Filter&) {}); };
+    EXPECT_EQ(criteriaByHand(inner, text), "   Encapsulation  inner header IPv6\n");
+    EXPECT_THAT(criteriaByHand(inner, json),
+                HasSubstr(R"("encapsulation":{},"innerMatch":{"addressFamily":"ipv6"})"));
 }
 
 }  // namespace

@@ -5,39 +5,23 @@
 namespace TrafficPolicyCli {
 namespace {
 
-using namespace Classification;
 using std::string;
 
-void addIcmpType(ProtoField& field, U32 low, U32 high, std::initializer_list<U32> codes = {}) {
-    IcmpTypeRange type(low, high);
-    for (const U32 code : codes) type.codes.is(IcmpCodeRange(code, code + code % 2));
-    field.icmpTypesIs(type);
-}
-
 TEST(ViewsProtocol, namesSingleNumbersByFamily) {
-    const auto protocols = [](Filter& filter) {
-        for (const U32 number : {200, 58, 6, 1}) addProtocol(filter, number, number);
-        addProtocol(filter, 6, 17);
-    };
+    const string protocols = R"("protocols":{"200":{},"58":{},"6":{},"1":{},"6-17":{}})";
     const string json =
         R"("protocols":[{"protocolRange":{"low":1,"high":1}},{"protocolRange":{"low":6,"high":6}},)"
         R"({"protocolRange":{"low":6,"high":17}},{"protocolRange":{"low":58,"high":58}},)"
         R"({"protocolRange":{"low":200,"high":200}}])";
-    expectPrinted({
-        {"IPv4", protocols,
-         "   Protocol: icmp\n             tcp\n             6-17\n             58\n"
-         "             200\n",
-         json},
-        {"IPv6", protocols,
-         "   Protocol: 1\n             tcp\n             6-17\n             ipv6-icmp\n"
-         "             200\n",
-         json, json, MatchOption::ipv6},
-        {"a range needs no family",
-         [](Filter& filter) { addProtocol(filter, 6, 17); },
-         "   Protocol: 6-17\n",
-         R"("protocols":[{"protocolRange":{"low":6,"high":17}}])",
+    const string between = "\n          tcp\n          6-17\n          ";
+    expectCriteria({
+        {"IPv4", protocols, "Protocol: icmp" + between + "58\n          200\n", json},
+        {"IPv6",
+         protocols,
+         "Protocol: 1" + between + "ipv6-icmp\n          200\n",
+         json,
          {},
-         MatchOption::mac},
+         "ipv6"},
     });
 }
 
@@ -48,73 +32,47 @@ TEST(ViewsProtocol, printsPortsPerFieldInTheOrderOfTheConfiguration) {
         R"("srcExtL4PortFieldSet":[{"name":"FS1","numPorts":65536},{"name":"FS9","undefined":true}],)"
         R"("srcL4PortFieldSets":["FS1","FS9"],"destPorts":[{"low":443,"high":443}],)"
         R"("destExtL4PortFieldSet":[{"name":"FS1","numPorts":65536}],"destL4PortFieldSets":["FS1"])";
-    expectPrinted({
+    expectCriteria({
         {"two fields",
-         [](Filter& filter) {
-             addProtocol(filter, 6, 6, [](ProtoField& field) {
-                 addPorts(field, [](PortField& ports) {
-                     ports.sportIs(PortRange(1024, 65535));
-                     ports.sportIs(PortRange(22, 22));
-                     ports.sportFieldSetsIs("FS9");
-                     ports.sportFieldSetsIs("FS1");
-                     ports.dportIs(PortRange(443, 443));
-                     ports.dportFieldSetsIs("FS1");
-                 });
-                 addPorts(field, [](PortField& ports) { ports.dportIs(PortRange(80, 80)); });
-             });
-             addProtocol(filter, 17, 17);
-         },
-         "   Protocol: tcp\n"
-         "      Source port: 22\n"
-         "                   1024-65535\n"
-         "      Source port: field-set FS1\n"
-         "                   field-set FS9 (field-set 'FS9' has not been defined)\n"
-         "      Destination port: 443\n"
-         "      Destination port: field-set FS1\n"
-         "      Destination port: 80\n"
-         "             udp\n",
+         R"("protocols":{"17":{},"6":{"portFields":[{"sport":["1024-65535",22],
+            "sportFieldSets":["FS9","FS1"],"dport":[443],"dportFieldSets":["FS1"]},{"dport":[80]}]}})",
+         "Protocol: tcp\n"
+         "   Source port: 22\n"
+         "                1024-65535\n"
+         "   Source port: field-set FS1\n"
+         "                field-set FS9 (field-set 'FS9' has not been defined)\n"
+         "   Destination port: 443\n"
+         "   Destination port: field-set FS1\n"
+         "   Destination port: 80\n"
+         "          udp\n",
          tcp + R"("ports":[{)" + firstField +
              R"(},{"destPorts":[{"low":80,"high":80}]}]},{"protocolRange":{"low":17,"high":17}}])",
          tcp + firstField + R"(},{"protocolRange":{"low":17,"high":17}}])"},
     });
 }
 
+// Flags of a group in their order, groups by mask, then by value.
 TEST(ViewsProtocol, printsTcpFlagGroups) {
     const string tcp = R"("protocols":[{"protocolRange":{"low":6,"high":6},)";
     const string ackSyn =
         R"("tcpFlags":[{"name":"ack","value":true},{"name":"syn","value":false}])";
-    expectPrinted({
-        {"one group of two flags",
-         [](Filter& filter) {
-             addProtocol(filter, 6, 6, [](ProtoField& field) { addFlags(field, 0x012, 0x010); });
-         },
-         "   Protocol: tcp\n"
-         "      TCP flags: ack:1\n"
-         "                 syn:0\n",
-         tcp + R"("tcpFlagGroups":[{)" + ackSyn + "}]}]", tcp + ackSyn + "}]"},
-        {"groups by mask, then by value; keywords alone; all flags in their order",
-         [](Filter& filter) {
-             addProtocol(filter, 6, 6, [](ProtoField& field) {
-                 addFlags(field, 0x200, 0x200);
-                 addFlags(field, 0x100, 0x100);
-                 addFlags(field, 0x03f, 0x02a);
-                 addFlags(field, 0x012, 0x012);
-                 addFlags(field, 0x012, 0x010);
-             });
-         },
-         "   Protocol: tcp\n"
-         "      TCP flags: ack:1\n"
-         "                 syn:0\n"
-         "      TCP flags: ack:1\n"
-         "                 syn:1\n"
-         "      TCP flags: ack:0\n"
-         "                 fin:0\n"
-         "                 psh:1\n"
-         "                 rst:0\n"
-         "                 syn:1\n"
-         "                 urg:1\n"
-         "      TCP flags: established\n"
-         "      TCP flags: initial-syn\n",
+    expectCriteria({
+        {"groups",
+         R"("protocols":{"6":{"tcpFlags":[{"mask":512,"flag":512},{"mask":256,"flag":256},
+            {"mask":63,"flag":42},{"mask":18,"flag":18},{"mask":18,"flag":16}]}})",
+         "Protocol: tcp\n"
+         "   TCP flags: ack:1\n"
+         "              syn:0\n"
+         "   TCP flags: ack:1\n"
+         "              syn:1\n"
+         "   TCP flags: ack:0\n"
+         "              fin:0\n"
+         "              psh:1\n"
+         "              rst:0\n"
+         "              syn:1\n"
+         "              urg:1\n"
+         "   TCP flags: established\n"
+         "   TCP flags: initial-syn\n",
          tcp + R"("tcpFlagGroups":[{)" + ackSyn +
              R"(},{"tcpFlags":[{"name":"ack","value":true},{"name":"syn","value":true}]},)"
              R"({"tcpFlags":[{"name":"ack","value":false},{"name":"fin","value":false},)"
@@ -126,101 +84,67 @@ TEST(ViewsProtocol, printsTcpFlagGroups) {
     });
 }
 
-TEST(ViewsProtocol, printsIcmpTypesEachWithItsCodes) {
-    const string text =
-        "   Protocol: icmp\n"
-        "      ICMP type: 0\n"
-        "      ICMP code: all\n"
-        "      ICMP type: 3\n"
-        "      ICMP code: 1-2\n"
-        "                 4\n"
-        "      ICMP type: 10-11\n"
-        "      ICMP code: all\n";
-    const string json =
-        R"("protocols":[{"protocolRange":{"low":1,"high":1},"icmps":[)"
-        R"({"icmpTypes":{"low":0,"high":0},"icmpCodes":[]},)"
+// Flags, then ports, then ICMP types, each of these with its codes.
+TEST(ViewsProtocol, printsIcmpTypesLast) {
+    const string flags = R"("tcpFlags":[{"name":"fin","value":true}])";
+    const string ports = R"("destPorts":[{"low":1,"high":1}])";
+    const string begin = R"("protocols":[{"protocolRange":{"low":6,"high":6},)";
+    const string icmp =
+        R"("icmps":[{"icmpTypes":{"low":0,"high":0},"icmpCodes":[]},)"
         R"({"icmpTypes":{"low":3,"high":3},"icmpCodes":[{"low":1,"high":2},{"low":4,"high":4}]},)"
         R"({"icmpTypes":{"low":10,"high":11},"icmpCodes":[]}]}])";
-    expectPrinted({{"types",
-                    [](Filter& filter) {
-                        addProtocol(filter, 1, 1, [](ProtoField& field) {
-                            addIcmpType(field, 10, 11);
-                            addIcmpType(field, 3, 3, {4, 1});
-                            addIcmpType(field, 0, 0);
-                        });
-                    },
-                    text, json}});
-}
-
-TEST(ViewsProtocol, printsFlagsThenPortsThenIcmp) {
-    const string text =
-        criteria(matchOf([](Filter& filter) {
-                     addProtocol(filter, 6, 6, [](ProtoField& field) {
-                         addIcmpType(field, 8, 8);
-                         addPorts(field, [](PortField& ports) { ports.dportIs(PortRange(1, 1)); });
-                         addFlags(field, 1, 1);
-                     });
-                 }),
-                 textFormat, 2);
-    EXPECT_EQ(text,
-              "   Protocol: tcp\n"
-              "      TCP flags: fin:1\n"
-              "      Destination port: 1\n"
-              "      ICMP type: 8\n"
-              "      ICMP code: all\n");
+    expectCriteria({
+        {"types",
+         R"("protocols":{"6":{"icmpTypes":[{"type":"10-11"},{"type":3,"codes":[4,"1-2"]},{"type":0}],
+            "portFields":[{"dport":[1]}],"tcpFlags":[{"mask":1,"flag":1}]}})",
+         "Protocol: tcp\n"
+         "   TCP flags: fin:1\n"
+         "   Destination port: 1\n"
+         "   ICMP type: 0\n"
+         "   ICMP code: all\n"
+         "   ICMP type: 3\n"
+         "   ICMP code: 1-2\n"
+         "              4\n"
+         "   ICMP type: 10-11\n"
+         "   ICMP code: all\n",
+         begin + "\"tcpFlagGroups\":[{" + flags + "}],\"ports\":[{" + ports + "}]," + icmp,
+         begin + flags + "," + ports + "," + icmp},
+    });
 }
 
 // The inner header has its own address family and stands two blanks deeper.
 TEST(ViewsInnerMatch, printsTheEncapsulatedHeader) {
-    const auto inner = [](Filter& filter) {
-        filter.srcPrefixSetsIs("FS6");
-        filter.destinationsIs(prefix("10.0.0.0/8"));
-        addProtocol(filter, 58, 58, [](ProtoField& field) {
-            addPorts(field, [](PortField& ports) { ports.dportIs(PortRange(53, 53)); });
-        });
-        filter.dscpIs(DscpRange(1, 1));
-        filter.trackedIs(true);
-        addVlanTag(filter, [](VlanRangeSet& tag) { tag.vlansIs(VlanRange(1, 1)); });
+    const auto filter = [](const string& family, const string& prefix) {
+        return R"("innerMatch":{"encapType":"gtpv1","af":")" + family +
+               R"(","structuredFilter":{"srcPrefixSets":["FS6"],"destinations":[")" + prefix +
+               R"("],"protocols":{"58":{"portFields":[{"dport":[53]}]}}}})";
     };
-    const auto withInner = [&](U8 af, U8 encapType) {
-        return [=](Filter& filter) { setInnerMatch(filter, af, encapType, inner); };
-    };
-    const auto jsonOf = [](const string& encapsulation, const string& family, const string& sets,
+    const auto jsonOf = [](const string& family, const string& prefix, const string& sets,
                            const string& ports) {
-        return R"("encapsulation":{)" + encapsulation + R"(},"innerMatch":{"addressFamily":")" +
+        return R"("encapsulation":{"encapsulationType":"gtpv1"},"innerMatch":{"addressFamily":")" +
                family + R"(","srcExtPrefixSet":[{"name":"FS6",)" + sets +
-               R"(}],"srcPrefixSets":["FS6"],"destPrefixes":["10.0.0.0/8"],)"
-               R"("protocols":[{"protocolRange":{"low":58,"high":58},)" +
-               ports + "}]}";
+               R"(}],"srcPrefixSets":["FS6"],"destPrefixes":[")" + prefix +
+               R"("],"protocols":[{"protocolRange":{"low":58,"high":58},)" + ports + "}]}";
     };
-    const string gtpv1 = R"("encapsulationType":"gtpv1")";
-    const string undefined = R"("undefined":true)";
-    const string defined = R"("numPrefixes":6,"numExceptPrefixes":2)";
+    const auto textOf = [](const string& family, const string& prefix, const string& undefined,
+                           const string& protocol) {
+        return "Encapsulation GTPv1 inner header " + family + "\n  Source prefix: field-set FS6" +
+               undefined + "\n  Destination prefix: " + prefix + "\n  Protocol: " + protocol +
+               "\n     Destination port: 53\n";
+    };
     const string flatPorts = R"("destPorts":[{"low":53,"high":53}])";
     const string ports = R"("ports":[{)" + flatPorts + "}]";
-    const string ipv4Text =
-        "     Source prefix: field-set FS6 (field-set 'FS6' has not been defined)\n"
-        "     Destination prefix: 10.0.0.0/8\n"
-        "     Protocol: 58\n"
-        "        Destination port: 53\n";
-    const string ipv6Text =
-        "     Source prefix: field-set FS6\n"
-        "     Destination prefix: 10.0.0.0/8\n"
-        "     Protocol: ipv6-icmp\n"
-        "        Destination port: 53\n";
-    for (const MatchOption outer : {MatchOption::ipv4, MatchOption::ipv6, MatchOption::mac}) {
-        expectPrinted({
-            {"IPv4 in GTPv1", withInner(1, 0),
-             "   Encapsulation GTPv1 inner header IPv4\n" + ipv4Text,
-             jsonOf(gtpv1, "ipv4", undefined, ports), jsonOf(gtpv1, "ipv4", undefined, flatPorts),
+    const string undefined = R"("undefined":true)";
+    const string defined = R"("numPrefixes":0,"numExceptPrefixes":1)";
+    for (const char* const outer : {"ipv4", "ipv6", "mac"}) {
+        expectCriteria({
+            {"IPv4", filter("ipv4", "10.0.0.0/8"),
+             textOf("IPv4", "10.0.0.0/8", " (field-set 'FS6' has not been defined)", "58"),
+             jsonOf("ipv4", "10.0.0.0/8", undefined, ports),
+             jsonOf("ipv4", "10.0.0.0/8", undefined, flatPorts), outer},
+            {"IPv6", filter("ipv6", "::/0"), textOf("IPv6", "::/0", "", "ipv6-icmp"),
+             jsonOf("ipv6", "::/0", defined, ports), jsonOf("ipv6", "::/0", defined, flatPorts),
              outer},
-            {"IPv6 in GTPv1", withInner(2, 0),
-             "   Encapsulation GTPv1 inner header IPv6\n" + ipv6Text,
-             jsonOf(gtpv1, "ipv6", defined, ports), jsonOf(gtpv1, "ipv6", defined, flatPorts),
-             outer},
-            {"any other family is IPv6, any other encapsulation has no name", withInner(7, 1),
-             "   Encapsulation  inner header IPv6\n" + ipv6Text, jsonOf("", "ipv6", defined, ports),
-             jsonOf("", "ipv6", defined, flatPorts), outer},
         });
     }
 }
