@@ -45,6 +45,7 @@ bool InterfaceStatus::isFailed(MatchOption option) const {
 
 Orb::Ptr<InterfaceStatus> interfaceStatusFactory() { return Orb::make<InterfaceStatus>(); }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 Orb::String getInstalledErrorString(Orb::Ptr<const InterfaceStatus> interfaceStatus,
                                     MatchOption option) {
     for (const auto& report : interfaceStatus->intfStatus()) {

@@ -9,7 +9,10 @@ void renderInstallErrors(textout::RendererV2& renderer, std::string_view jsonKey
                          const Orb::RbTreeMap<Orb::String, Orb::String>& errors, U32 indent) {
     const auto list = renderer.list(jsonKey);
     for (const auto& [point, errorText] : errors) {
-        if (renderer.isJson()) renderer.item(point + " (" + errorText + ")");
+        if (renderer.isJson()) {
+            Orb::String entry = point;
+            renderer.item(entry.append(" (").append(errorText).append(")"));
+        }
         renderer.indent(indent).name(point).text(" (").name(errorText).text(")").endLine();
     }
 }
