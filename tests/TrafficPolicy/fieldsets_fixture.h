@@ -1,78 +1,35 @@
-// Builds field sets by hand and shows them.
+// Field sets told as a state document tells them, and what is shown of them.
 #pragma once
 
 #include <gmock/gmock.h>
 
-#include "Captured.h"
+#include "SmallState.h"
 #include "fieldsets/ShowFieldSets.h"
 #include "orb/ActivityLock.h"
 
 namespace TrafficPolicyCli::FieldSets {
 
 using Captured::MemoryFile;
-using Classification::ContentsSource;
+using Classification::FieldSetConfig;
 using Classification::PortRange;
 using Classification::VlanRange;
-using Prefixes = std::vector<std::string_view>;
+using SmallState::json;
+using SmallState::text;
 
-inline constexpr U32 textFormat = 1;
-inline constexpr U32 jsonFormat = 2;
+inline Wire::IpGenPrefix prefix(std::string_view told) { return *Wire::IpGenPrefix::parse(told); }
 
-inline Wire::IpGenPrefix prefix(std::string_view text) { return *Wire::IpGenPrefix::parse(text); }
-
-// Where a set comes from; static when not given.
-struct Source {
-    ContentsSource kind = ContentsSource::configured;
-    std::string urlPath{};
-    std::string urlVrf{};
-};
-
-template <class Version>
-Orb::Ptr<Version> versionFrom(const Source& source) {
-    const auto version = Orb::make<Version>();
-    version->contentsSourceIs(source.kind);
-    version->urlPathIs(source.urlPath);
-    version->urlVrfIs(source.urlVrf);
-    return version;
+inline Orb::Ptr<const FieldSetConfig> configOf(const std::string& fieldSets) {
+    return SmallState::stateOf("{\"fieldSetConfig\":{" + fieldSets + "}}", "{}").fieldSetConfig;
 }
 
-inline Orb::Ptr<Classification::FieldSetIpPrefixSubConfig> prefixVersion(
-    const Prefixes& prefixes, const Prefixes& exceptPrefixes = {}, const Source& source = {}) {
-    const auto version = versionFrom<Classification::FieldSetIpPrefixSubConfig>(source);
-    for (const auto text : prefixes) version->prefixesIs(prefix(text));
-    for (const auto text : exceptPrefixes) version->exceptPrefixesIs(prefix(text));
-    return version;
+// A set of prefixes, which are inserted in any order.
+inline Orb::Ptr<Classification::FieldSetIpPrefixConfig> prefixSet(
+    const std::string& name, const Orb::Ptr<Classification::FieldSetIpPrefixSubConfig>& version) {
+    const auto set = Orb::make<Classification::FieldSetIpPrefixConfig>(name);
+    version->contentsSourceIs(Classification::ContentsSource::configured);
+    set->currCfgIs(version);
+    return set;
 }
-
-// A set of the kind, with a current version or without one.
-template <class Config, class Version = std::nullptr_t>
-Orb::Ptr<Config> fieldSet(const std::string& name, const Version& version = nullptr) {
-    const auto config = Orb::make<Config>(name);
-    if (version) config->currCfgIs(version);
-    return config;
-}
-
-inline auto prefixSet(const std::string& name) {
-    return fieldSet<Classification::FieldSetIpPrefixConfig>(name);
-}
-template <class Version>
-auto prefixSet(const std::string& name, const Version& version) {
-    return fieldSet<Classification::FieldSetIpPrefixConfig>(name, version);
-}
-inline auto portSet(const std::string& name, const std::vector<PortRange>& ranges,
-                    const Source& source = {}) {
-    const auto version = versionFrom<Classification::FieldSetL4PortSubConfig>(source);
-    for (const PortRange& range : ranges) version->portsIs(range);
-    return fieldSet<Classification::FieldSetL4PortConfig>(name, version);
-}
-inline auto vlanSet(const std::string& name, const std::vector<VlanRange>& ranges,
-                    const Source& source = {}) {
-    const auto version = versionFrom<Classification::FieldSetVlanSubConfig>(source);
-    for (const VlanRange& range : ranges) version->vlansIs(range);
-    return fieldSet<Classification::FieldSetVlanConfig>(name, version);
-}
-
-inline Captured::Traces allTraces() { return {"TrafficPolicyShowCliHelper", 8}; }
 
 // Renders a show object, with the activity lock held as a host does.
 template <class Show>
@@ -81,6 +38,36 @@ std::string shown(const Orb::Ptr<Show>& show, U32 format) {
     const Orb::ActivityLockGuard locked;
     show->render(static_cast<U32>(file.fd()), format, 2);
     return file.text();
+}
+
+// Which sets a command asks for.
+enum class Of { ipv4, ipv6, ports, vlans };
+struct Question {
+    Of kind = Of::ipv4;
+    std::string name{};
+    std::string filter{};  // a prefix, or a range; empty: none
+    bool exact = false;
+};
+
+inline std::string listing(const Orb::Ptr<const FieldSetConfig>& config, U32 format,
+                           const Question& question = {}) {
+    const auto& [kind, name, filter, exact] = question;
+    const bool filters = !filter.empty();
+    if (kind == Of::ipv4 || kind == Of::ipv6) {
+        return shown(showTrafficPolicyPrefixFieldSetFactory(
+                         config, name, kind == Of::ipv4, filters,
+                         filters ? prefix(filter) : Wire::IpGenPrefix(), exact),
+                     format);
+    }
+    U32 low = 0;
+    U32 high = 0;
+    if (std::sscanf(filter.c_str(), "%u-%u", &low, &high) == 1) high = low;
+    return kind == Of::ports ? shown(showTrafficPolicyL4PortFieldSetFactory(config, name, filters,
+                                                                            PortRange(low, high)),
+                                     format)
+                             : shown(showTrafficPolicyVlanFieldSetFactory(config, name, filters,
+                                                                          VlanRange(low, high)),
+                                     format);
 }
 
 }  // namespace TrafficPolicyCli::FieldSets

@@ -52,35 +52,41 @@ void fill(U32 count, const std::function<void(const Wire::IpGenPrefix&)>& insert
 }
 
 Orb::Ptr<Version> largeVersion(U32 prefixes, U32 exceptPrefixes = 0) {
-    const auto version = prefixVersion({});
+    const auto version = Orb::make<Version>();
     fill(prefixes, [&](const auto& pfx) { version->prefixesIs(pfx); });
     fill(exceptPrefixes, [&](const auto& pfx) { version->exceptPrefixesIs(pfx); });
     return version;
 }
 
-Orb::Ptr<Classification::FieldSetConfig> configOf(const Orb::Ptr<Version>& version) {
-    const auto config = Orb::make<Classification::FieldSetConfig>();
+Orb::Ptr<FieldSetConfig> configOf(const Orb::Ptr<Version>& version) {
+    const auto config = Orb::make<FieldSetConfig>();
     config->fieldSetIpPrefixIs("LARGE", prefixSet("LARGE", version));
     return config;
 }
 
-Orb::Ptr<ShowTrafficPolicyPrefixFieldSet> showOf(
-    const Orb::Ptr<const Classification::FieldSetConfig>& config, const string& filter = "") {
+Orb::Ptr<Version> versionOf(std::string_view only) {
+    const auto version = Orb::make<Version>();
+    version->prefixesIs(prefix(only));
+    return version;
+}
+
+Orb::Ptr<ShowTrafficPolicyPrefixFieldSet> showOf(const Orb::Ptr<const FieldSetConfig>& config,
+                                                 const string& filter = "") {
     return showTrafficPolicyPrefixFieldSetFactory(
         config, "", true, !filter.empty(), filter.empty() ? Wire::IpGenPrefix() : prefix(filter),
         false);
 }
 
 // The addresses that a listing holds, in its order.
-std::vector<U32> listedAddresses(const string& json) {
+std::vector<U32> listedAddresses(const string& report) {
     std::vector<U32> addresses;
     const string before = "{\"prefix\":\"10.";
-    for (std::size_t at = json.find(before); at != string::npos; at = json.find(before, at)) {
-        const char* text = json.c_str() + (at += before.size());
+    for (std::size_t at = report.find(before); at != string::npos; at = report.find(before, at)) {
+        const char* digits = report.c_str() + (at += before.size());
         char* end = nullptr;
         U32 address = 10;
-        for (U32 i = 0; i < 3; ++i, text = end + 1) {
-            address = address << 8 | static_cast<U32>(std::strtoul(text, &end, 10));
+        for (U32 i = 0; i < 3; ++i, digits = end + 1) {
+            address = address << 8 | static_cast<U32>(std::strtoul(digits, &end, 10));
         }
         addresses.push_back(address);
     }
@@ -128,8 +134,8 @@ TEST_P(PrefixSorting, YieldsAfterEvery25000Prefixes) {
     expected.emplace_back("end copy+sort exceptPrefix ");
 
     const auto config = configOf(largeVersion(row.prefixes, row.exceptPrefixes));
-    string json;
-    const auto blips = blipsOf([&] { json = shown(showOf(config, row.filter), jsonFormat); });
+    string report;
+    const auto blips = blipsOf([&] { report = shown(showOf(config, row.filter), json); });
     EXPECT_EQ(blips, expected);
 
     std::vector<U32> addresses;
@@ -137,7 +143,7 @@ TEST_P(PrefixSorting, YieldsAfterEvery25000Prefixes) {
         const U32 end = row.filter.empty() ? count : std::min(count, U32{256});
         for (U32 i = 0; i < end; ++i) addresses.push_back(0x0a000000 + i);
     }
-    EXPECT_EQ(listedAddresses(json), addresses);
+    EXPECT_EQ(listedAddresses(report), addresses);
 }
 
 INSTANTIATE_TEST_SUITE_P(, PrefixSorting,
@@ -169,36 +175,38 @@ string shownWhile(const Orb::Ptr<ShowTrafficPolicyPrefixFieldSet>& show, U32 for
 
 TEST(PrefixSortingThreads, ReplacedSetIsListedWholeAsItWas) {
     const U32 count = 200'000;
-    const auto config = Orb::make<Classification::FieldSetConfig>();
+    const auto config = Orb::make<FieldSetConfig>();
     const auto large = prefixSet("B", largeVersion(count));
     const auto add = [&](const auto& set) { config->fieldSetIpPrefixIs(set->name(), set); };
     add(large);
-    add(prefixSet("A", prefixVersion({"192.0.2.1/32"})));
-    add(prefixSet("C", prefixVersion({"192.0.2.2/32"})));
-    add(prefixSet("D", prefixVersion({"192.0.2.3/32"})));
+    add(prefixSet("A", versionOf("192.0.2.1/32")));
+    add(prefixSet("C", versionOf("192.0.2.2/32")));
+    add(prefixSet("D", versionOf("192.0.2.3/32")));
     const Orb::Ptr<const Version> oldVersion = large->currCfg();
 
     bool replaced = false;
-    const string json = shownWhile(showOf(config), jsonFormat, [&] {
-        large->currCfgIs(prefixVersion({"192.0.2.4/32"}));
+    const string report = shownWhile(showOf(config), json, [&] {
+        large->currCfgIs(versionOf("192.0.2.4/32"));
         config->fieldSetIpPrefixDel("A");
         config->fieldSetIpPrefixDel("B");
         config->fieldSetIpPrefixDel("C");
-        add(prefixSet("D", prefixVersion({"192.0.2.5/32"})));
-        for (U32 i = 0; i < 1000; ++i) add(prefixSet("N" + std::to_string(i), prefixVersion({})));
+        add(prefixSet("D", versionOf("192.0.2.5/32")));
+        for (U32 i = 0; i < 1000; ++i)
+            add(prefixSet("N" + std::to_string(i), Orb::make<Version>()));
         replaced = true;
     });
 
     ASSERT_TRUE(replaced);
-    EXPECT_EQ(listedAddresses(json).size(), count);
+    EXPECT_EQ(listedAddresses(report).size(), count);
     // What came before the yield stands; what comes after it is as the other thread left it.
-    EXPECT_THAT(json, testing::StartsWith(R"({"prefixFieldSets":{"A":{)"));
-    EXPECT_THAT(json, HasSubstr("192.0.2.1/32"));
-    EXPECT_THAT(json, Not(HasSubstr("\"C\":")));
-    EXPECT_THAT(json, Not(HasSubstr("192.0.2.4/32")));
-    EXPECT_THAT(json, EndsWith(R"(,"D":{"source":"static","prefixes":[{"prefix":"192.0.2.5/32"}],)"
-                               R"("exceptPrefixes":[]}}})"
-                               "\n"));
+    EXPECT_THAT(report, testing::StartsWith(R"({"prefixFieldSets":{"A":{)"));
+    EXPECT_THAT(report, HasSubstr("192.0.2.1/32"));
+    EXPECT_THAT(report, Not(HasSubstr("\"C\":")));
+    EXPECT_THAT(report, Not(HasSubstr("192.0.2.4/32")));
+    EXPECT_THAT(report,
+                EndsWith(R"(,"D":{"source":"static","prefixes":[{"prefix":"192.0.2.5/32"}],)"
+                         R"("exceptPrefixes":[]}}})"
+                         "\n"));
     EXPECT_EQ(oldVersion->references(), 1U);
 }
 
@@ -219,21 +227,21 @@ TEST_P(InterruptedThreads, InAYieldTheSortEnds) {
     });
     EXPECT_EQ(console, "exiting interrupted\n");
     EXPECT_EQ(blips.back(), "resuming");
-    if (GetParam() == textFormat) {
+    if (GetParam() == text) {
         EXPECT_EQ(output, "Traffic policy IPv4 prefix field set: LARGE\nSource: static\n\n");
     } else {
         EXPECT_THAT(output, HasSubstr(R"("LARGE":{"source":"static")"));
         EXPECT_THAT(output, Not(EndsWith("\n")));
     }
 }
-INSTANTIATE_TEST_SUITE_P(, InterruptedThreads, testing::Values(textFormat, jsonFormat));
+INSTANTIATE_TEST_SUITE_P(, InterruptedThreads, testing::Values(text, json));
 
 TEST_F(Interrupted, BeforeItBeginsNoViewPrintsAnything) {
-    const auto config = configOf(prefixVersion({"10.0.0.0/8"}));
+    const auto config = configOf(versionOf("10.0.0.0/8"));
     Orb::interruptRequestedIs(true);
     const auto expectNothing = [](const auto& show) {
         const Captured::StandardOutput standardOutput;
-        const string output = shown(show, textFormat);
+        const string output = shown(show, text);
         EXPECT_EQ(standardOutput.text(), "exiting interrupted\n");
         EXPECT_EQ(output, "");
     };
