@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 
-#include <map>
 #include <thread>
 
 #include "SmallState.h"
@@ -19,188 +18,126 @@ using SmallState::Command;
 using SmallState::Kind;
 using SmallState::shown;
 using SmallState::State;
+using std::string;
 using testing::ElementsAre;
 
-// The arguments of a kind: what stands for each in an attribute, and the argument itself.
+// An argument of a kind, and how its attribute reads: "name=value", objects by their address.
 struct Argument {
-    std::string attribute;
+    Argument(const string& name, const char* text) : value(string(text)), line(name + "=" + text) {}
+    Argument(const string& name, bool flag)
+        : value(flag), line(name + (flag ? "=true" : "=false")) {}
+    template <class T>
+    Argument(const string& name, const Orb::Ptr<T>& object)
+        : value(object), line(name + "=" + addressOf(object.get())) {}
+
+    static string addressOf(const void* object) {
+        return object == nullptr ? "null"
+                                 : std::to_string(reinterpret_cast<std::uintptr_t>(object));
+    }
+
     std::any value;
+    string line;
 };
 
-template <class T>
-Argument object(const char* attribute, const Orb::Ptr<T>& value = Orb::make<T>()) {
-    return {attribute, value};
+std::vector<Argument> sharedArguments(Kind kind, const State& state, const Command& command) {
+    return {{"policyJsonDictKeyword", "trafficPolicies"},
+            {"policyFeatureName", "Traffic policy "},
+            {"config", state.config},
+            {"status", kind == Kind::interface ? state.interfaceInput
+                       : kind == Kind::cpu     ? state.cpu
+                                               : state.vlan},
+            {"counter", command.snapshots},
+            {"policyName", "name"},
+            {"summary", command.summary},
+            {"errors", command.errors},
+            {"detail", command.detail},
+            {"counters", command.counters},
+            {"byteCountersSupported", command.bytes},
+            {"fieldSetConfig", state.fieldSetConfig},
+            {"trafficPolicyHwStatus", state.hwStatus},
+            {"policyMapCounters", command.inputStore}};
 }
 
-std::vector<Argument> sharedArguments() {
-    return {{"policyJsonDictKeyword", Orb::String("keyword")},
-            {"policyFeatureName", Orb::String("feature ")},
-            object<TrafficPolicy::TrafficPolicyConfig>("config"),
-            object<TrafficPolicy::Status>("status"),
-            object<TrafficPolicy::Counter>("counter"),
-            {"policyName", Orb::String("name")},
-            {"summary", false},
-            {"errors", false},
-            {"detail", false},
-            {"counters", false},
-            {"byteCountersSupported", false},
-            object<Classification::FieldSetConfig>("fieldSetConfig"),
-            object<TrafficPolicy::HwStatus>("trafficPolicyHwStatus"),
-            object("policyMapCounters", Orb::make<PolicyMap::Counters::PolicyMapTypeCounters>(
-                                            nullptr, PolicyMap::Counters::Direction::input))};
-}
-
-struct KindArguments {
-    const char* type;
-    std::vector<Argument> own;
-    // What the object holds besides its arguments, and before which own argument it stands.
-    std::vector<std::string> madeLater;
-};
-
-std::vector<KindArguments> kinds() {
-    return {
-        {"TrafficPolicyCli::ShowTrafficPolicyCpu",
-         {object<PolicyMap::VrfConfig>("vrfConfig"), object<Ip::AllVrfConfig>("allVrfConfig"),
-          object<L3::Intf::StatusDir>("l3IntfStatusDir"),
-          object<TrafficPolicy::Status>("iptablesStatus")},
-         {}},
-        {"TrafficPolicyCli::ShowTrafficPolicyInterface",
-         {object<TrafficPolicy::Status>("statusOutput"),
-          object<TrafficPolicy::Counter>("counterOutput"),
-          object<PolicyMap::IntfConfig>("intfConfigInput"),
-          object<PolicyMap::IntfConfig>("intfConfigOutput"),
-          object<TrafficPolicy::TrafficPolicyIntfParamStatus>("policyParamStatus"),
-          object("policyMapCountersOutput", Orb::make<PolicyMap::Counters::PolicyMapTypeCounters>(
-                                                nullptr, PolicyMap::Counters::Direction::output)),
-          {"filterInputPolicies", false},
-          {"filterOutputPolicies", false}},
-         {"outputCounterHelper", "isInput"}},
-        {"TrafficPolicyCli::ShowTrafficPolicyVAcl",
-         {object<PolicyMap::IntfConfig>("intfConfigBridged")},
-         {}}};
-}
-
-// A value as text; objects by their address.
-std::string textOf(const Orb::Value& value) {
-    if (const auto* flag = std::get_if<bool>(&value)) return *flag ? "true" : "false";
-    if (const auto* name = std::get_if<Orb::String>(&value)) return *name;
-    if (const auto* pointer = std::get_if<Orb::Ptr<const Orb::PtrInterface>>(&value)) {
-        return std::to_string(reinterpret_cast<std::uintptr_t>(pointer->get()));
+std::vector<Argument> ownArguments(Kind kind, const State& state, const Command& command) {
+    if (kind == Kind::vlan) return {{"intfConfigBridged", state.intfConfigBridged}};
+    if (kind == Kind::cpu) {
+        return {{"vrfConfig", state.vrfConfig},
+                {"allVrfConfig", state.allVrfConfig},
+                {"l3IntfStatusDir", state.l3IntfStatusDir},
+                {"iptablesStatus", state.cpuSoftware}};
     }
-    if (const auto* entries = std::get_if<std::vector<Orb::ValueEntry>>(&value)) {
-        return std::to_string(entries->size()) + " entries";
-    }
-    return "null";
+    return {{"statusOutput", state.interfaceOutput},
+            {"counterOutput", command.outputSnapshots},
+            {"intfConfigInput", state.intfConfigInput},
+            {"intfConfigOutput", state.intfConfigOutput},
+            {"policyParamStatus", state.intfParamStatus},
+            {"policyMapCountersOutput", command.outputStore},
+            {"filterInputPolicies", command.inputOnly},
+            {"filterOutputPolicies", command.outputOnly}};
 }
 
-std::map<std::string, std::string> attributesOf(const Orb::PtrInterface& object) {
-    std::map<std::string, std::string> values;
+// The attributes in their order; of the record of field sets only that it is there.
+std::vector<string> linesOf(const Orb::PtrInterface& object) {
+    std::vector<string> lines;
     for (const Orb::Attribute& attribute : object.fwkType().attributes()) {
-        values[std::string(attribute.name)] = textOf(attribute.value(object));
-    }
-    return values;
-}
-
-std::vector<std::any> valuesOf(const std::vector<Argument>& arguments) {
-    std::vector<std::any> values;
-    for (const Argument& argument : arguments) values.push_back(argument.value);
-    return values;
-}
-
-std::vector<Argument> argumentsOf(const KindArguments& kind) {
-    std::vector<Argument> all = sharedArguments();
-    all.insert(all.end(), kind.own.begin(), kind.own.end());
-    return all;
-}
-
-TEST(FrameFactories, listAttributesInTheOrderOfTheArguments) {
-    for (const KindArguments& kind : kinds()) {
-        SCOPED_TRACE(kind.type);
-        std::vector<std::string> expected;
-        for (const Argument& argument : sharedArguments()) expected.push_back(argument.attribute);
-        for (const char* made : {"fieldSetState", "policyState", "inputCounterHelper"}) {
-            expected.emplace_back(made);
+        const Orb::Value value = attribute.value(object);
+        string text = "null";
+        if (const auto* flag = std::get_if<bool>(&value)) text = *flag ? "true" : "false";
+        if (const auto* name = std::get_if<Orb::String>(&value)) text = *name;
+        if (std::holds_alternative<std::vector<Orb::ValueEntry>>(value)) text = "entries";
+        if (const auto* pointer = std::get_if<Orb::Ptr<const Orb::PtrInterface>>(&value)) {
+            text = attribute.name == "fieldSetState" ? "made" : Argument::addressOf(pointer->get());
         }
-        for (const Argument& argument : kind.own) expected.push_back(argument.attribute);
-        expected.insert(expected.end(), kind.madeLater.begin(), kind.madeLater.end());
-        std::vector<std::string> names;
-        for (const auto& attribute : Orb::typeByName(kind.type)->attributes()) {
-            names.emplace_back(attribute.name);
-        }
-        EXPECT_EQ(names, expected);
+        lines.push_back(string(attribute.name) + "=" + text);
     }
+    return lines;
 }
 
-// One flag is set at a time, so that no two can be mistaken.
-TEST(FrameFactories, storeEveryFlagWhereItBelongs) {
-    for (const KindArguments& kind : kinds()) {
-        SCOPED_TRACE(kind.type);
-        std::vector<Argument> arguments = argumentsOf(kind);
-        for (Argument& chosen : arguments) {
-            if (chosen.value.type() != typeid(bool)) continue;
-            chosen.value = true;
-            const auto show = Orb::typeByName(kind.type)->create(valuesOf(arguments));
-            auto values = attributesOf(*show);
-            for (const Argument& argument : arguments) {
-                if (argument.value.type() != typeid(bool)) continue;
-                EXPECT_EQ(values[argument.attribute],
-                          argument.attribute == chosen.attribute ? "true" : "false")
-                    << argument.attribute;
-            }
-            chosen.value = false;
-        }
-    }
-}
-
-TEST(FrameFactories, storeEveryReferenceWhereItBelongs) {
-    const State state =
-        SmallState::stateOf(R"({"policyMapConfig":{},"fieldSetConfig":{},
+// By the factories and by name. One flag is set at a time, so that no two can be mistaken.
+TEST(FrameFactories, storeEveryArgumentWhereItBelongs) {
+    using PolicyMap::Counters::Direction;
+    using PolicyMap::Counters::PolicyMapTypeCounters;
+    const State state = SmallState::stateOf(R"({"policyMapConfig":{},"fieldSetConfig":{},
         "intfConfigInput":{},"intfConfigOutput":{},"intfConfigBridged":{},"vrfConfig":{},
         "allVrfConfig":[],"l3IntfStatusDir":{}})",
-                            R"({"hwStatus":{},"intfParamStatus":{},"interfaceInput":{},
-        "interfaceOutput":{},"cpu":{},"cpuSoftware":{},"vlan":{}})");
-    const Command command{.policyName = "P",
-                          .snapshots = Orb::make<TrafficPolicy::Counter>(),
-                          .outputSnapshots = Orb::make<TrafficPolicy::Counter>()};
-    const auto onInterfaces = SmallState::interfaceShow(state, command);
-    EXPECT_EQ(onInterfaces->policyJsonDictKeyword(), "trafficPolicies");
-    EXPECT_EQ(onInterfaces->policyFeatureName(), "Traffic policy ");
-    EXPECT_EQ(onInterfaces->policyName(), "P");
-    EXPECT_EQ(onInterfaces->config(), state.config);
-    EXPECT_EQ(onInterfaces->status(), state.interfaceInput);
-    EXPECT_EQ(onInterfaces->counter(), command.snapshots);
-    EXPECT_EQ(onInterfaces->fieldSetConfig(), state.fieldSetConfig);
-    EXPECT_EQ(onInterfaces->trafficPolicyHwStatus(), state.hwStatus);
-    EXPECT_EQ(onInterfaces->statusOutput(), state.interfaceOutput);
-    EXPECT_EQ(onInterfaces->counterOutput(), command.outputSnapshots);
-    EXPECT_EQ(onInterfaces->intfConfigInput(), state.intfConfigInput);
-    EXPECT_EQ(onInterfaces->intfConfigOutput(), state.intfConfigOutput);
-    EXPECT_EQ(onInterfaces->policyParamStatus(), state.intfParamStatus);
-    const auto onCpu = SmallState::cpuShow(state, command);
-    EXPECT_EQ(onCpu->status(), state.cpu);
-    EXPECT_EQ(onCpu->vrfConfig(), state.vrfConfig);
-    EXPECT_EQ(onCpu->allVrfConfig(), state.allVrfConfig);
-    EXPECT_EQ(onCpu->l3IntfStatusDir(), state.l3IntfStatusDir);
-    EXPECT_EQ(onCpu->iptablesStatus(), state.cpuSoftware);
-    EXPECT_EQ(SmallState::vlanShow(state, command)->intfConfigBridged(), state.intfConfigBridged);
-}
-
-TEST(FrameFactories, buildByNameWhatTheyBuildThemselves) {
-    for (const KindArguments& kind : kinds()) {
-        SCOPED_TRACE(kind.type);
-        const auto arguments = argumentsOf(kind);
-        const auto show = Orb::typeByName(kind.type)->create(valuesOf(arguments));
-        EXPECT_EQ(show->fwkType().name(), kind.type);
-        auto values = attributesOf(*show);
-        EXPECT_EQ(values["policyJsonDictKeyword"], "keyword");
-        EXPECT_EQ(values["policyFeatureName"], "feature ");
-        EXPECT_EQ(values["policyName"], "name");
-        EXPECT_EQ(values["policyState"], "0 entries");
-        EXPECT_EQ(values["inputCounterHelper"], "null");
-        EXPECT_NE(values["fieldSetState"], "null");
-        if (kind.madeLater.empty()) continue;
-        EXPECT_EQ(values["outputCounterHelper"], "null");
-        EXPECT_EQ(values["isInput"], "true");
+                                            R"({"hwStatus":{},"intfParamStatus":{},
+        "interfaceInput":{},"interfaceOutput":{},"cpu":{},"cpuSoftware":{},"vlan":{}})");
+    const std::pair<Kind, string> kinds[] = {
+        {Kind::interface, "Interface"}, {Kind::cpu, "Cpu"}, {Kind::vlan, "VAcl"}};
+    for (bool Command::*const flag :
+         {&Command::summary, &Command::errors, &Command::detail, &Command::counters,
+          &Command::bytes, &Command::inputOnly, &Command::outputOnly}) {
+        Command command{
+            .policyName = "name",
+            .snapshots = Orb::make<TrafficPolicy::Counter>(),
+            .outputSnapshots = Orb::make<TrafficPolicy::Counter>(),
+            .inputStore = Orb::make<PolicyMapTypeCounters>(nullptr, Direction::input),
+            .outputStore = Orb::make<PolicyMapTypeCounters>(nullptr, Direction::output)};
+        command.*flag = true;
+        for (const auto& [kind, name] : kinds) {
+            std::vector<std::any> values;
+            std::vector<string> lines;
+            const auto add = [&](const std::vector<Argument>& arguments) {
+                for (const Argument& argument : arguments) {
+                    values.push_back(argument.value);
+                    lines.push_back(argument.line);
+                }
+            };
+            add(sharedArguments(kind, state, command));
+            for (const char* const made :
+                 {"fieldSetState=made", "policyState=entries", "inputCounterHelper=null"}) {
+                lines.emplace_back(made);
+            }
+            add(ownArguments(kind, state, command));
+            if (kind == Kind::interface) {
+                lines.insert(lines.end(), {"outputCounterHelper=null", "isInput=true"});
+            }
+            const string type = "TrafficPolicyCli::ShowTrafficPolicy" + name;
+            EXPECT_EQ(linesOf(*SmallState::showOf(kind, state, command)), lines);
+            const auto byName = Orb::typeByName(type)->create(values);
+            EXPECT_EQ(linesOf(*byName), lines);
+            EXPECT_EQ(byName->fwkType().name(), type);
+        }
     }
 }
 
@@ -292,54 +229,34 @@ class Steered : public ShowTrafficPolicyCpu {
         if (whileRendering) whileRendering();
         ShowTrafficPolicyCpu::renderCountAction(renderer, ruleIndex, record, action, indent);
     }
-    Orb::Ptr<PolicyState> baseRecord() {
-        return ShowTrafficPolicyBase::getOrCreatePolicyState("P");
-    }
 
-    std::vector<std::string> gathered;
+    std::vector<string> gathered;
     std::function<void()> whileGathering;
     std::function<void()> whileRendering;
 };
 
-TEST(Frame, baseKindMakesNoRecords) {
-    EXPECT_EQ(Orb::make<Steered>(smallState())->baseRecord(), nullptr);
-}
-
-TEST(FrameInterrupt, whileGatheringEndsWithoutAView) {
+TEST(FrameInterrupt, keepsWhatWasPrinted) {
+    const string text =
+        "Traffic policy O\n   Configured on CPU for VRFs: \n"
+        "   Total number of rules configured: 0\n"
+        "Traffic policy P\n   Configured on CPU for VRFs: \n"
+        "   Total number of rules configured: 1\n      match r1 ipv4\n         Actions: \n";
+    const string json = R"({"trafficPolicies":{"O":{"configuredVrfs":[],"rules":[]},)"
+                        R"("P":{"configuredVrfs":[],"rules":[{"ruleString":"r1",)"
+                        R"("matchOption":"ipv4","actions":{}}]}})";
     for (const U32 format : {SmallState::text, SmallState::json}) {
-        const auto show = Orb::make<Steered>(smallState());
-        show->whileGathering = [] { Orb::interruptRequestedIs(true); };
-        const Captured::StandardOutput standardOutput;
-        const std::string report = shown(*show, format);
-        Orb::interruptRequestedIs(false);
-        EXPECT_EQ(report, "");
-        EXPECT_EQ(standardOutput.text(), "exiting interrupted\n");
-        EXPECT_THAT(show->gathered, ElementsAre("O"));
-    }
-}
-
-TEST(FrameInterrupt, whilePrintingKeepsWhatWasPrinted) {
-    const struct {
-        U32 format;
-        std::string report;
-    } rows[] = {
-        {SmallState::text,
-         "Traffic policy O\n   Configured on CPU for VRFs: \n"
-         "   Total number of rules configured: 0\n"
-         "Traffic policy P\n   Configured on CPU for VRFs: \n"
-         "   Total number of rules configured: 1\n      match r1 ipv4\n         Actions: \n"},
-        {SmallState::json, R"({"trafficPolicies":{"O":{"configuredVrfs":[],"rules":[]},)"
-                           R"("P":{"configuredVrfs":[],"rules":[{"ruleString":"r1",)"
-                           R"("matchOption":"ipv4","actions":{}}]}})"},
-    };
-    for (const auto& row : rows) {
-        const auto show = Orb::make<Steered>(smallState());
-        show->whileRendering = [] { Orb::interruptRequestedIs(true); };
-        const Captured::StandardOutput standardOutput;
-        const std::string report = shown(*show, row.format);
-        Orb::interruptRequestedIs(false);
-        EXPECT_EQ(report, row.report);
-        EXPECT_EQ(standardOutput.text(), "exiting interrupted\n");
+        for (const bool whileGathering : {true, false}) {
+            const auto show = Orb::make<Steered>(smallState());
+            (whileGathering ? show->whileGathering : show->whileRendering) = [] {
+                Orb::interruptRequestedIs(true);
+            };
+            const Captured::StandardOutput standardOutput;
+            const string report = shown(*show, format);
+            Orb::interruptRequestedIs(false);
+            EXPECT_EQ(standardOutput.text(), "exiting interrupted\n");
+            EXPECT_EQ(report, whileGathering ? "" : format == SmallState::text ? text : json);
+            EXPECT_EQ(show->gathered.size(), whileGathering ? 1U : 2U);
+        }
     }
 }
 
@@ -377,7 +294,7 @@ TEST(YieldThreads, leavesTwoMessagesInTheFlightRecorder) {
     const Orb::ActivityLockGuard lock;
     const auto begin = std::chrono::system_clock::now();
     yieldActivityLock("a label");
-    std::vector<std::string> texts;
+    std::vector<string> texts;
     std::vector<std::chrono::system_clock::time_point> times;
     for (const Blip::Message& message : Blip::messages()) {
         if (message.time < begin) continue;
