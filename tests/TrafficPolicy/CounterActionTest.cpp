@@ -15,39 +15,50 @@ using SmallState::State;
 using SmallState::stateOf;
 using std::string;
 
-// The count action of the rule r1 among its actions, in text at 9 blanks.
+const string liveInput =
+    R"("namedCounter":{"c":{"uniqueId":1,"packets":12,"bytes":340},"x":{"uniqueId":5,"packets":1},
+        "größe":{"uniqueId":6,"packets":1}},
+       "classCounter":{"r1":{"uniqueId":2,"packets":12,"bytes":340}})";
+const string liveOutput =
+    R"("namedCounter":{"c":{"uniqueId":3,"packets":7,"bytes":8}},
+       "classCounter":{"r1":{"uniqueId":4,"packets":7}})";
+const string none = R"("classCounter":{})";
+
+// The count action of the rule r1 among its actions, in text without its 9 blanks.
 struct CountRow {
-    const char* name;
-    string action;  // of the rule
-    string input;   // counters of the input status, or of the CPU's
-    string output;  // of the output status; empty: the rule has no status there
+    const char* counterName;  // of the action; null: the rule's own
     Command command;
     string text;
     string json;
+    string input = liveInput;    // counters of the input status, or of the CPU's
+    string output = liveOutput;  // of the output status; empty: the rule has no status there
 };
 
 State countState(const CountRow& row) {
-    const string status = R"({"policyMapStatus":{"P":{"classMapStatus":{"r1":["ipv4"]})";
-    const auto statusWith = [&](const string& counters) {
-        return counters.empty() ? string("{}") : status + "," + counters + "}}}";
+    const auto statusWith = [](const string& key, const string& counters) {
+        return "\"" + key + "\":" +
+               (counters.empty() ? "{}"
+                                 : R"({"policyMapStatus":{"P":{"classMapStatus":{"r1":["ipv4"]},)" +
+                                       counters + "}}}");
     };
+    const string counter =
+        row.counterName == nullptr ? "" : R"("counterName":")" + string(row.counterName) + "\"";
     return stateOf(R"({"policyMapConfig":{"P":{"currCfg":{"namedCounter":["c","größe"],"rules":[
-                       {"name":"r1","priority":1,"action":{"count":)" +
-                       row.action + "}}]}}}}",
-                   R"({"hwStatus":{},"interfaceInput":)" + statusWith(row.input) +
-                       R"(,"interfaceOutput":)" + statusWith(row.output) + R"(,"cpu":)" +
-                       statusWith(row.input) + "}");
+                       {"name":"r1","priority":1,"action":{"count":{)" +
+                       counter + "}}}]}}}}",
+                   R"({"hwStatus":{},)" + statusWith("interfaceInput", row.input) + "," +
+                       statusWith("interfaceOutput", row.output) + "," +
+                       statusWith("cpu", row.input) + "}");
 }
 
 void expectCountActions(Kind kind, const std::vector<CountRow>& rows) {
     for (const CountRow& row : rows) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(row.text);
         const State state = countState(row);
         const string report = shown(kind, state, row.command, SmallState::text);
-        const string heading = "         Actions: \n";
-        string lines = report.substr(report.find(heading) + heading.size());
-        lines = lines.substr(0, lines.find("WARNING"));
-        EXPECT_EQ(lines, row.text);
+        const string heading = "         Actions: \n         ";
+        const string lines = report.substr(report.find(heading) + heading.size());
+        EXPECT_EQ(lines.substr(0, lines.find("WARNING")), row.text);
         const string document = shown(kind, state, row.command, SmallState::json);
         EXPECT_EQ(document.substr(document.find("\"actions\"")),
                   "\"actions\":{" + row.json + "}}]}}}\n");
@@ -56,137 +67,53 @@ void expectCountActions(Kind kind, const std::vector<CountRow>& rows) {
 }
 
 const string undeclaredText =
-    "         Count: x (counter 'x' is inactive because it has not been declared)\n";
+    "Count: x (counter 'x' is inactive because it has not been declared)\n";
 const string undeclaredJson =
     R"("countNamed":{"x":{"undefined":true}},"inputNamedCounters":{"x":{"undefined":true}})";
-const string namedC = R"({"counterName":"c"})";
-const string liveC = R"("namedCounter":{"c":{"uniqueId":1,"packets":12,"bytes":340}})";
-const string liveR1 = R"("classCounter":{"r1":{"uniqueId":2,"packets":12,"bytes":340}})";
-const string noCounters = R"("classCounter":{})";
+const string bytesJson = R"("countNamed":{"c":{"packetCount":10,"byteCount":300}},)"
+                         R"("inputNamedCounters":{"c":{"packetCount":10,"byteCount":300}})";
+const string packetsJson =
+    R"("countNamed":{"c":{"packetCount":12}},"inputNamedCounters":{"c":{"packetCount":12}})";
+constexpr const char* rulesOwn = nullptr;
+const Command plain;
+const Command inputOnly{.inputOnly = true};
+const Command outputOnly{.outputOnly = true};
+const Command cleared{.bytes = true,
+                      .snapshots = snapshotsOf("P", {2, 2}, {1, 2, 40}, {}),
+                      .outputSnapshots = snapshotsOf("P", {4, 1}, {3, 1, 1}, {})};
 
 TEST(CounterAction, onTheCpu) {
     expectCountActions(
-        Kind::cpu,
-        {{"named",
-          namedC,
-          liveC,
-          "",
-          {},
-          "         Count: c: 12 packets\n",
-          R"("countNamed":{"c":{"packetCount":12}},"inputNamedCounters":{"c":{"packetCount":12}})"},
-         {"named, with bytes and snapshots",
-          namedC,
-          liveC,
-          "",
-          {.bytes = true, .snapshots = snapshotsOf("P", {}, {1, 2, 40}, {})},
-          "         Count: c: 10 packets 300 bytes\n",
-          R"("countNamed":{"c":{"packetCount":10,"byteCount":300}},)"
-          R"("inputNamedCounters":{"c":{"packetCount":10,"byteCount":300}})"},
-         {"named, without a record", namedC, noCounters, "", {}, "         Count: c: N/A\n", ""},
-         {"undeclared, though it counts",
-          R"({"counterName":"x"})",
-          R"("namedCounter":{"x":{"uniqueId":1,"packets":12}})",
-          "",
-          {},
-          undeclaredText,
-          undeclaredJson},
-         {"the rule's own, never with bytes",
-          "{}",
-          liveR1,
-          "",
-          {.bytes = true, .snapshots = snapshotsOf("P", {2, 2}, {}, {})},
-          "         Count: 10 packets\n",
-          R"("count":10,"inputCounter":10)"},
-         {"the rule's own, without a record",
-          "{}",
-          noCounters,
-          "",
-          {},
-          "         Count: N/A\n",
-          ""}});
+        Kind::cpu, {{"c", plain, "Count: c: 12 packets\n", packetsJson},
+                    {"c", cleared, "Count: c: 10 packets 300 bytes\n", bytesJson},
+                    {"c", plain, "Count: c: N/A\n", "", none},
+                    {"x", plain, undeclaredText, undeclaredJson},
+                    {rulesOwn, cleared, "Count: 10 packets\n", R"("count":10,"inputCounter":10)"},
+                    {rulesOwn, plain, "Count: N/A\n", "", none}});
 }
 
 TEST(CounterAction, onInterfaces) {
-    const string outputC = R"("namedCounter":{"c":{"uniqueId":3,"packets":7,"bytes":8}})";
-    const string outputR1 = R"("classCounter":{"r1":{"uniqueId":4,"packets":7}})";
     expectCountActions(
         Kind::interface,
-        {{"named, both directions",
-          namedC,
-          liveC,
-          outputC,
-          {.bytes = true,
-           .snapshots = snapshotsOf("P", {}, {1, 2, 40}, {}),
-           .outputSnapshots = snapshotsOf("P", {}, {3, 1, 1}, {})},
-          "         Count: c: 10 packets 300 bytes (input)\n"
+        {{"c", cleared,
+          "Count: c: 10 packets 300 bytes (input)\n"
           "                   6 packets 7 bytes (output)\n",
-          R"("countNamed":{"c":{"packetCount":10,"byteCount":300}},)"
-          R"("inputNamedCounters":{"c":{"packetCount":10,"byteCount":300}},)"
-          R"("outputNamedCounters":{"c":{"packetCount":6,"byteCount":7}})"},
-         {"named, input only",
-          namedC,
-          liveC,
-          outputC,
-          {.inputOnly = true},
-          "         Count: c: 12 packets (input)\n",
-          R"("countNamed":{"c":{"packetCount":12}},"inputNamedCounters":{"c":{"packetCount":12}})"},
-         {"named, output only",
-          namedC,
-          liveC,
-          outputC,
-          {.outputOnly = true},
-          "         Count: c: 7 packets (output)\n",
+          bytesJson + R"(,"outputNamedCounters":{"c":{"packetCount":6,"byteCount":7}})"},
+         {"c", inputOnly, "Count: c: 12 packets (input)\n", packetsJson},
+         {"c", outputOnly, "Count: c: 7 packets (output)\n",
           R"("outputNamedCounters":{"c":{"packetCount":7}})"},
-         {"named, nothing live",
-          namedC,
-          noCounters,
-          noCounters,
-          {},
-          "         Count: c: N/A (input)\n                   N/A (output)\n",
-          ""},
-         {"named, with a name that is not ASCII",
-          R"({"counterName":"größe"})",
-          R"("namedCounter":{"größe":{"uniqueId":1,"packets":1}})",
-          noCounters,
-          {},
-          "         Count: größe: 1 packets (input)\n"
-          "                       N/A (output)\n",
-          R"("countNamed":{"größe":{"packetCount":1}},"inputNamedCounters":{"größe":{"packetCount":1}})"},
-         {"undeclared, input only",
-          R"({"counterName":"x"})",
-          noCounters,
-          noCounters,
-          {.inputOnly = true},
-          undeclaredText,
+         {"c", plain, "Count: c: N/A (input)\n                   N/A (output)\n", "", none, none},
+         {"größe", plain, "Count: größe: 1 packets (input)\n                       N/A (output)\n",
+          R"("countNamed":{"größe":{"packetCount":1}},)"
+          R"("inputNamedCounters":{"größe":{"packetCount":1}})"},
+         {"x", inputOnly, undeclaredText,
           undeclaredJson + R"(,"outputNamedCounters":{"x":{"undefined":true}})"},
-         {"the rule's own",
-          "{}",
-          liveR1,
-          outputR1,
-          {.bytes = true, .outputSnapshots = snapshotsOf("P", {4, 1}, {}, {})},
-          "         Count: 12 packets (input)\n                6 packets (output)\n",
-          R"("count":12,"inputCounter":12,"outputCounter":6)"},
-         {"the rule's own, only on output",
-          "{}",
-          "",
-          outputR1,
-          {},
-          "         Count: N/A (input)\n                7 packets (output)\n",
-          R"("outputCounter":7)"},
-         {"the rule's own, output only",
-          "{}",
-          liveR1,
-          outputR1,
-          {.outputOnly = true},
-          "         Count: 7 packets (output)\n",
-          R"("outputCounter":7)"},
-         {"the rule's own, input only, without a record",
-          "{}",
-          noCounters,
-          outputR1,
-          {.inputOnly = true},
-          "         Count: N/A (input)\n",
-          ""}});
+         {rulesOwn, cleared, "Count: 10 packets (input)\n                6 packets (output)\n",
+          R"("count":10,"inputCounter":10,"outputCounter":6)"},
+         {rulesOwn, plain, "Count: N/A (input)\n                7 packets (output)\n",
+          R"("outputCounter":7)", ""},
+         {rulesOwn, outputOnly, "Count: 7 packets (output)\n", R"("outputCounter":7)"},
+         {rulesOwn, inputOnly, "Count: N/A (input)\n", "", none}});
 }
 
 TEST(CounterDeathTest, brokenInvariantsNameTheirExpression) {
