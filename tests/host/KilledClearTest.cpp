@@ -71,16 +71,11 @@ class KilledClearSlow : public testing::Test {
     pid_t start(bool traced) const {
         fileIs(document_, before_);
         std::filesystem::remove(lock_);
-        const std::string path = state_.path();
-        const pid_t process = ::fork();
-        if (process != 0) return process;
-        const int null = ::open("/dev/null", O_RDWR);
-        ::dup2(null, STDOUT_FILENO);
-        ::dup2(null, STDERR_FILENO);
-        if (traced && ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) ::_exit(0);
-        ::execl(TPCLI_PATH, TPCLI_PATH, "--state", path.c_str(), "clear", "traffic-policy",
-                "counters", nullptr);
-        ::_exit(127);
+        return startProgram(
+            {TPCLI_PATH, "--state", state_.path(), "clear", "traffic-policy", "counters"},
+            ::open("/dev/null", O_WRONLY | O_CLOEXEC), "/dev/null", [&] {
+                if (traced && ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) ::_exit(0);
+            });
     }
     static void kill(pid_t process) {
         ::kill(process, SIGKILL);

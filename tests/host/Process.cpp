@@ -3,8 +3,8 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <spawn.h>
 #include <sys/ioctl.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,60 +16,27 @@
 #include <stdexcept>
 #include <thread>
 
-extern char** environ;
-
 namespace {
 
-constexpr auto patience = std::chrono::seconds(60);
-constexpr auto pause = std::chrono::milliseconds(2);
+// tpcli in a directory of its own.
+pid_t start(std::vector<std::string> arguments, const TemporaryDirectory& directory, int output,
+            const std::function<void()>& prepare) {
+    arguments.insert(arguments.begin(), TPCLI_PATH);
+    return startProgram(std::move(arguments), output, directory.file("errors"), [&] {
+        if (::chdir(directory.path().c_str()) != 0) ::_exit(126);
+        if (prepare) prepare();
+    });
+}
 
 // Polls until the condition holds; false when it never does.
 template <class Condition>
 bool eventually(Condition condition) {
-    const auto deadline = std::chrono::steady_clock::now() + patience;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::sleep_for(pause);
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
     return true;
-}
-
-// Closes the output descriptor here.
-pid_t spawn(const std::vector<std::string>& arguments, const std::string& directory, int output,
-            bool ignoresInterrupt) {
-    std::vector<std::string> strings = {TPCLI_PATH};
-    strings.insert(strings.end(), arguments.begin(), arguments.end());
-    std::vector<char*> argv;
-    for (std::string& string : strings) argv.push_back(string.data());
-    argv.push_back(nullptr);
-
-    posix_spawn_file_actions_t actions;
-    ::posix_spawn_file_actions_init(&actions);
-    const std::string errors = directory + "/errors";
-    ::posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    ::posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
-    ::posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errors.c_str(),
-                                       O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    ::posix_spawn_file_actions_addchdir_np(&actions, directory.c_str());
-    // A test runner in the background may ignore SIGINT, which a child inherits.
-    posix_spawnattr_t attributes;
-    ::posix_spawnattr_init(&attributes);
-    sigset_t signals;
-    ::sigemptyset(&signals);
-    if (!ignoresInterrupt) ::sigaddset(&signals, SIGINT);
-    ::posix_spawnattr_setsigdefault(&attributes, &signals);
-    ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
-
-    const auto previous = ignoresInterrupt ? ::signal(SIGINT, SIG_IGN) : SIG_ERR;
-    pid_t process = -1;
-    const int error =
-        ::posix_spawn(&process, TPCLI_PATH, &actions, &attributes, argv.data(), environ);
-    if (previous != SIG_ERR) ::signal(SIGINT, previous);
-    ::posix_spawn_file_actions_destroy(&actions);
-    ::posix_spawnattr_destroy(&attributes);
-    ::close(output);
-    if (error != 0) throw std::runtime_error("cannot run " TPCLI_PATH);
-    return process;
 }
 
 // Ends the process when it does not end by itself.
@@ -81,12 +48,6 @@ int waitFor(pid_t process) {
         ::waitpid(process, &status, 0);
     }
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-}
-
-int bytesIn(int pipe) {
-    int bytes = 0;
-    ::ioctl(pipe, FIONREAD, &bytes);
-    return bytes;
 }
 
 }  // namespace
@@ -114,11 +75,38 @@ std::string contentsOf(const std::string& path) {
     return text.str();
 }
 
+pid_t startProgram(std::vector<std::string> arguments, int output, const std::string& errors,
+                   const std::function<void()>& prepare) {
+    std::vector<char*> argv;
+    for (std::string& argument : arguments) argv.push_back(argument.data());
+    argv.push_back(nullptr);
+    const pid_t process = ::fork();
+    if (process != 0) {
+        if (output >= 0) ::close(output);
+        return process;
+    }
+    ::dup2(::open("/dev/null", O_RDWR | O_CLOEXEC), STDIN_FILENO);
+    if (output >= 0) {
+        ::dup2(output, STDOUT_FILENO);
+    } else {
+        ::close(STDOUT_FILENO);
+    }
+    ::dup2(::open(errors.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600), STDERR_FILENO);
+    // A test runner in the background may ignore SIGINT, which a child inherits.
+    ::signal(SIGINT, SIG_DFL);
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (prepare) prepare();
+    ::execv(argv[0], argv.data());
+    ::_exit(127);
+}
+
 RunningTpcli::RunningTpcli(const std::vector<std::string>& arguments, Interrupt interrupt) {
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("cannot make a pipe");
     reader_ = ends[0];
-    process_ = spawn(arguments, directory_.path(), ends[1], interrupt == Interrupt::ignored);
+    process_ = start(arguments, directory_, ends[1], [&] {
+        if (interrupt == Interrupt::ignored) ::signal(SIGINT, SIG_IGN);
+    });
 }
 
 RunningTpcli::~RunningTpcli() {
@@ -131,8 +119,10 @@ RunningTpcli::~RunningTpcli() {
 
 void RunningTpcli::waitUntilBlocked() const {
     const int capacity = ::fcntl(reader_, F_GETPIPE_SZ);
-    EXPECT_TRUE(eventually([&] { return bytesIn(reader_) == capacity; }))
-        << "the pipe never filled: " << bytesIn(reader_) << " of " << capacity << " bytes";
+    EXPECT_TRUE(eventually([&] {
+        int bytes = 0;
+        return ::ioctl(reader_, FIONREAD, &bytes) == 0 && bytes == capacity;
+    })) << "the pipe never filled";
 }
 
 void RunningTpcli::interrupt() const { ::kill(process_, SIGINT); }
@@ -173,6 +163,6 @@ Outcome runTpcli(const std::vector<std::string>& arguments) {
 
 Outcome runTpcli(const std::vector<std::string>& arguments, int output) {
     const TemporaryDirectory directory;
-    const int status = waitFor(spawn(arguments, directory.path(), output, false));
+    const int status = waitFor(start(arguments, directory, output, {}));
     return {status, "", contentsOf(directory.file("errors"))};
 }

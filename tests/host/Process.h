@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -37,6 +38,11 @@ class StateFixture : public TemporaryDirectory {
 void fileIs(const std::string& path, const std::string& contents);
 std::string contentsOf(const std::string& path);
 
+// Starts a program, whose path is the first argument; it dies with the test. The call closes the
+// output; without one (-1) the program has no standard output. prepare: what the child does last.
+pid_t startProgram(std::vector<std::string> arguments, int output, const std::string& errors,
+                   const std::function<void()>& prepare = {});
+
 // A running tpcli whose standard output is a pipe that nobody reads yet.
 class RunningTpcli {
   public:
@@ -52,7 +58,6 @@ class RunningTpcli {
     void interrupt() const;
     // Waits for the process to end, then reads what is in the pipe.
     Outcome waitThenRead();
-    // Reads to the end, then waits.
     Outcome readThenWait();
 
   private:

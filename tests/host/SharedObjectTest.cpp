@@ -1,9 +1,7 @@
 // The shared object as a process sees it that loads it: what it exports, and that lock, interrupt
 // flag, trace levels, message ring, type registry and live counts are the process's own.
 #include <dlfcn.h>
-#include <fcntl.h>
 #include <gmock/gmock.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <map>
@@ -11,18 +9,16 @@
 #include <set>
 #include <sstream>
 
-#include "Process.h"
+#include "Captured.h"
 #include "blip/Blip.h"
 #include "fieldsets/ShowFieldSets.h"
 #include "frame/ShowTrafficPolicy.h"
 #include "orb/ActivityLock.h"
 #include "orb/Interrupt.h"
-#include "orb/Trace.h"
 
 namespace {
 
 using testing::Contains;
-using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::IsSupersetOf;
 using testing::StartsWith;
@@ -43,23 +39,15 @@ Orb::Ptr<TrafficPolicyCli::ShowTrafficPolicyVAcl> showOfOnePolicy() {
         false, false, nullptr, nullptr, nullptr, nullptr);
 }
 
-// A file that a show object can print to.
-class Output {
-  public:
-    Output() : fd_(::open(path().c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {}
-    Output(const Output&) = delete;
-    Output& operator=(const Output&) = delete;
-    ~Output() { ::close(fd_); }
-
-    U32 fd() const { return static_cast<U32>(fd_); }
-    std::string contents() const { return contentsOf(path()); }
-
-  private:
-    std::string path() const { return directory_.file("output"); }
-
-    TemporaryDirectory directory_;
-    int fd_;
-};
+// Renders the object; returns what it has printed.
+template <class Show>
+std::string printed(Show& show, U32 format) {
+    const Captured::MemoryFile file;
+    const Orb::ActivityLockGuard lock;
+    show.render(static_cast<U32>(file.fd()), format, 2);
+    EXPECT_TRUE(Orb::activityLockHeld());
+    return file.text();
+}
 
 std::map<std::string, U64> liveCounts() {
     std::map<std::string, U64> counts;
@@ -83,51 +71,29 @@ TEST(SharedObject, keepsItsTypesInTheProcessesRegistry) {
     EXPECT_EQ(&object->fwkType(), type);
 }
 
-TEST(SharedObject, countsItsRecordsWhereTheProcessSeesThem) {
+TEST(SharedObject, countsItsRecordsAndTracesWhereTheProcessSeesThem) {
     const auto before = liveCounts();
+    const Captured::Traces traces("TrafficPolicyShowCliHelper", 8);
     {
         const auto show = showOfOnePolicy();
-        const Output output;
-        const Orb::ActivityLockGuard lock;
-        show->render(output.fd(), 1, 2);
-        EXPECT_THAT(output.contents(), StartsWith("Traffic policy ISOLATION\n"));
+        EXPECT_THAT(printed(*show, 1), StartsWith("Traffic policy ISOLATION\n"));
         EXPECT_EQ(Orb::typeByName("TrafficPolicyCli::PolicyState")->liveCount(),
                   before.at("TrafficPolicyCli::PolicyState") + 1);
     }
     EXPECT_EQ(liveCounts(), before);
+    EXPECT_THAT(traces.lines(), Contains(StartsWith("8 ")));
 }
 
 TEST(SharedObject, endsAReportByTheProcessesInterrupt) {
     const auto before = liveCounts();
     for (const U32 format : {1U, 2U}) {
-        const auto show = showOfOnePolicy();
-        const Output output;
         testing::internal::CaptureStdout();
         Orb::interruptRequestedIs(true);
-        {
-            const Orb::ActivityLockGuard lock;
-            show->render(output.fd(), format, 2);
-        }
+        EXPECT_THAT(printed(*showOfOnePolicy(), format), IsEmpty());
         Orb::interruptRequestedIs(false);
         EXPECT_EQ(testing::internal::GetCapturedStdout(), "exiting interrupted\n");
-        EXPECT_THAT(output.contents(), IsEmpty());
     }
     EXPECT_EQ(liveCounts(), before);
-}
-
-TEST(SharedObject, obeysTheProcessesTraceLevels) {
-    const Output traces;
-    const Output report;
-    Orb::traceOutputIs(static_cast<int>(traces.fd()));
-    Orb::TraceFacility& facility = Orb::traceFacility("TrafficPolicyShowCliHelper");
-    facility.levelIs(8);
-    {
-        const Orb::ActivityLockGuard lock;
-        showOfOnePolicy()->render(report.fd(), 1, 2);
-    }
-    facility.levelDel();
-    Orb::traceOutputIs(STDERR_FILENO);
-    EXPECT_THAT(traces.contents(), HasSubstr("TrafficPolicyShowCliHelper/8 "));
 }
 
 // A long sort gives up the lock that the process holds, and says so in the process's ring.
@@ -143,12 +109,7 @@ TEST(SharedObject, yieldsTheProcessesActivityLock) {
                                Orb::Ptr<const Classification::FieldSetIpPrefixConfig>(set));
     const auto show = TrafficPolicyCli::showTrafficPolicyPrefixFieldSetFactory(
         config, "", true, false, Wire::IpGenPrefix(), false);
-    const Output output;
-    {
-        const Orb::ActivityLockGuard lock;
-        show->render(output.fd(), 2, 2);
-        EXPECT_TRUE(Orb::activityLockHeld());
-    }
+    printed(*show, 2);
     std::vector<std::string> texts;
     for (const Blip::Message& message : Blip::messages()) texts.push_back(message.text);
     EXPECT_THAT(texts, Contains("yielding activing lock: sort prefixes"));
