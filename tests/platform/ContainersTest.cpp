@@ -30,14 +30,8 @@ using Model = std::unordered_map<Key, std::string, StandardHash>;
 void expectEqual(const Map& map, const Model& model) {
     ASSERT_EQ(map.size(), model.size());
     ASSERT_EQ(map.empty(), model.empty());
-    U32 walked = 0;
-    for (const auto& [key, value] : map) {
-        ++walked;
-        const auto found = model.find(key);
-        ASSERT_NE(found, model.end()) << key.number;
-        ASSERT_EQ(value, found->second);
-    }
-    ASSERT_EQ(walked, model.size());
+    ASSERT_EQ(std::distance(map.begin(), map.end()), model.size());
+    for (const auto& [key, value] : map) ASSERT_EQ(model.count(key), 1U) << key.number;
     for (const auto& [key, value] : model) {
         ASSERT_NE(map.find(key), nullptr) << key.number;
         ASSERT_EQ(*map.find(key), value);
@@ -102,14 +96,12 @@ TEST(HashMap2018, costsOnePointerWhileEmpty) {
     static_assert(sizeof(Orb::HashSet2018<U32>) == sizeof(void*));
     Map map;
     map.reserve(0);
-    EXPECT_EQ(map.begin(), nullptr);
-    map.del(Key{1});
-    EXPECT_EQ(map.find(Key{1}), nullptr);
     // The last removal gives the memory back, with and without an index.
-    for (const U32 count : {1U, 20U}) {
+    for (const U32 count : {0U, 1U, 20U}) {
         for (U32 i = 0; i < count; ++i) map.is(Key{i}, "value");
         for (U32 i = 0; i < count; ++i) map.del(Key{i});
         EXPECT_EQ(map.begin(), nullptr);
+        EXPECT_EQ(map.find(Key{1}), nullptr);
     }
 }
 
@@ -127,52 +119,35 @@ TEST(HashMap2018, copiesAreIndependent) {
     EXPECT_EQ(*map.find(Key{4}), "other");
 }
 
-TEST(HashMap2018, findsKeysByEqualValuesOfOtherTypes) {
+TEST(HashMap2018, setsHoldKeysOnceAndFindThemByEqualValuesOfOtherTypes) {
     Orb::HashSet2018<std::string> names;
     Orb::HashSet2018<Orb::Ptr<Orb::Dir>> directories;
-    const Orb::Dir* sample = nullptr;
-    for (int i = 0; i < 30; ++i) {
-        names.is(std::to_string(i));
-        const auto directory = Orb::make<Orb::Dir>(std::to_string(i));
-        sample = directory.get();
-        directories.is(directory);
+    const auto directory = Orb::make<Orb::Dir>("sample");
+    for (int i = 0; i < 60; ++i) {
+        names.is(std::to_string(i % 30));
+        directories.is(i == 7 ? directory : Orb::make<Orb::Dir>(std::to_string(i)));
     }
-    EXPECT_TRUE(names.contains("29"));
+    EXPECT_EQ(names.size(), 30U);
     EXPECT_TRUE(names.contains(std::string_view("29")));
     EXPECT_FALSE(names.contains("30"));
-    EXPECT_TRUE(directories.contains(Orb::Ptr<const Orb::Dir>(sample)));
-}
-
-TEST(HashMap2018, setsHoldEachKeyOnce) {
-    Orb::HashSet2018<std::string> set;
-    for (int round = 0; round < 2; ++round) {
-        for (int i = 0; i < 30; ++i) set.is(std::to_string(i));
-    }
-    EXPECT_EQ(set.size(), 30U);
-    EXPECT_TRUE(set.contains("29"));
-    set.del("29");
-    EXPECT_FALSE(set.contains("29"));
+    EXPECT_TRUE(directories.contains(Orb::Ptr<const Orb::Dir>(directory.get())));
 }
 
 TEST(RbTreeMap, countsEntriesThatComeGoAndAreReplaced) {
     RbTreeMap<std::string, int> map;
     static constexpr struct {
-        const char* what;
         void (*change)(RbTreeMap<std::string, int>&);
         U64 counted;
     } rows[] = {
-        {"a new key", [](auto& m) { m.is("b", 1); }, 1},
-        {"a value alone", [](auto& m) { m.is("b", 2); }, 1},
-        {"another key", [](auto& m) { m.is("d", 3); }, 1},
-        {"removal of an absent key", [](auto& m) { m.del("x"); }, 0},
-        {"removal", [](auto& m) { m.del("b"); }, 1},
-        {"emptying", [](auto& m) { m.delAll(); }, 1},
-        {"emptying the empty", [](auto& m) { m.delAll(); }, 0},
+        {[](auto& m) { m.is("b", 1); }, 1}, {[](auto& m) { m.is("b", 2); }, 1},
+        {[](auto& m) { m.is("d", 3); }, 1}, {[](auto& m) { m.del("absent"); }, 0},
+        {[](auto& m) { m.del("b"); }, 1},   {[](auto& m) { m.delAll(); }, 1},
+        {[](auto& m) { m.delAll(); }, 0},
     };
     for (const auto& row : rows) {
         const U64 before = map.changeCount();
         row.change(map);
-        EXPECT_EQ(map.changeCount() - before, row.counted) << row.what;
+        EXPECT_EQ(map.changeCount() - before, row.counted) << &row - rows;
     }
 }
 
@@ -186,28 +161,6 @@ TEST(RbTreeMap, firstAfterFindsThePlaceOfARemovedKey) {
         const auto found = set.firstAfter(row.key);
         EXPECT_EQ(found == set.end() ? std::string_view() : *found, row.next) << row.key;
     }
-}
-
-// A walk that re-seeks by key after a change meets every key that stays exactly once.
-TEST(RbTreeMap, walksThatReseekMissAndRepeatNothing) {
-    std::mt19937 random(7);
-    RbTreeMap<U32, U32> map;
-    for (U32 i = 0; i < 1000; i += 2) map.is(i, 0U);
-    std::vector<U32> walked;
-    for (auto entry = map.begin(); entry != map.end();) {
-        const U32 key = entry->first;
-        walked.push_back(key);
-        const U64 before = map.changeCount();
-        // Odd keys come and go; of the even ones only that of the walk's place goes.
-        map.is(static_cast<U32>(random() % 500 * 2 + 1), 1U);
-        map.del(static_cast<U32>(random() % 500 * 2 + 1));
-        if (key % 10 == 0) map.del(key);
-        entry = map.changeCount() == before ? std::next(entry) : map.firstAfter(key);
-    }
-    EXPECT_TRUE(std::is_sorted(walked.begin(), walked.end()));
-    std::erase_if(walked, [](U32 key) { return key % 2 == 1; });
-    ASSERT_EQ(walked.size(), 500U);
-    for (U32 i = 0; i < 500; ++i) EXPECT_EQ(walked[i], 2 * i);
 }
 
 TEST(Array, readsHolesAsTheDefault) {

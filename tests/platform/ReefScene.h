@@ -22,6 +22,8 @@ using PolicyMap::Counters::PolicyMapTypeCounters;
 using Reef::Identities;
 using Reef::StoreManager;
 using Reef::StoreWriter;
+using testing::internal::CaptureStderr;
+using testing::internal::GetCapturedStderr;
 
 struct Figure {
     U64 identity = 0;
@@ -40,31 +42,27 @@ inline Orb::Ptr<PacketDataStatus> record(const std::string& name, const Figure& 
     return data;
 }
 
-inline Orb::Ptr<const TrafficPolicy::Status> sampleStatus(U64 firstIdentity) {
+inline Orb::Ptr<const TrafficPolicy::Status> sampleStatus(U64 identity) {
     auto status = Orb::make<TrafficPolicy::Status>();
-    U64 identity = firstIdentity;
     for (const std::string policyName : {"edge", "core", "none"}) {
         auto policy = Orb::make<PolicyMap::PolicyMapStatus>(policyName);
-        if (policyName != "none") {
-            for (const std::string rule : {"web", "dns", "default", "\x1b\xff"}) {
-                ++identity;
-                policy->classCounterIs(rule,
-                                       record(rule, {identity, {identity * 10, identity * 640}}));
-            }
-            for (const std::string name : {"hits", "web"}) {
-                ++identity;
-                auto named = record(name, {identity, {3, 192}});
-                for (const char* intf : {"Ethernet2", "Ethernet1"}) {
-                    ++identity;
-                    auto row = Orb::make<PolicyMap::IntfCountData>(Wire::IntfId(intf),
-                                                                   Keel::UniqueId{identity});
-                    row->countDataIs(PacketAndByte{intf[8] == '1' ? 1U : 2U, 64});
-                    if (name == "hits") named->perIntfCountIs(row->intfId(), row);
-                }
-                policy->namedCounterIs(name, named);
-            }
-        }
         status->policyMapStatusIs(policyName, policy);
+        if (policyName == "none") continue;
+        for (const std::string rule : {"web", "dns", "default", "\x1b\xff"}) {
+            ++identity;
+            policy->classCounterIs(rule, record(rule, {identity, {identity * 10, identity * 640}}));
+        }
+        for (const std::string name : {"hits", "web"}) {
+            auto named = record(name, {++identity, {3, 192}});
+            for (const char* intf : {"Ethernet2", "Ethernet1"}) {
+                if (name != "hits") continue;
+                const Wire::IntfId intfId(intf);
+                auto row = Orb::make<PolicyMap::IntfCountData>(intfId, Keel::UniqueId{++identity});
+                row->countDataIs(PacketAndByte{intf[8] == '1' ? 1U : 2U, 64});
+                named->perIntfCountIs(intfId, row);
+            }
+            policy->namedCounterIs(name, named);
+        }
     }
     return status;
 }
@@ -77,35 +75,19 @@ inline void addFigures(Figures& figures, const std::string& prefix, const Packet
     }
 }
 
-inline Figures figuresOf(const std::string& direction, const TrafficPolicy::Status& status) {
-    Figures figures;
-    for (const auto& [name, policy] : status.policyMapStatus()) {
-        std::string prefix = direction;
-        prefix.append(" ").append(name);
-        for (const auto& entry : policy->classCounter()) {
-            addFigures(figures, prefix + " rule ", *entry.value);
-        }
-        for (const auto& entry : policy->namedCounter()) {
-            addFigures(figures, prefix + " named ", *entry.value);
-        }
-    }
-    return figures;
-}
-
 // Walks all of a store; throws when it is not available.
 inline Figures walk(const Orb::Ptr<StoreManager>& manager) {
     Figures figures;
     for (const Direction direction : {Direction::input, Direction::output}) {
         const PolicyMapTypeCounters counters(manager, direction);
-        const std::string text = direction == Direction::input ? "input " : "output ";
         for (const auto& key : counters.policyMapKeys()) {
+            const auto prefix = (direction == Direction::input ? "input " : "output ") +
+                                std::string(key.policyName);
             const auto policy = counters.policyMapCounters(key);
-            for (const auto& data : policy.classCounter) {
-                addFigures(figures, text + key.policyName + " rule ", *data);
-            }
-            for (const auto& data : policy.namedCounter) {
-                addFigures(figures, text + key.policyName + " named ", *data);
-            }
+            for (const auto& data : policy.classCounter)
+                addFigures(figures, prefix + " rule ", *data);
+            for (const auto& data : policy.namedCounter)
+                addFigures(figures, prefix + " named ", *data);
         }
     }
     return figures;
@@ -114,8 +96,8 @@ inline Figures walk(const Orb::Ptr<StoreManager>& manager) {
 class ReefScene : public testing::Test {
   protected:
     ReefScene() {
-        std::string name = (std::filesystem::temp_directory_path() / "reefXXXXXX").string();
-        folder = ::mkdtemp(name.data());
+        folder = (std::filesystem::temp_directory_path() / "reefXXXXXX").string();
+        ::mkdtemp(folder.data());
         path = folder + "/counters.reef";
     }
     ~ReefScene() override { std::filesystem::remove_all(folder); }
@@ -128,10 +110,25 @@ class ReefScene : public testing::Test {
         return PolicyMapReefCounterStatusReader(
             Orb::make<PolicyMapTypeCounters>(manager(), Direction::input));
     }
+    // What a walk of the created store has to see.
     Figures expected() const {
-        Figures figures = figuresOf("input", *inputStatus);
-        figures.merge(figuresOf("output", *outputStatus));
+        Figures figures;
+        for (const auto& [direction, status] :
+             {std::pair("input ", inputStatus), std::pair("output ", outputStatus)}) {
+            for (const auto& [name, policy] : status->policyMapStatus()) {
+                for (const auto& [rule, data] : policy->classCounter()) {
+                    addFigures(figures, direction + name + " rule ", *data);
+                }
+                for (const auto& [counter, data] : policy->namedCounter()) {
+                    addFigures(figures, direction + name + " named ", *data);
+                }
+            }
+        }
         return figures;
+    }
+    // Of the one line on standard error that a damaged store is worth.
+    std::string told(const std::string& damage) const {
+        return "counter store " + path + ": " + damage + "; its counters are not available\n";
     }
     std::string contents() const {
         std::ifstream file(path, std::ios::binary);

@@ -19,36 +19,77 @@ namespace {
 using Reef::Increment;
 using Reef::Record;
 using Reef::RecordState;
-using testing::internal::CaptureStderr;
-using testing::internal::GetCapturedStderr;
-
-class ReefStore : public ReefScene {};
-class ReefStoreSlow : public ReefScene {};
-
-// A child that counts a packet of 64 bytes into one counter after the other until it is killed.
-pid_t countInChild(const std::string& path, U32 counters) {
-    const pid_t child = ::fork();
-    if (child != 0) return child;
-    StoreWriter writer = StoreWriter::resume(path);
-    std::vector<Increment> increments(counters);
-    for (U32 i = 0; i < counters; ++i) increments[i] = {i, {1, 64}};
-    for (;;) writer.add(increments);
-}
 
 void kill(pid_t child) {
     ::kill(child, SIGKILL);
     ::waitpid(child, nullptr, 0);
 }
 
-void waitForWriter(const std::string& path, U32 counter, U64 morePackets) {
-    const auto manager = Orb::make<StoreManager>(path);
-    const U64 before = manager->counts(counter)->packets;
-    while (true) {
-        const auto counts = manager->counts(counter);
-        if (counts && counts->packets >= before + morePackets) return;
-        std::this_thread::yield();
+class ReefStore : public ReefScene {
+  protected:
+    // A store of three rules whose packets and bytes agree, and so must ever after.
+    void createPairs() const {
+        auto status = Orb::make<TrafficPolicy::Status>();
+        auto policy = Orb::make<PolicyMap::PolicyMapStatus>("p");
+        for (const std::string rule : {"a", "b", "c"}) {
+            policy->classCounterIs(rule, record(rule, {7, {}}));
+        }
+        status->policyMapStatusIs("p", policy);
+        StoreWriter::create(path, status, nullptr, Identities::ofStatus);
     }
-}
+    // A child that counts a packet of 64 bytes into one of them after the other until it is killed;
+    // returns when it has counted that many.
+    pid_t countInChild(U64 packets) const {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            StoreWriter writer = StoreWriter::resume(path);
+            const Increment increments[] = {{0, {1, 64}}, {1, {1, 64}}, {2, {1, 64}}};
+            for (;;) writer.add(increments);
+        }
+        const auto store = manager();
+        const U64 before = store->counts(2)->packets;
+        for (auto now = store->counts(2); !now || now->packets < before + packets;) {
+            std::this_thread::yield();
+            now = store->counts(2);
+        }
+        return child;
+    }
+    // Whatever instant an agent is killed at, the next one continues with whole pairs.
+    void killAgents(int times) const {
+        createPairs();
+        for (int i = 0; i < times; ++i) {
+            kill(countInChild(1000));
+            const StoreWriter writer = StoreWriter::resume(path);
+            ASSERT_EQ(writer.recordsReset(), 0U);
+            const auto store = manager();
+            for (U32 counter = 0; counter < 3; ++counter) {
+                const auto counts = store->counts(counter);
+                ASSERT_TRUE(counts);
+                ASSERT_EQ(counts->bytes, counts->packets * 64);
+            }
+        }
+    }
+    void readUnderLoad(int reads) const {
+        createPairs();
+        const pid_t child = countInChild(1);
+        const auto store = manager();
+        U64 former = 0;
+        for (int i = 0; i < reads; ++i) {
+            const auto counts = store->counts(1);
+            ASSERT_TRUE(counts);
+            ASSERT_EQ(counts->bytes, counts->packets * 64);
+            ASSERT_GE(counts->packets, former);
+            former = counts->packets;
+        }
+        kill(child);
+        EXPECT_GT(former, 0U);
+    }
+    // Where the record of a counter begins in the file.
+    std::size_t placeOf(std::size_t counter) const {
+        return contents().size() - (expected().size() - counter) * sizeof(Record);
+    }
+};
+class ReefStoreSlow : public ReefStore {};
 
 TEST_F(ReefStore, showsWhatItWasMadeFrom) {
     const StoreWriter writer = create();
@@ -137,9 +178,8 @@ TEST_F(ReefStore, tellsWhyItCannotBeMade) {
 
 TEST_F(ReefStore, ofADeadWriterLosesOnlyTheUnfinishedRecord) {
     create();
-    const auto records = contents().size() - expected().size() * sizeof(Record);
     // Counter 1 is the rule "dns" of the input policy "core"; its writer got half-way.
-    overwrite(records + sizeof(Record), std::string("\x03\0\0\0\0\0\0\0\x77", 9));
+    overwrite(placeOf(1), std::string("\x03\0\0\0\0\0\0\0\x77", 9));
     CaptureStderr();
     const auto store = manager();
     Figures figures = expected();
@@ -148,19 +188,15 @@ TEST_F(ReefStore, ofADeadWriterLosesOnlyTheUnfinishedRecord) {
     EXPECT_EQ(walk(store), figures);
     EXPECT_EQ(store->recordsNotAvailable(), 1U);
     EXPECT_EQ(GetCapturedStderr(),
-              "counter store " + path +
-                  ": the record of input policy core, rule dns was left unfinished by an agent "
-                  "that is gone; its counts are not available\n");
+              "counter store " + path + ": the record of input policy core, rule dns was left " +
+                  "unfinished by an agent that is gone; its counts are not available\n");
     EXPECT_EQ(StoreWriter::resume(path).recordsReset(), 0U);
     EXPECT_EQ(walk(store), expected());
 }
 
 TEST_F(ReefStore, waitsAtMostASecondForAStuckWriter) {
     const StoreWriter writer = create();
-    const auto records = contents().size() - expected().size() * sizeof(Record);
-    for (const std::size_t counter : {1, 2, 3, 6}) {
-        overwrite(records + counter * sizeof(Record), std::string("\x03", 1));
-    }
+    for (const std::size_t counter : {1, 2, 3, 6}) overwrite(placeOf(counter), "\x03");
     CaptureStderr();
     const auto begin = std::chrono::steady_clock::now();
     const Figures figures = walk(manager());
@@ -172,68 +208,13 @@ TEST_F(ReefStore, waitsAtMostASecondForAStuckWriter) {
     EXPECT_NE(lines.find("rule dns stays unfinished by its agent;"), std::string::npos) << lines;
 }
 
-// Whatever instant an agent is killed at, the next one continues with whole pairs.
-void killAgents(const std::string& path, int times, U32 counters) {
-    for (int i = 0; i < times; ++i) {
-        const pid_t child = countInChild(path, counters);
-        waitForWriter(path, counters - 1, 1000);
-        kill(child);
-        StoreWriter writer = StoreWriter::resume(path);
-        ASSERT_EQ(writer.recordsReset(), 0U);
-        const auto manager = Orb::make<StoreManager>(path);
-        for (U32 counter = 0; counter < counters; ++counter) {
-            const auto counts = manager->counts(counter);
-            ASSERT_TRUE(counts);
-            ASSERT_EQ(counts->bytes, counts->packets * 64);
-        }
-    }
-}
+TEST_F(ReefStore, continuesAfterAgentsWereKilled) { killAgents(10); }
 
-// All pairs of a store of three rules agree at the beginning; so they must ever after.
-void createPairs(const std::string& path) {
-    auto status = Orb::make<TrafficPolicy::Status>();
-    auto policy = Orb::make<PolicyMap::PolicyMapStatus>("p");
-    for (const std::string rule : {"a", "b", "c"})
-        policy->classCounterIs(rule, record(rule, {7, {}}));
-    status->policyMapStatusIs("p", policy);
-    StoreWriter::create(path, status, nullptr, Identities::ofStatus);
-}
+TEST_F(ReefStoreSlow, continuesAfterManyAgentsWereKilled) { killAgents(300); }
 
-void readUnderLoad(const std::string& path, int reads) {
-    const pid_t child = countInChild(path, 3);
-    waitForWriter(path, 2, 1);
-    const auto manager = Orb::make<StoreManager>(path);
-    U64 former = 0;
-    for (int i = 0; i < reads; ++i) {
-        const auto counts = manager->counts(1);
-        ASSERT_TRUE(counts);
-        ASSERT_EQ(counts->bytes, counts->packets * 64);
-        ASSERT_GE(counts->packets, former);
-        former = counts->packets;
-    }
-    kill(child);
-    EXPECT_GT(former, 0U);
-}
+TEST_F(ReefStore, tearsNoPairUnderLoad) { readUnderLoad(50'000); }
 
-TEST_F(ReefStore, continuesAfterAgentsWereKilled) {
-    createPairs(path);
-    killAgents(path, 10, 3);
-}
-
-TEST_F(ReefStoreSlow, continuesAfterManyAgentsWereKilled) {
-    createPairs(path);
-    killAgents(path, 300, 3);
-}
-
-TEST_F(ReefStore, tearsNoPairUnderLoad) {
-    createPairs(path);
-    readUnderLoad(path, 50'000);
-}
-
-TEST_F(ReefStoreSlow, tearsNoPairInAMillionReads) {
-    createPairs(path);
-    readUnderLoad(path, 1'000'000);
-}
+TEST_F(ReefStoreSlow, tearsNoPairInAMillionReads) { readUnderLoad(1'000'000); }
 
 TEST(ReefRecordThreads, shareARecordWithoutARace) {
     Record record;

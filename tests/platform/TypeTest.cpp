@@ -61,59 +61,51 @@ const Orb::TypeInfo& typeOf(const char* name) {
     return *type;
 }
 
-Value valueOf(const Orb::PtrInterface& object, std::string_view attribute) {
-    const Orb::Attribute* found = object.fwkType().attribute(attribute);
-    EXPECT_NE(found, nullptr) << attribute;
-    return found->value(object);
-}
-
-TEST(Type, listsAttributesInOrderOfDeclarationBaseFirst) {
+TEST(Type, knowsItsBaseAndWhatWasDeclared) {
     const auto attributes = typeOf("TypeTest::Switch").attributes();
-    std::vector<std::string_view> names;
-    names.reserve(attributes.size());
-    for (const auto& attribute : attributes) names.push_back(attribute.name);
-    EXPECT_EQ(names, (std::vector<std::string_view>{"id", "enabled", "uplink", "zone", "prefix",
-                                                    "mac", "slot", "port"}));
     EXPECT_EQ(attributes[3].declaredType, "Orb::RbTreeMap<Orb::String, Color>");
     EXPECT_EQ(typeOf("TypeTest::Switch").base(), &typeOf("TypeTest::Device"));
+    EXPECT_EQ(typeOf("TypeTest::Switch").attribute("zone")->name, "zone");
     EXPECT_EQ(typeOf("TypeTest::Port").attribute("zone"), nullptr);
     EXPECT_EQ(Orb::typeByName("TypeTest::Router"), nullptr);
 }
 
-TEST(Type, buildsByNameAndReadsEveryKindOfAttribute) {
-    const auto built = typeOf("TypeTest::Port").create({Orb::String("Ethernet1")});
-    const auto port = Orb::ptrCast<Port>(built);
-    ASSERT_TRUE(port);
-    port->speedIs(100000000000U);
-    EXPECT_EQ(std::get<U64>(valueOf(*built, "speed")), 100000000000U);
+// A value as text: of collections every entry, of objects their type.
+std::string shown(const Value& value) {
+    if (const auto* number = std::get_if<U64>(&value)) return std::to_string(*number);
+    if (const auto* truth = std::get_if<bool>(&value)) return *truth ? "true" : "false";
+    if (const auto* text = std::get_if<Orb::String>(&value)) return *text;
+    if (const auto* object = std::get_if<Ptr<const Orb::PtrInterface>>(&value)) {
+        return (*object)->fwkType().name();
+    }
+    std::string text;
+    if (const auto* entries = std::get_if<std::vector<Orb::ValueEntry>>(&value)) {
+        for (const auto& [key, entry] : *entries) text += shown(key) + ":" + shown(entry) + " ";
+    }
+    return text;
+}
 
+TEST(Type, buildsByNameAndReadsEveryKindOfAttribute) {
+    const auto port = Orb::ptrCast<Port>(typeOf("TypeTest::Port").create({Orb::String("E1")}));
+    ASSERT_TRUE(port);
     // A pointer to a mutable record is taken where one to a constant record is wanted.
     const auto device = typeOf("TypeTest::Switch").create({U32{7}, port});
     const auto chassis = Orb::ptrCast<Switch>(device);
     ASSERT_TRUE(chassis);
+    EXPECT_EQ(chassis->uplink().get(), port.get());
     chassis->enabledIs(true);
     chassis->zoneIs("b", Color::green);
     chassis->zoneIs("a", Color::green);
     chassis->prefixIs(*Wire::IpGenPrefix::parse("10.0.0.0/8"));
     chassis->macIs(*Wire::EthAddr::parse("00:00:5e:00:00:01"));
     chassis->slotIs(1, port);
-
-    EXPECT_EQ(std::get<U64>(valueOf(*device, "id")), 7U);
-    EXPECT_TRUE(std::get<bool>(valueOf(*device, "enabled")));
-    EXPECT_EQ(std::get<Ptr<const Orb::PtrInterface>>(valueOf(*device, "uplink")).get(), port.get());
-    EXPECT_EQ(std::get<Orb::String>(valueOf(*device, "mac")), "00:00:5e:00:00:01");
-    const auto zones = std::get<std::vector<Orb::ValueEntry>>(valueOf(*device, "zone"));
-    ASSERT_EQ(zones.size(), 2U);
-    EXPECT_EQ(std::get<Orb::String>(zones[0].key), "a");
-    EXPECT_EQ(std::get<U64>(zones[0].value), 3U);
-    const auto prefixes = std::get<std::vector<Orb::ValueEntry>>(valueOf(*device, "prefix"));
-    ASSERT_EQ(prefixes.size(), 1U);
-    EXPECT_EQ(std::get<Orb::String>(prefixes[0].key), "10.0.0.0/8");
-    EXPECT_TRUE(std::holds_alternative<std::monostate>(prefixes[0].value));
-    const auto slots = std::get<std::vector<Orb::ValueEntry>>(valueOf(*device, "slot"));
-    ASSERT_EQ(slots.size(), 2U);
-    EXPECT_TRUE(std::holds_alternative<std::monostate>(slots[0].value));
-    EXPECT_EQ(std::get<U64>(slots[1].key), 1U);
+    std::string all;
+    for (const auto& attribute : device->fwkType().attributes()) {
+        all += std::string(attribute.name) + "=" + shown(attribute.value(*device)) + "; ";
+    }
+    EXPECT_EQ(all,
+              "id=7; enabled=true; uplink=TypeTest::Port; zone=a:3 b:3 ; prefix=10.0.0.0/8: ; "
+              "mac=00:00:5e:00:00:01; slot=0: 1:TypeTest::Port ; port=; ");
 }
 
 TEST(Type, collectionsOfRecordsMakeTheirRecords) {
@@ -140,7 +132,6 @@ TEST(Type, saysWhichArgumentsItExpected) {
         std::string message;
     } const rows[] = {
         {"TypeTest::Device", {U32{1}}, "TypeTest::Device cannot be built by name"},
-        {"TypeTest::Switch", {}, "TypeTest::Switch takes 2 arguments, not 0"},
         {"TypeTest::Switch", {U32{1}}, "TypeTest::Switch takes 2 arguments, not 1"},
         {"TypeTest::Switch", {1, port}, "TypeTest::Switch: argument 1 is of another type"},
         {"TypeTest::Switch",

