@@ -19,7 +19,6 @@ using SmallState::Kind;
 using SmallState::shown;
 using SmallState::State;
 using std::string;
-using testing::ElementsAre;
 
 // An argument of a kind, and how its attribute reads: "name=value", objects by their address.
 struct Argument {
@@ -146,8 +145,7 @@ State smallState() {
     return SmallState::stateOf(R"({
         "policyMapConfig":{
             "O":{"currCfg":{}},
-            "P":{"currCfg":{"rules":[{"name":"r1","priority":1,"match":{"ipv4":{}},"action":{"count":{}}}]}}},
-        "fieldSetConfig":{"fieldSetL4Port":{"PORTS":{"currCfg":{"ports":[1,"1-3"]}}}}})",
+            "P":{"currCfg":{"rules":[{"name":"r1","priority":1,"match":{"ipv4":{}},"action":{"count":{}}}]}}}})",
                                R"({
         "hwStatus":{},
         "interfaceInput":{"policyMapStatus":{"O":{},"P":{"classMapStatus":{"r1":["ipv4"]}}}},
@@ -158,46 +156,26 @@ State smallState() {
 
 TEST(Frame, countersGoesBeforeEveryOtherView) {
     const State state = smallState();
-    const Command plain{.counters = true};
     const Command all{.summary = true, .errors = true, .detail = true, .counters = true};
     EXPECT_EQ(shown(Kind::cpu, state, all, SmallState::text),
               "Traffic policy O\nTraffic policy P\n   match rule: r1: 7 packets\n");
-    for (const Kind kind : {Kind::interface, Kind::cpu}) {
-        EXPECT_EQ(shown(kind, state, all, SmallState::text),
-                  shown(kind, state, plain, SmallState::text));
-    }
+    EXPECT_EQ(shown(Kind::interface, state, all, SmallState::text),
+              "Traffic-policies applied on input:\nTraffic policy O\nTraffic policy P\n"
+              "   match rule: r1: N/A\n");
     EXPECT_EQ(shown(Kind::vlan, state, all, SmallState::json), "") << "none for VLANs";
 }
 
-TEST(Frame, gathersFieldSetsOnlyWhenTheyAreConfigured) {
-    State state = smallState();
-    const auto with = SmallState::vlanShow(state);
-    EXPECT_NE(shown(*with, SmallState::text), "");
-    EXPECT_EQ(with->fieldSetState()->name(), "");
-    EXPECT_EQ(with->fieldSetState()->l4PortFieldSet("PORTS")->totalEntries(), 3U);
-    state.fieldSetConfig = nullptr;
-    const auto without = SmallState::vlanShow(state);
-    EXPECT_EQ(shown(*without, SmallState::text), shown(*with, SmallState::text));
-    EXPECT_TRUE(without->fieldSetState()->l4PortFieldSet().empty());
-}
-
 TEST(Frame, recordsAreMadeOnceAndBearTheFlags) {
-    const State state = smallState();
-    const Command command{.summary = true, .errors = true, .outputOnly = true};
+    const Command command{.summary = true, .outputOnly = true};
     for (const Kind kind : {Kind::interface, Kind::cpu, Kind::vlan}) {
-        const auto show = SmallState::showOf(kind, state, command);
+        const auto show = SmallState::showOf(kind, smallState(), command);
         const auto record = show->getOrCreatePolicyState("X");
-        EXPECT_EQ(show->getOrCreatePolicyState("X"), record);
         EXPECT_NE(show->getOrCreatePolicyState("Y"), record);
         EXPECT_EQ(show->getOrCreatePolicyState("X"), record);
-        EXPECT_EQ(show->policyState("X"), record.get());
         EXPECT_EQ(record->name(), "X");
-        EXPECT_TRUE(record->summary() && record->errors() && !record->detail());
-        EXPECT_EQ(record->indentCountPerLevel(), 3U);
+        EXPECT_TRUE(record->summary() && !record->errors() && !record->detail());
         if (const auto onInterface = Orb::ptrCast<PolicyStateInterface>(record)) {
-            EXPECT_EQ(kind, Kind::interface);
-            EXPECT_TRUE(onInterface->filterOutputPolicies());
-            EXPECT_FALSE(onInterface->filterInputPolicies());
+            EXPECT_TRUE(onInterface->filterOutputPolicies() && !onInterface->filterInputPolicies());
         }
         show->policyStateDel("X");
         EXPECT_NE(show->getOrCreatePolicyState("X"), record);
@@ -294,15 +272,12 @@ TEST(YieldThreads, leavesTwoMessagesInTheFlightRecorder) {
     const Orb::ActivityLockGuard lock;
     const auto begin = std::chrono::system_clock::now();
     yieldActivityLock("a label");
-    std::vector<string> texts;
-    std::vector<std::chrono::system_clock::time_point> times;
-    for (const Blip::Message& message : Blip::messages()) {
-        if (message.time < begin) continue;
-        texts.push_back(message.text);
-        times.push_back(message.time);
-    }
-    ASSERT_THAT(texts, ElementsAre("yielding activing lock: a label", "resuming"));
-    EXPECT_GE(times[1] - times[0], std::chrono::milliseconds(1));
+    std::vector<Blip::Message> messages = Blip::messages();
+    std::erase_if(messages, [&](const Blip::Message& message) { return message.time < begin; });
+    ASSERT_EQ(messages.size(), 2U);
+    EXPECT_EQ(messages[0].text, "yielding activing lock: a label");
+    EXPECT_EQ(messages[1].text, "resuming");
+    EXPECT_GE(messages[1].time - messages[0].time, std::chrono::milliseconds(1));
 }
 
 TEST(YieldDeathTest, asksForTheLock) {

@@ -59,54 +59,50 @@ const string fourRules = policyWith(R"({"rules":[
     {"name":"r3","priority":30},{"name":"r4","priority":4000000000}]})");
 
 TEST(GatherRules, getTheirIndexFromThePlatformsStatusByPriority) {
+    const string noRules = policyWith("{}");
+    const string noVersion = R"({"policyMapConfig":{"P":{}}})";
     const struct {
-        const char* name;
-        string config, input, output;
         Kind kind;
+        string config;
+        const char *input, *output;  // what the platform took; null: it does not know the policy
         string rules;
-        U32 ruleCount;
-        bool listsFamilies;
     } rows[] = {
-        {"ascending priority", fourRules,
-         R"({"classMapStatus":{"r1":["ipv4"],"r2":["ipv4"],"r3":["mac"],"r4":["ipv6"]}})", "",
-         Kind::vlan, "0:r2/ipv4 1:r1/ipv4 2:r3/mac 3:r4/ipv6", 4, true},
-        {"without status, without option, unknown", fourRules,
-         R"({"classMapStatus":{"r2":["ipv4"],"r3":[],"r4":["ipv6"],"r9":["ipv4"]}})", "", Kind::cpu,
-         "0:r2/ipv4 1:r4/ipv6", 2, true},
-        {"no rules", policyWith("{}"), "{}", "", Kind::vlan, "", 0, true},
-        {"no current version", R"({"policyMapConfig":{"P":{}}})",
-         R"({"classMapStatus":{"r1":["ipv4"]}})", "", Kind::vlan, "", 0, false},
-        {"no configuration", "{}", R"({"classMapStatus":{"r1":["ipv4"]}})", "", Kind::cpu, "", 0,
-         false},
-        {"both directions number alike", fourRules,
-         R"({"classMapStatus":{"r2":["ipv4"],"r3":["ipv6"],"r4":[]}})",
-         R"({"classMapStatus":{"r1":["ipv4"],"r3":["ipv6"],"r4":[]}})", Kind::interface,
-         "0:r2,-/ipv4 1:-,r1/ipv4 2:r3,r3/ipv6", 3, true},
-        {"output has no option yet", fourRules,
-         R"({"classMapStatus":{"r2":["ipv4"],"r1":["mpls"]}})", R"({"classMapStatus":{"r2":[]}})",
-         Kind::interface, "0:r2,-/ipv4 1:r1,-/mpls", 2, true},
-        {"output only", fourRules, "", R"({"classMapStatus":{"r2":["ipv4"]}})", Kind::interface,
-         "0:-,r2/ipv4", 1, true},
+        {Kind::vlan, fourRules, R"("r1":["ipv4"],"r2":["ipv4"],"r3":["mac"],"r4":["ipv6"])",
+         nullptr, "0:r2/ipv4 1:r1/ipv4 2:r3/mac 3:r4/ipv6"},
+        // Without status, without option, unknown.
+        {Kind::cpu, fourRules, R"("r2":["ipv4"],"r3":[],"r4":["ipv6"],"r9":["ipv4"])", nullptr,
+         "0:r2/ipv4 1:r4/ipv6"},
+        {Kind::vlan, noRules, "", nullptr, ""},
+        {Kind::vlan, noVersion, R"("r1":["ipv4"])", nullptr, ""},
+        {Kind::cpu, "{}", R"("r1":["ipv4"])", nullptr, ""},
+        // Both directions number alike.
+        {Kind::interface, fourRules, R"("r2":["ipv4"],"r3":["ipv6"],"r4":[])",
+         R"("r1":["ipv4"],"r3":["ipv6"],"r4":[])", "0:r2,-/ipv4 1:-,r1/ipv4 2:r3,r3/ipv6"},
+        {Kind::interface, fourRules, R"("r2":["ipv4"],"r1":["mpls"])", R"("r2":[])",
+         "0:r2,-/ipv4 1:r1,-/mpls"},
+        {Kind::interface, fourRules, nullptr, R"("r2":["ipv4"])", "0:-,r2/ipv4"},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        const auto statusOf = [](const string& key, const string& policy) {
-            return "\"" + key + R"(":{"policyMapStatus":{)" +
-                   (policy.empty() ? "" : "\"P\":" + policy) + "}}";
+        SCOPED_TRACE(row.rules);
+        const auto statusOf = [](const string& key, const char* taken) {
+            const string policy =
+                taken == nullptr ? "" : R"("P":{"classMapStatus":{)" + string(taken) + "}}";
+            return "\"" + key + R"(":{"policyMapStatus":{)" + policy + "}}";
         };
-        const State state = stateOf(row.config, "{" + statusOf("interfaceInput", row.input) + "," +
-                                                    statusOf("interfaceOutput", row.output) + "," +
-                                                    statusOf("cpu", row.input) + "," +
-                                                    statusOf("vlan", row.input) + "}");
-        const auto record = recordOfP(row.kind, state);
+        const auto record = recordOfP(
+            row.kind, stateOf(row.config, "{" + statusOf("interfaceInput", row.input) + "," +
+                                              statusOf("interfaceOutput", row.output) + "," +
+                                              statusOf("cpu", row.input) + "," +
+                                              statusOf("vlan", row.input) + "}"));
         ASSERT_TRUE(record);
         EXPECT_EQ(rulesOf(*record), row.rules);
-        EXPECT_EQ(record->ruleCount(), row.ruleCount);
-        const std::vector<MatchOption> families(record->matchOptionList().begin(),
-                                                record->matchOptionList().end());
-        const std::vector<MatchOption> both{MatchOption::ipv4, MatchOption::ipv6};
-        EXPECT_EQ(families, row.listsFamilies ? both : std::vector<MatchOption>());
-        EXPECT_EQ(record->policyMapStatusInput() != nullptr, !row.input.empty());
+        EXPECT_EQ(record->ruleCount(), record->classMapConfig().size());
+        const auto& families = record->matchOptionList();
+        EXPECT_EQ(std::vector<MatchOption>(families.begin(), families.end()),
+                  row.config.find("currCfg") == string::npos
+                      ? std::vector<MatchOption>()
+                      : (std::vector<MatchOption>{MatchOption::ipv4, MatchOption::ipv6}));
+        EXPECT_EQ(record->policyMapStatusInput() != nullptr, row.input != nullptr);
     }
 }
 
@@ -123,58 +119,39 @@ TEST(GatherRules, takeTheMatchOfTheOptionThatThePlatformTook) {
     EXPECT_EQ(record->classMapConfig(1)->structuredFilter(), nullptr) << "none for ipv6";
 }
 
-TEST(GatherCounters, undeclaredOnesAreNoted) {
-    const std::pair<const char*, bool> rows[] = {
-        {R"("count":{"counterName":"c1"})", false},
-        {R"("count":{"counterName":"c2"})", true},
-        {R"("count":{})", false},
-        {R"("drop":{})", false},
-    };
-    for (const auto& [action, isUndefined] : rows) {
-        const auto record = recordOfP(
-            Kind::vlan,
-            stateOf(policyWith(R"({"namedCounter":["c1","c0"],"rules":[
-                        {"name":"r1","priority":1,"action":{)" +
-                               string(action) + "}}]}"),
-                    R"({"vlan":{"policyMapStatus":{"P":{"classMapStatus":{"r1":["ipv4"]}}}}})"));
-        EXPECT_EQ(record->undefinedCounter(), isUndefined) << action;
-    }
-}
-
 TEST(GatherFieldSets, undefinedOnesAreNotedInTheFamilyThatRefersToThem) {
     const string sets = R"(,"fieldSetConfig":{"fieldSetIpPrefix":{"V4":{"currCfg":{}},"NEW":{}},
         "fieldSetIpv6Prefix":{"V6":{"currCfg":{}}},"fieldSetL4Port":{"PORTS":{"currCfg":{}}},
         "fieldSetVlan":{"VLANS":{"currCfg":{}}}})";
     const auto inner = [](const string& family, const string& filter) {
-        return R"({"innerMatch":{"encapType":"gtpv1","af":")" + family +
-               R"(","structuredFilter":)" + filter + "}}";
+        return R"("innerMatch":{"encapType":"gtpv1","af":")" + family +
+               R"(","structuredFilter":{)" + filter + "}}";
     };
     const struct {
         string option, filter;
         bool isUndefined;
     } rows[] = {
-        {"ipv4", "{}", false},
-        {"ipv4", R"({"srcPrefixSets":["V4"],"dstPrefixSets":["V4","NEW"]})", false},
-        {"ipv4", R"({"srcPrefixSets":["V6"]})", true},
-        {"ipv6", R"({"srcPrefixSets":["V6"],"dstLpmPrefixSets":["V6"]})", false},
-        {"ipv6", R"({"dstPrefixSets":["V6","V4"]})", true},
-        {"ipv4", R"({"srcLpmPrefixSets":["GONE"]})", true},
-        {"ipv4", R"({"dstLpmPrefixSets":["V4","GONE"]})", true},
-        {"mac", R"({"vlanTags":[{"vlanFieldSets":["VLANS"]}]})", false},
-        {"ipv4", R"({"vlanTags":[{"vlans":[1]},{"vlanFieldSets":["PORTS"]}]})", true},
-        {"ipv4", R"({"protocols":{"6":{"portFields":[{"sportFieldSets":["PORTS"]}]},"17":{}}})",
+        {"ipv4", "", false},
+        {"ipv4", R"("srcPrefixSets":["V4"],"dstPrefixSets":["V4","NEW"])", false},
+        {"ipv4", R"("srcPrefixSets":["V6"])", true},
+        {"ipv6", R"("srcPrefixSets":["V6"],"dstLpmPrefixSets":["V6"])", false},
+        {"ipv6", R"("dstPrefixSets":["V6","V4"])", true},
+        {"ipv4", R"("srcLpmPrefixSets":["GONE"])", true},
+        {"ipv4", R"("dstLpmPrefixSets":["V4","GONE"])", true},
+        {"mac", R"("vlanTags":[{"vlanFieldSets":["VLANS"]}])", false},
+        {"ipv4", R"("vlanTags":[{"vlans":[1]},{"vlanFieldSets":["PORTS"]}])", true},
+        {"ipv4", R"("protocols":{"6":{"portFields":[{"sportFieldSets":["PORTS"]}]},"17":{}})",
          false},
-        {"ipv4", R"({"protocols":{"6":{"portFields":[{},{"sportFieldSets":["VLANS"]}]}}})", true},
-        {"ipv4", R"({"protocols":{"17":{"portFields":[{"dportFieldSets":["GONE"]}]}}})", true},
-        {"ipv4", inner("ipv6", R"({"srcPrefixSets":["V6"]})"), false},
-        {"ipv4", inner("ipv6", R"({"srcPrefixSets":["V4"]})"), true},
-        {"ipv6", inner("ipv4", R"({"dstPrefixSets":["V4"]})"), false},
-        {"ipv6",
-         inner("ipv4", R"({"protocols":{"6":{"portFields":[{"dportFieldSets":["GONE"]}]}}})"),
+        {"ipv4", R"("protocols":{"6":{"portFields":[{},{"sportFieldSets":["VLANS"]}]}})", true},
+        {"ipv4", R"("protocols":{"17":{"portFields":[{"dportFieldSets":["GONE"]}]}})", true},
+        {"ipv4", inner("ipv6", R"("srcPrefixSets":["V6"])"), false},
+        {"ipv4", inner("ipv6", R"("srcPrefixSets":["V4"])"), true},
+        {"ipv6", inner("ipv4", R"("dstPrefixSets":["V4"])"), false},
+        {"ipv6", inner("ipv4", R"("protocols":{"6":{"portFields":[{"dportFieldSets":["GONE"]}]}})"),
          true},
     };
     const auto undefined = [](const string& option, const string& filter, const string& fieldSets) {
-        const string match = "\"" + option + R"(":{"structuredFilter":)" + filter + "}";
+        const string match = "\"" + option + R"(":{"structuredFilter":{)" + filter + "}}";
         const string taken = R"({"r1":[")" + option + "\"]}";
         const string rule = R"({"rules":[{"name":"r1","priority":1,"match":{)" + match + "}}]}";
         return recordOfP(Kind::vlan,
