@@ -1,4 +1,6 @@
 // The policy views and their errors form: small states against the exact report, in text and JSON.
+#include <regex>
+
 #include "ViewsFixture.h"
 #include "WellFormed.h"
 #include "views/PolicyView.h"
@@ -123,87 +125,83 @@ const string undefined =
     "WARNING: One or more match rules are using an undefined named counter. Hits against these "
     "rule will not be counted until counter is defined\n";
 
+// A report without one of its directions.
+View without(const string& direction, const View& both, const Command& command) {
+    const std::regex lines("   (Configured|Applied|Failed) on [^\n]*" + direction +
+                           "[^\n]*\n(      E[^\n]*\n)*");
+    const std::regex member(",?\"" + direction + "\":\\{[^}]*\\}");
+    const std::regex comma("\\{,");
+    return {command, std::regex_replace(both.text, lines, ""),
+            std::regex_replace(std::regex_replace(both.json, member, ""), comma, "{")};
+}
+
 TEST(PolicyViewInterface, showsBothDirectionsAndTheirFilters) {
-    const string input =
+    const string none =
+        "   Configured on input of interfaces: \n   Configured on output of interfaces: \n";
+    const string noneJson = R"("input":{"configuredIntfs":[]},"output":{"configuredIntfs":[]})";
+    const View both{
+        summary,
+        "Traffic policy P\n"
         "   Configured on input of interfaces: E1, E10, E2, ...\n"
         "   Applied on input of interfaces for IPv4 traffic: E1, E2\n"
-        "   Applied on input of interfaces for IPv6 traffic: E2\n";
-    const string output =
+        "   Applied on input of interfaces for IPv6 traffic: E2\n"
         "   Configured on output of interfaces: E1\n"
         "   Applied on output of interfaces for IPv4 traffic: E1\n"
-        "   Applied on output of interfaces for IPv6 traffic: E1\n";
-    const string rules =
+        "   Applied on output of interfaces for IPv6 traffic: E1\n"
         "   Total number of rules configured: 2\n"
         "      counter c1\n"
         "      match r1 ipv4\n"
         "      match out ipv6\n" +
-        undefined;
-    const string inputNone = "   Configured on input of interfaces: \n";
-    const string waits = "Traffic policy STAGED\n" + inputNone +
-                         "   Configured on output of interfaces: E7\n" + noRules;
-    const string outputNone = "   Configured on output of interfaces: \n";
-    const string inputJson = R"("input":{"configuredIntfs":["E1","E10","E2","E3"],)"
-                             R"("ipv4AppliedIntfs":["E1","E2"],"ipv6AppliedIntfs":["E2"]},)";
-    const string outputJson = R"("output":{"configuredIntfs":["E1"],)"
-                              R"("ipv4AppliedIntfs":["E1"],"ipv6AppliedIntfs":["E1"]},)";
-    const string rulesJson =
+            undefined + "Traffic policy Q\n" + none + noRules +
+            "Traffic policy STAGED\n"
+            "   Configured on input of interfaces: \n"
+            "   Configured on output of interfaces: E7\n" +
+            noRules + failureWarning("interface"),
+        R"("P":{"input":{"configuredIntfs":["E1","E10","E2","E3"],)"
+        R"("ipv4AppliedIntfs":["E1","E2"],"ipv6AppliedIntfs":["E2"]},)"
+        R"("output":{"configuredIntfs":["E1"],"ipv4AppliedIntfs":["E1"],"ipv6AppliedIntfs":["E1"]},)"
         R"("namedCounters":["c1"],"rules":[{"ruleString":"r1","matchOption":"ipv4"},)"
-        R"({"ruleString":"out","matchOption":"ipv6"}]})";
-    const string inputNoneJson = R"("input":{"configuredIntfs":[]},)";
-    const string outputNoneJson = R"("output":{"configuredIntfs":[]},)";
-    const Command inputOfP{.policyName = "P", .summary = true, .inputOnly = true};
-    const Command outputOfP{.policyName = "P", .summary = true, .outputOnly = true};
-    const Command inputOfQ{.policyName = "Q", .inputOnly = true};
-    const Command outputOfQ{.policyName = "Q", .outputOnly = true};
-    const string failures = failureWarning("interface");
+        R"({"ruleString":"out","matchOption":"ipv6"}]},"Q":{)" +
+            noneJson + R"(,"rules":[]},"STAGED":{"input":{"configuredIntfs":[]},)" +
+            R"("output":{"configuredIntfs":["E7"]},"rules":[]})"};
+    const View ofQ{
+        {}, "Traffic policy Q\n" + none + noRules, "\"Q\":{" + noneJson + ",\"rules\":[]}"};
+    const View failedQ{{}, ofQ.text + failureWarning("interface"), ofQ.json};
     expectViews(Kind::interface, interfaceState(),
-                {{summary,
-                  "Traffic policy P\n" + input + output + rules + "Traffic policy Q\n" + inputNone +
-                      outputNone + noRules + waits + failures,
-                  "\"P\":{" + inputJson + outputJson + rulesJson + ",\"Q\":{" + inputNoneJson +
-                      outputNoneJson + R"("rules":[]},"STAGED":{)" + inputNoneJson +
-                      R"("output":{"configuredIntfs":["E7"]},"rules":[]})"},
-                 {inputOfP, "Traffic policy P\n" + input + rules + failures,
-                  "\"P\":{" + inputJson + rulesJson},
-                 {outputOfP, "Traffic policy P\n" + output + rules + failures,
-                  "\"P\":{" + outputJson + rulesJson},
-                 {inputOfQ, "Traffic policy Q\n" + inputNone + noRules + failures,
-                  "\"Q\":{" + inputNoneJson + "\"rules\":[]}"},
-                 {outputOfQ, "Traffic policy Q\n" + outputNone + noRules,
-                  "\"Q\":{" + outputNoneJson + "\"rules\":[]}"}});
+                {both, without("output", both, {.summary = true, .inputOnly = true}),
+                 without("input", both, {.summary = true, .outputOnly = true}),
+                 // Its warning is of the directions that are shown.
+                 without("output", failedQ, {.policyName = "Q", .inputOnly = true}),
+                 without("input", ofQ, {.policyName = "Q", .outputOnly = true})});
 }
 
 TEST(PolicyViewInterface, showsErrorsOfBothDirections) {
-    const string onOutput =
+    const View both{
+        errors,
+        "Traffic policy P\n"
+        "   Failed on interfaces for IPv4 input traffic: E10, E3\n"
+        "      E10 (full)\n"
+        "      E3 ()\n"
+        "   Failed on interfaces for IPv6 input traffic: E1\n"
+        "      E1 (no IPv6)\n"
         "   Failed on interfaces for IPv4 output traffic: E8\n"
         "      E8 (a)\n"
         "   Failed on interfaces for IPv6 output traffic: E8\n"
-        "      E8 (b)\n";
-    const string onOutputJson =
-        R"x("output":{"ipv4FailedIntfs":["E8"],"ipv4InstallationErrors":["E8 (a)"],)x"
-        R"x("ipv6FailedIntfs":["E8"],"ipv6InstallationErrors":["E8 (b)"]}})x";
-    const Command outputOfP{.policyName = "P", .errors = true, .outputOnly = true};
-    expectViews(
-        Kind::interface, interfaceState(),
-        {{errors,
-          "Traffic policy P\n"
-          "   Failed on interfaces for IPv4 input traffic: E10, E3\n"
-          "      E10 (full)\n"
-          "      E3 ()\n"
-          "   Failed on interfaces for IPv6 input traffic: E1\n"
-          "      E1 (no IPv6)\n" +
-              onOutput + undefined +
-              "Traffic policy Q\n"
-              "   Failed on interfaces for IPv4 input traffic: E4\n"
-              "      E4 ()\n"
-              "Traffic policy STAGED\n",
-          R"("P":{"input":{"ipv4FailedIntfs":["E10","E3"],)"
-          R"x("ipv4InstallationErrors":["E10 (full)","E3 ()"],"ipv6FailedIntfs":["E1"],)x"
-          R"x("ipv6InstallationErrors":["E1 (no IPv6)"]},)x" +
-              onOutputJson +
-              R"x(,"Q":{"input":{"ipv4FailedIntfs":["E4"],"ipv4InstallationErrors":["E4 ()"]},)x"
-              R"("output":{}},"STAGED":{"input":{},"output":{}})"},
-         {outputOfP, "Traffic policy P\n" + onOutput + undefined, "\"P\":{" + onOutputJson}});
+        "      E8 (b)\n" +
+            undefined +
+            "Traffic policy Q\n"
+            "   Failed on interfaces for IPv4 input traffic: E4\n"
+            "      E4 ()\n"
+            "Traffic policy STAGED\n",
+        R"("P":{"input":{"ipv4FailedIntfs":["E10","E3"],)"
+        R"x("ipv4InstallationErrors":["E10 (full)","E3 ()"],"ipv6FailedIntfs":["E1"],)x"
+        R"x("ipv6InstallationErrors":["E1 (no IPv6)"]},"output":{"ipv4FailedIntfs":["E8"],)x"
+        R"x("ipv4InstallationErrors":["E8 (a)"],"ipv6FailedIntfs":["E8"],)x"
+        R"x("ipv6InstallationErrors":["E8 (b)"]}},"Q":{"input":{"ipv4FailedIntfs":["E4"],)x"
+        R"x("ipv4InstallationErrors":["E4 ()"]},"output":{}},"STAGED":{"input":{},"output":{}})x"};
+    expectViews(Kind::interface, interfaceState(),
+                {both, without("output", both, {.errors = true, .inputOnly = true}),
+                 without("input", both, {.errors = true, .outputOnly = true})});
 }
 
 TEST(PolicyViewCpu, showsHardwareAndSoftwareApart) {

@@ -36,6 +36,11 @@ inline SmallState::State ruleState(const std::string& match, const std::string& 
         R"({"r1":[")" + option + "\"]}");
 }
 
+inline SmallState::State criteriaState(const std::string& filter,
+                                       const std::string& option = "ipv4") {
+    return ruleState("\"" + option + R"(":{"structuredFilter":{)" + filter + "}}", "", option);
+}
+
 // What is printed of the only rule below its name: the lines without their 9 blanks, or the
 // members.
 inline std::string shownRule(const SmallState::State& state, U32 format, U32 revision = 2,
@@ -70,19 +75,16 @@ struct CriteriaRow {
     std::string json;               // what "matches" holds, at the current revision
     std::string jsonOfRevision1{};  // empty: the same
     std::string option = "ipv4";
-    bool detail = false;
 };
 
 inline void expectCriteria(const std::vector<CriteriaRow>& rows) {
     for (const CriteriaRow& row : rows) {
         SCOPED_TRACE(row.name);
-        const std::string match =
-            "\"" + row.option + R"(":{"structuredFilter":{)" + row.filter + "}}";
-        const auto state = ruleState(match, "", row.option);
+        const auto state = criteriaState(row.filter, row.option);
         const std::string& json1 = row.jsonOfRevision1.empty() ? row.json : row.jsonOfRevision1;
         for (const U32 revision : {0, 1, 2, 3}) {
-            EXPECT_EQ(shownRule(state, SmallState::text, revision, row.detail), row.text);
-            EXPECT_EQ(shownRule(state, SmallState::json, revision, row.detail),
+            EXPECT_EQ(shownRule(state, SmallState::text, revision), row.text);
+            EXPECT_EQ(shownRule(state, SmallState::json, revision),
                       "\"matches\":{" + (revision <= 1 ? json1 : row.json) + "}");
         }
     }
