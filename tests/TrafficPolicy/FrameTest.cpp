@@ -164,23 +164,6 @@ TEST(Frame, countersGoesBeforeEveryOtherView) {
     EXPECT_EQ(shown(Kind::vlan, state, all, SmallState::json), "") << "none for VLANs";
 }
 
-TEST(Frame, recordsAreMadeOnceAndBearTheFlags) {
-    const Command command{.summary = true, .outputOnly = true};
-    for (const Kind kind : {Kind::interface, Kind::cpu, Kind::vlan}) {
-        const auto show = SmallState::showOf(kind, smallState(), command);
-        const auto record = show->getOrCreatePolicyState("X");
-        EXPECT_NE(show->getOrCreatePolicyState("Y"), record);
-        EXPECT_EQ(show->getOrCreatePolicyState("X"), record);
-        EXPECT_EQ(record->name(), "X");
-        EXPECT_TRUE(record->summary() && !record->errors() && !record->detail());
-        if (const auto onInterface = Orb::ptrCast<PolicyStateInterface>(record)) {
-            EXPECT_TRUE(onInterface->filterOutputPolicies() && !onInterface->filterInputPolicies());
-        }
-        show->policyStateDel("X");
-        EXPECT_NE(show->getOrCreatePolicyState("X"), record);
-    }
-}
-
 TEST(FrameDeathTest, refusesARecordOfAnotherKind) {
     const auto show = SmallState::cpuShow(smallState());
     show->policyStateIs("O", Orb::Ptr<PolicyState>(policyStateVAclFactory("O")));

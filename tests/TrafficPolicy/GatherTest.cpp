@@ -1,5 +1,5 @@
 // What gathering makes of configuration and status: policies, rules and their index, undefined
-// references, sizes of field sets; what it traces; and its walk while the status changes.
+// references; what it traces; and its walk while the status changes.
 #include <gmock/gmock.h>
 
 #include <random>
@@ -106,19 +106,6 @@ TEST(GatherRules, getTheirIndexFromThePlatformsStatusByPriority) {
     }
 }
 
-TEST(GatherRules, takeTheMatchOfTheOptionThatThePlatformTook) {
-    const State state = stateOf(
-        policyWith(R"({"rules":[{"name":"r1","priority":1,"match":{
-            "ipv4":{"structuredFilter":{"ipOptions":true}},"ipv6":{"structuredFilter":{"tracked":true}}}},
-            {"name":"r2","priority":2,"match":{"ipv4":{"structuredFilter":{}}}}]})"),
-        R"({"vlan":{"policyMapStatus":{"P":{"classMapStatus":{"r1":["ipv6"],"r2":["ipv6"]}}}}})");
-    const auto record = recordOfP(Kind::vlan, state);
-    const auto& configured = state.config->policyMapConfig("P")->currCfg()->classMap("r1");
-    EXPECT_EQ(record->classMapConfig(0), configured->match(MatchOption::ipv6));
-    EXPECT_EQ(record->classMapConfig(1)->name(), "r2");
-    EXPECT_EQ(record->classMapConfig(1)->structuredFilter(), nullptr) << "none for ipv6";
-}
-
 TEST(GatherFieldSets, undefinedOnesAreNotedInTheFamilyThatRefersToThem) {
     const string sets = R"(,"fieldSetConfig":{"fieldSetIpPrefix":{"V4":{"currCfg":{}},"NEW":{}},
         "fieldSetIpv6Prefix":{"V6":{"currCfg":{}}},"fieldSetL4Port":{"PORTS":{"currCfg":{}}},
@@ -165,27 +152,6 @@ TEST(GatherFieldSets, undefinedOnesAreNotedInTheFamilyThatRefersToThem) {
         // Without a configuration of field sets no reference is defined.
         EXPECT_EQ(undefined(option, filter, ""), filter.find("Sets") != string::npos) << filter;
     }
-}
-
-TEST(GatherFieldSets, sizesAreCountedOfCurrentVersions) {
-    const auto show = vlanShow(stateOf(R"({"fieldSetConfig":{
-        "fieldSetIpPrefix":{"S":{"currCfg":{"prefixes":["10.0.0.0/8","11.0.0.0/8"],
-            "exceptPrefixes":["10.1.0.0/16"]}},"NEW":{}},
-        "fieldSetIpv6Prefix":{"S":{"currCfg":{"prefixes":["2001:db8::/32"]}},"NEW":{}},
-        "fieldSetL4Port":{"S":{"currCfg":{"ports":["0-65535",80,"70-90"]}},"NEW":{}},
-        "fieldSetVlan":{"S":{"currCfg":{"vlans":["1-10","5-20",4094]}},"NEW":{}}}})",
-                                       "{}"));
-    show->cacheFieldSetState();
-    const FieldSetState& sets = *show->fieldSetState();
-    EXPECT_EQ(sets.ipPrefixFieldSet("S")->totalAcceptPrefixes(), 2U);
-    EXPECT_EQ(sets.ipPrefixFieldSet("S")->totalExceptPrefixes(), 1U);
-    EXPECT_EQ(sets.ipv6PrefixFieldSet("S")->totalAcceptPrefixes(), 1U);
-    EXPECT_EQ(sets.ipv6PrefixFieldSet("S")->totalExceptPrefixes(), 0U);
-    EXPECT_EQ(sets.l4PortFieldSet("S")->totalEntries(), 65536U) << "distinct ports";
-    EXPECT_EQ(sets.vlanFieldSet("S")->totalEntries(), 21U) << "distinct VLANs";
-    EXPECT_EQ(sets.ipPrefixFieldSet().size() + sets.ipv6PrefixFieldSet().size() +
-                  sets.l4PortFieldSet().size() + sets.vlanFieldSet().size(),
-              4U);
 }
 
 TEST(GatherPolicies, nullReferencesReadAsEmpty) {

@@ -76,32 +76,6 @@ TEST(ModelInstallStatus, judgesOneFamilyOverAllReports) {
     }
 }
 
-TEST(ModelPolicyState, selectsByDirection) {
-    const auto record = policyStateInterfaceFactory("P");
-    EXPECT_EQ(record->getInstallErrorList(v4, true), nullptr) << "not an empty record";
-    for (const bool isInput : {true, false}) {
-        const auto status = interfaceStatusFactory();
-        isInput ? record->interfaceStatusInputIs("E1", status)
-                : record->interfaceStatusOutputIs("E1", status);
-        const Orb::Ptr<PerAfIntfList> applied =
-            isInput ? record->appliedIntfInputIs(v4) : record->appliedIntfOutputIs(v4);
-        const Orb::Ptr<PerAfIntfList> failed =
-            isInput ? record->failedIntfInputIs(v4) : record->failedIntfOutputIs(v4);
-        const auto errors = record->createInstallErrorColl(v6, isInput);
-        EXPECT_EQ(record->createInstallErrorColl(v6, isInput), errors) << "made once";
-        EXPECT_EQ(record->getInterfaceStatus("E1", isInput).get(), status.get());
-        EXPECT_EQ(record->getAppliedIntfList(v4, isInput).get(), applied.get());
-        EXPECT_EQ(record->getFailedIntfList(v4, isInput).get(), failed.get());
-        EXPECT_EQ(record->getInstallErrorList(v6, isInput).get(), errors.get());
-        EXPECT_EQ(record->getInstallErrorList(v4, isInput), nullptr);
-        if (!isInput) continue;
-        EXPECT_EQ(record->getInterfaceStatus("E1", false), nullptr);
-        EXPECT_EQ(record->getAppliedIntfList(v4, false), nullptr);
-        EXPECT_EQ(record->getFailedIntfList(v4, false), nullptr);
-        EXPECT_EQ(record->getInstallErrorList(v6, false), nullptr);
-    }
-}
-
 // The numbers of living objects, of all types but the singletons, which live on once made.
 std::map<std::string, U64> liveCounts() {
     std::map<std::string, U64> counts;

@@ -231,20 +231,7 @@ TEST(PolicyViewCpu, showsHardwareAndSoftwareApart) {
     const Command onlyQ{.policyName = "Q"};
     expectViews(
         Kind::cpu, state,
-        {{plain,
-          note +
-              "Traffic policy P\n"
-              "   Configured on CPU for VRFs: all, red\n"
-              "   Applied on CPU for IPv4 traffic in VRFs (hardware): blue\n"
-              "   Applied on CPU for IPv6 traffic in VRFs (hardware): red\n"
-              "   Applied on CPU for IPv4 traffic in VRFs (software): red\n"
-              "   Applied on CPU for IPv6 traffic in VRFs (software): green\n" +
-              noRules + textOfQ + failureWarning("cpu"),
-          R"("P":{"configuredVrfs":["all","red"],"ipv4AppliedVrfs":["blue"],)"
-          R"("ipv6AppliedVrfs":["red"],"ipv4AppliedVrfsSoftware":["red"],)"
-          R"("ipv6AppliedVrfsSoftware":["green"],"rules":[]},)" +
-              jsonOfQ},
-         {onlyQ, note + textOfQ, jsonOfQ},
+        {{onlyQ, note + textOfQ, jsonOfQ},
          {unknown, note, ""},
          {errors,
           "Traffic policy P\n"
@@ -274,17 +261,6 @@ TEST(PolicyView, printsFeatureNameAndKeywordAsGiven) {
     EXPECT_EQ(shown(*show, SmallState::json),
               "{\"policies \\\"here\\\"\":{\"\xf0\x9f\x98\x80\":{\"vacl\":{\"configuredVlans\":[]},"
               "\"rules\":[]}}}\n");
-}
-
-TEST(PolicyView, failedListWithoutErrorRecordHasNoErrorsKey) {
-    const auto vlans = policyStateVAclFactory("P");
-    vlans->errorsIs(true);
-    vlans->failedVlanIs(MatchOption::ipv6)->vlanListIs("7", true);
-    const auto render = [&](textout::RendererV2& renderer) {
-        renderCommonVAclModel(renderer, vlans, 3);
-    };
-    EXPECT_EQ(printed(SmallState::json, render), "{\"vacl\":{\"ipv6FailedVlans\":[\"7\"]}}\n");
-    EXPECT_EQ(printed(SmallState::text, render), "   Failed on VLANs for IPv6 traffic: 7\n");
 }
 
 TEST(PolicyViewDeathTest, errorsAndDetailExcludeEachOther) {

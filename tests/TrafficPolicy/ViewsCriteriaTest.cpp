@@ -83,17 +83,6 @@ TEST(ViewsCriteria, printsTheOtherForms) {
          R"("srcPrefixSets":["FS1","FS10","FS9"],)"
          R"("destExtPrefixSet":[{"name":"FS9","undefined":true}],"destPrefixSets":["FS9"],)"
          R"("fragment":{"fragmentOffsets":[{"low":1,"high":1},{"low":10,"high":8191}]})"},
-        {"prefixes by longest match",
-         R"("destinationLpms":["9.0.0.0/8"],"sourceLpms":["0.0.0.0/0"])",
-         "Source prefix (longest prefix match): 0.0.0.0/0\n"
-         "Destination prefix (longest prefix match): 9.0.0.0/8\n",
-         R"("srcLpmPrefixes":["0.0.0.0/0"],"destLpmPrefixes":["9.0.0.0/8"])"},
-        {"field sets by longest match", R"("dstLpmPrefixSets":["FS9"],"srcLpmPrefixSets":["FS1"])",
-         "Source prefix (longest prefix match): field-set FS1\n"
-         "Destination prefix (longest prefix match):" +
-             undefined9,
-         R"("srcLpmPrefixSet":[{"name":"FS1","numPrefixes":2,"numExceptPrefixes":1}],)"
-         R"("destLpmPrefixSet":[{"name":"FS9","undefined":true}])"},
         {"IPv4 before IPv6",
          R"("sources":["2001:db8::/32","10.0.0.0/8","::/0"])",
          "Source prefix: 10.0.0.0/8\n"

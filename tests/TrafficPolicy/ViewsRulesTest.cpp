@@ -12,55 +12,43 @@ using std::string;
 
 TEST(ViewsRules, printsEachWithItsCriteriaAndActions) {
     GatheredRules rules(rulesState(
-        R"({"name":"r2","priority":1,"match":{"ipv4":{"structuredFilter":{"tracked":true}}},
-            "action":{"drop":{}}},
+        R"({"name":"r2","priority":1,"match":{"ipv4":{"structuredFilter":{
+                "protocols":{"17":{"portFields":[{"dport":[53]}]}}}}},
+            "action":{"redirectNexthop":{"recursive":true,"nexthops":["10.0.0.1"]}}},
            {"name":"r1","priority":2,"match":{"ipv6":{"structuredFilter":{}}}},
            {"name":"r0","priority":3,"action":{"drop":{}}},{"name":"m","priority":4})",
         R"({"r2":["ipv4"],"r1":["ipv6"],"r0":["mac"],"m":["mpls"]})"));
-    EXPECT_EQ(rules.print(text),
-              "      match r2 ipv4\n"
-              "         Tracked: true\n"
-              "         Actions: \n"
-              "         Drop\n"
-              "      match r1 ipv6\n"
-              "      match r0 mac\n"
-              "         Actions: \n"
-              "         Drop\n"
-              "      match m mpls\n");
-    EXPECT_EQ(rules.print(json),
-              R"({"rules":[{"ruleString":"r2","matchOption":"ipv4",)"
-              R"("matches":{"matchTracked":true},"actions":{"drop":true}},)"
-              R"({"ruleString":"r1","matchOption":"ipv6","matches":{}},)"
-              R"({"ruleString":"r0","matchOption":"mac","actions":{"drop":true}},)"
-              R"({"ruleString":"m","matchOption":"mpls"}]})"
-              "\n");
-    rules.record->summaryIs(true);
-    EXPECT_EQ(rules.print(text),
-              "      match r2 ipv4\n"
-              "      match r1 ipv6\n"
-              "      match r0 mac\n"
-              "      match m mpls\n");
-    EXPECT_THAT(rules.print(json),
-                testing::StartsWith(R"({"rules":[{"ruleString":"r2","matchOption":"ipv4"},)"));
-    // Of a rule the status tells the name.
-    rules.record->classMapStatusInputIs(0, Orb::Ptr<const PolicyMap::ClassMapStatus>(
-                                               Orb::make<PolicyMap::ClassMapStatus>("a\x1b")));
-    EXPECT_THAT(rules.print(text), testing::StartsWith("      match a\\x1b ipv4\n"));
-}
-
-TEST(ViewsRules, indentsByTheBlanksPerLevel) {
-    GatheredRules rules(ruleState(
-        R"("ipv4":{"structuredFilter":{"protocols":{"17":{"portFields":[{"dport":[53]}]}}}})",
-        R"("redirectNexthop":{"recursive":true,"nexthops":["10.0.0.1"]})"));
     rules.record->indentCountPerLevelIs(1);
     EXPECT_EQ(rules.print(text),
-              "      match r1 ipv4\n"
+              "      match r2 ipv4\n"
               "       Protocol: udp\n"
               "        Destination port: 53\n"
               "       Actions: \n"
               "       Redirect next hop recursive 10.0.0.1\n"
               "       Active routing action:\n"
-              "        No resolved next hop\n");
+              "        No resolved next hop\n"
+              "      match r1 ipv6\n"
+              "      match r0 mac\n"
+              "       Actions: \n"
+              "       Drop\n"
+              "      match m mpls\n");
+    EXPECT_THAT(
+        rules.print(json),
+        testing::EndsWith(R"({"ruleString":"r1","matchOption":"ipv6","matches":{}},)"
+                          R"({"ruleString":"r0","matchOption":"mac","actions":{"drop":true}},)"
+                          R"({"ruleString":"m","matchOption":"mpls"}]})"
+                          "\n"));
+    // Of a rule the status tells the name.
+    rules.record->summaryIs(true);
+    rules.record->classMapStatusInputIs(0, Orb::Ptr<const PolicyMap::ClassMapStatus>(
+                                               Orb::make<PolicyMap::ClassMapStatus>("a\x1b")));
+    EXPECT_EQ(rules.print(text),
+              "      match a\\x1b ipv4\n"
+              "      match r1 ipv6\n"
+              "      match r0 mac\n"
+              "      match m mpls\n");
+    EXPECT_THAT(rules.print(json),
+                testing::StartsWith(R"({"rules":[{"ruleString":"a\u001b","matchOption":"ipv4"},)"));
 }
 
 // A rule with a criterion of every kind that traces, and one without a filter and without actions.

@@ -50,20 +50,6 @@ TEST(FieldSets, areListedByName) {
              R"({"prefix":"10.1.0.0/24"},{"prefix":"10.2.0.0/16"},{"prefix":"10.10.0.0/16"},)"
              R"({"prefix":"192.0.2.1/32"}],"exceptPrefixes":[{"prefix":"10.1.9.0/24"}]}}})"
              "\n"},
-        {{Of::ipv6},
-         "Traffic policy IPv6 prefix field set: ZONES\nSource: static\n\n"
-         "Prefix\n------\n2001:db8::/32\n2001:db8:1::/48\n\n"
-         "Exception Prefixes\n------------------\nNone\n",
-         R"({"prefixFieldSets":{"ZONES":{"source":"static","prefixes":[)"
-         R"({"prefix":"2001:db8::/32"},{"prefix":"2001:db8:1::/48"}],"exceptPrefixes":[]}}})"
-         "\n"},
-        {{Of::ports},
-         "field-set l4-port EMPTY\n   source BGP\n\n"
-         "field-set l4-port WEB\n   80, 443, 8080-8088\n",
-         R"({"l4PortFieldSets":{"EMPTY":{"source":"bgp","ports":[]},)"
-         R"("WEB":{"source":"static","ports":[{"low":80,"high":80},)"
-         R"({"low":443,"high":443},{"low":8080,"high":8088}]}}})"
-         "\n"},
         {{Of::vlans, "", "30"},
          "field-set vlan GUESTS\n   source flash:guests vrf mgmt\n   7, 20-4094, 100-199\n\n"
          "field-set vlan VOICE\n   30\n",
@@ -93,29 +79,6 @@ TEST(FieldSets, areListedByName) {
     EXPECT_EQ(listing(nullptr, json), noPrefixSets);
     EXPECT_EQ(listing(nullptr, text, {Of::ipv4, "", "0.0.0.0/0"}), noPrefix);
     EXPECT_EQ(listing(nullptr, json, {Of::vlans}), "{\"vlanFieldSets\":{}}\n");
-}
-
-TEST(FieldSets, sayWhereTheirContentsComeFrom) {
-    const struct {
-        string source, text, json;
-    } rows[] = {
-        {"", "static", R"("source":"static")"},
-        {R"("contentsSource":"bgp",)", "BGP", R"("source":"bgp")"},
-        {R"("contentsSource":"url","urlPath":"http://192.0.2.9/list",)", "http://192.0.2.9/list",
-         R"("urlInfo":{"urlPath":"http://192.0.2.9/list"},"source":"url")"},
-        {R"("contentsSource":"url","urlPath":"flash:list","urlVrf":"mgmt",)", "flash:list vrf mgmt",
-         R"("urlInfo":{"urlPath":"flash:list","vrf":"mgmt"},"source":"url")"},
-        {R"("contentsSource":"other","urlPath":"unused",)", "", R"("source":"other")"},
-    };
-    for (const auto& row : rows) {
-        const auto config = configOf(R"("fieldSetIpPrefix":{"S":{"currCfg":{)" + row.source +
-                                     R"("prefixes":[]}}},"fieldSetL4Port":{"S":{"currCfg":{)" +
-                                     row.source + R"("ports":["1-2"]}}})");
-        EXPECT_THAT(listing(config, text), HasSubstr("set: S\nSource: " + row.text + "\n\nPrefix"));
-        EXPECT_THAT(listing(config, json), HasSubstr("\"S\":{" + row.json + ",\"prefixes\":"));
-        const string line = row.source.empty() ? "" : "   source " + row.text + "\n";
-        EXPECT_EQ(listing(config, text, {Of::ports}), "field-set l4-port S\n" + line + "   1-2\n");
-    }
 }
 
 TEST(FieldSets, haveTheirNamesEscaped) {
@@ -170,9 +133,11 @@ const struct FilterRow {
     std::vector<string> listed;
 } filterRows[] = {
     // The set's prefix contains the filter's, or is contained, or neither.
-    {Of::ipv4, {"10.0.0.0/8", "11.0.0.0/8"}, "10.1.0.0/16", false, {"10.0.0.0/8"}},
-    {Of::ipv4, {"10.1.2.0/24", "10.2.0.0/24"}, "10.1.0.0/16", false, {"10.1.2.0/24"}},
-    {Of::ipv4, {"10.1.0.0/16"}, "10.1.0.0/16", false, {"10.1.0.0/16"}},
+    {Of::ipv4,
+     {"10.1.0.0/16", "10.0.0.0/8", "11.0.0.0/8", "10.1.2.0/24", "10.2.0.0/24"},
+     "10.1.0.0/16",
+     false,
+     {"10.0.0.0/8", "10.1.0.0/16", "10.1.2.0/24"}},
     {Of::ipv4, {"10.1.0.0/16"}, "10.0.0.0/16", false, {}},
     // Length 0 matches everything, in the set and in the filter; but there must be something.
     {Of::ipv4, {"0.0.0.0/0"}, "203.0.113.7/32", false, {"0.0.0.0/0"}},
