@@ -13,8 +13,8 @@ warnings.simplefilter("ignore")
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "schema"))
 import schemas  # noqa: E402
 import text  # noqa: E402
-from expected import State  # noqa: E402
 from generate import Generator  # noqa: E402
+from reader import State, read_actions, read_filter  # noqa: E402
 from validate_state import known_keys, used_keys  # noqa: E402
 
 POLICIES = 1000
@@ -34,13 +34,18 @@ def show(folder, kind, view, *options):
     return subprocess.run(command, check=True, capture_output=True).stdout.decode()
 
 
-def compare_rule(where, found, expected):
-    expect(where, "members", list(found), list(expected))
-    matches, right = found.get("matches", {}), expected.get("matches", {})
-    for criterion in sorted(matches.keys() | right.keys()):
-        expect(where, criterion, matches.get(criterion), right.get(criterion))
-    expect(where, "match option", found["matchOption"], expected["matchOption"])
-    expect(where, "actions", list(found.get("actions", {}).items()), list(expected.get("actions", {}).items()))
+def compare_rule(where, state, policy, found, rule, option, kind):
+    expect(where, "match option", found["matchOption"], option)
+    match = rule["match"].get(option, {})
+    expect(where, "matches are there", "matches" in found, "structuredFilter" in match)
+    read = read_filter(found.get("matches", {}))
+    expected = state.filter(match.get("structuredFilter", {}), option)
+    for criterion in sorted(read.keys() | expected.keys()):
+        expect(where, criterion, read.get(criterion), expected.get(criterion))
+    expect(where, "actions are there", "actions" in found, bool(rule.get("action")))
+    actions = state.actions(policy, rule, () if kind == "vlan" else KINDS[kind])
+    read = read_actions(found.get("actions", {}))
+    expect(where, "actions", read, actions)
 
 
 def part_of(report, path):
@@ -65,6 +70,18 @@ def compare_text(where, policy, found, rules, kind):
             count = rule["action"].get("count")
             expected = [*text.action_lines(report["actions"]), *text.count_lines(report["actions"], kind, count)]
         expect(place, "actions", actions, expected)
+
+
+def compare_lists(where, config, state, policy, found):
+    for direction, target in zip(("input", "output"), KINDS["interface"]):
+        configured = config[f"intfConfig{direction.capitalize()}"]
+        expected = {"configuredIntfs": sorted(p for p, to in configured.items() if to == policy)}
+        outcome = state.status[target]["policyMapStatus"].get(policy, {}).get("intfStatus", {})
+        for family in ("ipv4", "ipv6"):
+            applied = sorted(p for p, result in outcome.items() if result[family]["state"] == "programmed")
+            if applied:
+                expected[f"{family}AppliedIntfs"] = applied
+        expect(where, direction, found[direction], expected)
 
 
 def all_keys():
@@ -95,7 +112,7 @@ def reported(folder, validators, kind, view, revision=2):
     return report["trafficPolicies"]
 
 
-def compare(folder, state, validators, kind):
+def compare(folder, config, state, validators, kind):
     for view in ("summary", "errors", "counters")[: 2 if kind == "vlan" else 3]:
         reported(folder, validators, kind, view)
     policies = reported(folder, validators, kind, "detail")
@@ -107,12 +124,12 @@ def compare(folder, state, validators, kind):
     for name, policy in policies.items():
         where = f"{kind}: {name}"
         rules = list(state.rules(name, KINDS[kind]))
-        count += len(rules)
-        expect(where, "rules", [r["ruleString"] for r in policy["rules"]], [rule["name"] for rule, _ in rules])
-        for found, (rule, expected) in zip(policy["rules"], rules):
-            compare_rule(f"{where}, rule {rule['name']}", found, expected)
-        for direction in ("input", "output") if kind == "interface" else ():
-            expect(where, direction, policy[direction], state.interfaces(name, direction))
+        expect(where, "rules", [r["ruleString"] for r in policy["rules"]], [r["name"] for r, _ in rules])
+        for found, (rule, option) in zip(policy["rules"], rules):
+            count += 1
+            compare_rule(f"{where}, rule {rule['name']}", state, name, found, rule, option, kind)
+        if kind == "interface":
+            compare_lists(where, config, state, name, policy)
         compare_text(where, policy, texts[name], rules, kind)
     return count, set(used_keys(policies))
 
@@ -128,7 +145,7 @@ def main():
         for name, document in (("config", config), ("status", status)):
             (pathlib.Path(folder) / f"{name}.json").write_text(json.dumps(document))
         for kind in KINDS:
-            counts[kind], keys = compare(folder, state, validators, kind)
+            counts[kind], keys = compare(folder, config, state, validators, kind)
             if kind == "interface":
                 expect(kind, "keys that no policy has shown", sorted(all_keys() - keys), [])
     for fault in faults[:20]:
