@@ -237,10 +237,6 @@ TEST(CounterView, saysWhatIsNotThere) {
               "Traffic-policies applied on input:\nTraffic policy P\n   match rule: z: N/A\n"
               "   match rule: a: N/A\n   match rule: m: N/A\n")
         << "without a hardware status there is no store";
-    EXPECT_EQ(shown(Kind::interface, state, onlyP, SmallState::json),
-              R"({"trafficPolicies":{"P":{"namedCounters":{},"unnamedCounters":{}}},)"
-              R"("egressTrafficPolicies":{}})"
-              "\n");
     state.interfaceInput = nullptr;
     state.interfaceOutput = whole.interfaceOutput;
     EXPECT_EQ(shown(Kind::interface, state, onlyP, SmallState::text),

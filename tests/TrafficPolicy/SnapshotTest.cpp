@@ -66,8 +66,6 @@ TEST(Snapshot, clearingRenewsWhatLivesAndRemovesWhatIsGone) {
                 "E1":{"uniqueId":22,"packets":7,"bytes":70},"E2":{"uniqueId":23,"packets":8,"bytes":80}}}}}})",
          {"P c #21 9007199254740993/1", "P c E1 #22 7/70", "P c E2 #23 8/80",
           "P r1 #11 18446744073709551615"}},
-        {"rule gone", R"({"P":{"namedCounter":{"c":{"uniqueId":21}}}})", {"P c #21 0/0"}},
-        {"counter gone", R"({"P":{"classCounter":{"r1":{"uniqueId":11}}}})", {"P r1 #11 0"}},
         {"policy gone, another came",
          R"({"Q":{"classCounter":{"r1":{"uniqueId":41,"packets":4}}}})",
          {"Q r1 #41 4"}},

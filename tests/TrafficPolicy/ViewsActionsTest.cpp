@@ -10,7 +10,6 @@ using SmallState::text;
 using std::string;
 
 struct Row {
-    const char* name;
     string action;
     string lines;            // below "Actions: "
     string members;          // what "actions" holds, whether detail is set or not
@@ -19,7 +18,7 @@ struct Row {
 
 void expectActions(const std::vector<Row>& rows) {
     for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(row.action);
         const auto state = ruleState("", row.action);
         for (const bool detail : {false, true}) {
             const bool differs = detail && !row.linesOfDetail.empty();
@@ -31,15 +30,7 @@ void expectActions(const std::vector<Row>& rows) {
 }
 
 TEST(ViewsActions, printsThemAscendingByType) {
-    expectActions({{"every action",
-                    R"("count":{"counterName":"c"},"log":{},
-        "police":{"rate":18446744073709551615,"rateUnit":"pps","burstSize":5,"burstUnit":"packets"},
-        "setIdentityTag":{"idTag":10,"innerIdTag":20},
-        "stripHeaderBytes":{"stripHeaderBytes":"100 200"},"setTc":{"tc":7},"setDscp":{"dscp":46},
-        "setVrf":{"vrfName":"blue"},"setAggGroup":{"interfaces":["b","a"]},
-        "redirectNexthopGroup":{"nexthopGroups":["g2","g10","g1"]},
-        "redirectNexthop":{"nexthops":["2001:db8::1","10.0.0.2","10.0.0.1"]},
-        "gotoMatch":{"matchName":"r9"},"drop":{})",
+    expectActions({{everyAction,
                     "Drop\n"
                     "Goto match r9\n"
                     "Redirect next hop 10.0.0.1, 10.0.0.2, 2001:db8::1\n"
@@ -64,15 +55,13 @@ TEST(ViewsActions, printsThemAscendingByType) {
 
 TEST(ViewsActions, printsTheOtherForms) {
     expectActions({
-        {"more than three next hops",
-         R"("redirectNexthop":{"vrfName":"red",
+        {R"("redirectNexthop":{"vrfName":"red",
             "nexthops":["10.0.0.5","10.0.0.4","10.0.0.3","10.0.0.2","10.0.0.1"]})",
          "Redirect next hop 10.0.0.1, 10.0.0.2, 10.0.0.3, ... vrf red\n",
          R"("redirectNexthop":{"recursive":false,"nexthops":["10.0.0.1","10.0.0.2","10.0.0.3",)"
          R"("10.0.0.4","10.0.0.5"],"vrfName":"red"})",
          "Redirect next hop 10.0.0.1, 10.0.0.2, 10.0.0.3, 10.0.0.4, 10.0.0.5 vrf red\n"},
-        {"a recursive next hop",
-         R"("redirectNexthop":{"recursive":true,"nexthops":["10.0.0.1"],"vrfName":"red",
+        {R"("redirectNexthop":{"recursive":true,"nexthops":["10.0.0.1"],"vrfName":"red",
             "resolvedNexthops":["2001:db8::1","10.1.0.4","10.1.0.3","10.1.0.2","10.1.0.1"]})",
          "Redirect next hop recursive 10.0.0.1 vrf red\n"
          "Active routing action:\n"
@@ -84,20 +73,17 @@ TEST(ViewsActions, printsTheOtherForms) {
          R"("redirectNexthop":{"recursive":true,"nexthops":["10.0.0.1"],"vrfName":"red",)"
          R"("resolvedNexthops":{"nexthops":["10.1.0.1","10.1.0.2","10.1.0.3","10.1.0.4",)"
          R"("2001:db8::1"]}})"},
-        {"one that is not resolved",
-         R"("redirectNexthop":{"recursive":true,"nexthops":["10.0.0.1"]})",
+        {R"("redirectNexthop":{"recursive":true,"nexthops":["10.0.0.1"]})",
          "Redirect next hop recursive 10.0.0.1\n"
          "Active routing action:\n"
          "   No resolved next hop\n",
          R"("redirectNexthop":{"recursive":true,"nexthops":["10.0.0.1"],)"
          R"("resolvedNexthops":{"nexthops":[]}})"},
-        {"more than three next-hop groups",
-         R"("redirectNexthopGroup":{"nexthopGroups":["g5","g4","g3","g2","g1"]})",
+        {R"("redirectNexthopGroup":{"nexthopGroups":["g5","g4","g3","g2","g1"]})",
          "Redirect Next-hop Group g1,g2,g3,...\n",
          R"("redirectNexthopGroups":["g1","g2","g3","g4","g5"])",
          "Redirect Next-hop Group g1,g2,g3,g4,g5\n"},
-        {"many of both",
-         R"("setAggGroup":{"groups":["d","c","b","a"],"interfaces":["E4","E3","E2","E10"]})",
+        {R"("setAggGroup":{"groups":["d","c","b","a"],"interfaces":["E4","E3","E2","E10"]})",
          "Redirect Aggregation Group a, b, c, ...\n"
          "Redirect Tool Interface E10, E2, E3, ...\n",
          R"("tapAggRedirect":{"groups":["a","b","c","d"],"interfaces":["E10","E2","E3","E4"]})",

@@ -14,6 +14,32 @@ namespace TrafficPolicyCli {
 using Filter = Classification::StructuredFilter;
 using Fill = std::function<void(Filter&)>;
 
+// Filters and actions with everything that there is, in an order that is not theirs.
+inline const std::string everyCriterion =
+    R"("innerMatch":{"encapType":"gtpv1","af":"ipv4","structuredFilter":{}},"tracked":true,
+    "ipOptions":true,"l4Protocol":"bgp","neighborsProtocol":"bgp","ttl":[255],"ecn":["1-3"],
+    "dscp":[46,11,10,"0-8"],"fragment":{"type":"matchAll"},"length":["64-128",64,"0-40"],
+    "protocols":{"6":{}},"destinations":["10.1.0.0/16","10.0.0.0/8"],
+    "sources":["10.1.0.0/16","10.0.0.0/16","10.0.0.0/8","9.0.0.0/32"],"vlanTags":[
+    {"vlanFieldSets":["FS9","FS2"]},{"vlanFieldSets":["FS1"]},
+    {"vlans":["300-400",20]},{"vlans":[100,10]}])";
+inline const std::string everyProtocolDetail =
+    R"("protocols":{"17":{},"6":{
+    "icmpTypes":[{"type":"10-11"},{"type":3,"codes":[4,"1-2"]},{"type":0}],
+    "portFields":[{"sport":["1024-65535",22],"sportFieldSets":["FS9","FS1"],
+    "dport":[443],"dportFieldSets":["FS1"]},{"dport":[80]}],
+    "tcpFlags":[{"mask":512,"flag":512},{"mask":256,"flag":256},{"mask":63,"flag":42},
+    {"mask":18,"flag":18},{"mask":18,"flag":16}]}})";
+inline const std::string everyAction =
+    R"("count":{"counterName":"c"},"log":{},
+    "police":{"rate":18446744073709551615,"rateUnit":"pps","burstSize":5,"burstUnit":"packets"},
+    "setIdentityTag":{"idTag":10,"innerIdTag":20},
+    "stripHeaderBytes":{"stripHeaderBytes":"100 200"},"setTc":{"tc":7},"setDscp":{"dscp":46},
+    "setVrf":{"vrfName":"blue"},"setAggGroup":{"interfaces":["b","a"]},
+    "redirectNexthopGroup":{"nexthopGroups":["g2","g10","g1"]},
+    "redirectNexthop":{"nexthops":["2001:db8::1","10.0.0.2","10.0.0.1"]},
+    "gotoMatch":{"matchName":"r9"},"drop":{})";
+
 // A VLAN policy P of these rules and of the match options that the platform took; with the field
 // sets FS1 of each kind, and FS6 of IPv6 prefixes only.
 inline SmallState::State rulesState(const std::string& rules, const std::string& taken) {
@@ -69,7 +95,6 @@ inline std::string shownRule(const SmallState::State& state, U32 format, U32 rev
 
 // A filter and what is printed of it.
 struct CriteriaRow {
-    const char* name;
     std::string filter;
     std::string text;
     std::string json;               // what "matches" holds, at the current revision
@@ -79,7 +104,7 @@ struct CriteriaRow {
 
 inline void expectCriteria(const std::vector<CriteriaRow>& rows) {
     for (const CriteriaRow& row : rows) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(row.filter);
         const auto state = criteriaState(row.filter, row.option);
         const std::string& json1 = row.jsonOfRevision1.empty() ? row.json : row.jsonOfRevision1;
         for (const U32 revision : {0, 1, 2, 3}) {
@@ -129,6 +154,15 @@ struct GatheredRules {
     Orb::Ptr<ShowTrafficPolicyVAcl> show;
     Orb::Ptr<PolicyState> record;
 };
+
+// A trace line "level text"; of one with a signature, its begin, "...", and what follows it.
+inline testing::Matcher<std::string> traceLine(const std::string& line) {
+    const std::size_t dots = line.find("...");
+    if (dots == std::string::npos) return line;
+    return testing::AllOf(testing::StartsWith(line.substr(0, 2)),
+                          testing::HasSubstr(line.substr(2, dots - 2)),
+                          testing::EndsWith(line.substr(dots + 3)));
+}
 
 // The criteria of a filter that no state document can tell.
 inline std::string criteriaByHand(const Fill& fill, U32 format,

@@ -35,13 +35,7 @@ TEST(ViewsProtocol, printsWhatStandsBelowAProtocol) {
         R"({"icmpTypes":{"low":10,"high":11},"icmpCodes":[]}]},)"
         R"({"protocolRange":{"low":17,"high":17}}])";
     expectCriteria({
-        {"everything",
-         R"("protocols":{"17":{},"6":{
-            "icmpTypes":[{"type":"10-11"},{"type":3,"codes":[4,"1-2"]},{"type":0}],
-            "portFields":[{"sport":["1024-65535",22],"sportFieldSets":["FS9","FS1"],
-                "dport":[443],"dportFieldSets":["FS1"]},{"dport":[80]}],
-            "tcpFlags":[{"mask":512,"flag":512},{"mask":256,"flag":256},{"mask":63,"flag":42},
-                {"mask":18,"flag":18},{"mask":18,"flag":16}]}})",
+        {everyProtocolDetail,
          "Protocol: tcp\n"
          "   TCP flags: ack:1\n"
          "              syn:0\n"

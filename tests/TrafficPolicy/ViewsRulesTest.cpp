@@ -63,63 +63,33 @@ TEST(ViewsRules, traces) {
         R"({"full":["ipv4"],"bare":["ipv4"]})"));
     const Captured::Traces traces("TrafficPolicyShowCliHelper", 8);
     rules.print(text);
-    const struct {
-        const char* begin;  // of the line, or of the signature with which it begins
-        const char* end;
-    } expected[] = {
-        {"ShowTrafficPolicyBase::renderRules(", ")"},
-        {"8 Rendering detailed view of the rule full", ""},
-        {"renderMatches(", " full"},
-        {"renderVlanTag(", ")"},
-        {"renderNumericalRange(", "]"},
-        {"8 802.1Q VLAN --> dot1qVlans", ""},
-        {"renderPrefixSet(", ")"},
-        {"8 Source prefix --> srcPrefixes", ""},
-        {"renderPrefixFieldSet(", ")"},
-        {"8 Destination prefix --> destExtPrefixSet", ""},
-        {"renderPrefixFieldSet(", ")"},
-        {"8 Destination prefix --> destPrefixSets", ""},
-        {"renderProtocol(", ")"},
-        {"8 Protocol --> protocols", ""},
-        {"renderInnerMatch(", " af: 2 encapType: 0"},
-        {"ShowTrafficPolicyBase::renderActions(", " full 0"},
-        {"8 Set DSCP --> setDscp", ""},
-        {"8 Rendering detailed view of the rule bare", ""},
-        {"renderMatches(", " bare"},
-        {"renderMatches(", " structured filter not found"},
-        {"ShowTrafficPolicyBase::renderActions(", " bare 1"},
-        {"8 No actions mapped to bare", ""},
+    const char* const expected[] = {
+        "8 ShowTrafficPolicyBase::renderRules(...)",
+        "8 Rendering detailed view of the rule full",
+        "8 renderMatches(...) full",
+        "8 renderVlanTag(...)",
+        "8 renderNumericalRange(...]",
+        "8 802.1Q VLAN --> dot1qVlans",
+        "8 renderPrefixSet(...)",
+        "8 Source prefix --> srcPrefixes",
+        "8 renderPrefixFieldSet(...)",
+        "8 Destination prefix --> destExtPrefixSet",
+        "8 renderPrefixFieldSet(...)",
+        "8 Destination prefix --> destPrefixSets",
+        "8 renderProtocol(...)",
+        "8 Protocol --> protocols",
+        "8 renderInnerMatch(... af: 2 encapType: 0",
+        "8 ShowTrafficPolicyBase::renderActions(... full 0",
+        "8 Set DSCP --> setDscp",
+        "8 Rendering detailed view of the rule bare",
+        "8 renderMatches(... bare",
+        "7 renderMatches(... structured filter not found",
+        "8 ShowTrafficPolicyBase::renderActions(... bare 1",
+        "8 No actions mapped to bare",
     };
-    const std::vector<string> lines = traces.lines();
-    ASSERT_EQ(lines.size(), std::size(expected));
-    for (std::size_t i = 0; i < lines.size(); ++i) {
-        const string begin = expected[i].begin;
-        const string end = expected[i].end;
-        if (end.empty()) {
-            EXPECT_EQ(lines[i], begin);
-        } else {
-            EXPECT_EQ(lines[i].substr(0, 2), end.ends_with("not found") ? "7 " : "8 ");
-            EXPECT_THAT(lines[i],
-                        testing::AllOf(testing::HasSubstr(begin), testing::EndsWith(end)));
-        }
-    }
-}
-
-// A rule with two of everything that is sorted, and one of everything else.
-string largeRule(U32 number) {
-    return R"({"name":"a rule with a name beyond the short ones )" + std::to_string(number) +
-           R"(","priority":)" + std::to_string(number) + R"(,"match":{"ipv4":{"structuredFilter":{
-        "vlanTags":[{"vlans":[2,1]},{"vlans":[1]},{"vlanFieldSets":["F2","F1"]},{"vlanFieldSets":["F1"]}],
-        "sources":["2.0.0.0/8","1.0.0.0/8"],"dstPrefixSets":["F2","F1"],
-        "protocols":{"6":{"portFields":[{"sport":[2,1,"1-3"],"dportFieldSets":["F2","F1"]},{"dport":[1]}],
-            "icmpTypes":[{"type":2},{"type":1},{"type":"1-3"}],
-            "tcpFlags":[{"mask":2,"flag":2},{"mask":1,"flag":1}]},"1-6":{},"2-6":{}},
-        "length":[2,1],"fragment":{"type":"matchAll"},"dscp":[2,1],"ecn":[2,1],"ttl":[2,1],
-        "innerMatch":{"encapType":"gtpv1","af":"ipv4","structuredFilter":{"sources":["1.0.0.0/8"]}}}}},
-        "action":{"log":{},"drop":{},"setDscp":{"dscp":1},"setAggGroup":{"groups":["a","b"]},
-            "police":{"rate":1,"rateUnit":"bps","burstSize":2,"burstUnit":"bytes"},
-            "redirectNexthop":{"recursive":true,"nexthops":["10.0.0.1","2001:db8::1"],
-                "resolvedNexthops":["10.0.0.1","2001:db8::1"]}}})";
+    std::vector<testing::Matcher<string>> lines;
+    for (const char* const line : expected) lines.push_back(traceLine(line));
+    EXPECT_THAT(traces.lines(), testing::ElementsAreArray(lines));
 }
 
 TEST(ViewsRules, allocatesNothingPerRule) {
@@ -127,9 +97,13 @@ TEST(ViewsRules, allocatesNothingPerRule) {
         string config;
         string taken;
         for (U32 i = 0; i < count; ++i) {
-            config += (i == 0 ? "" : ",") + largeRule(i);
-            taken += (i == 0 ? "\"" : ",\"") + string("a rule with a name beyond the short ones ") +
-                     std::to_string(i) + R"(":["ipv4"])";
+            const string name =
+                R"("a rule with a name beyond the short ones )" + std::to_string(i) + "\"";
+            config += (i == 0 ? R"({"name":)" : R"(,{"name":)") + name + R"(,"priority":)" +
+                      std::to_string(i) + R"(,"match":{"ipv4":{"structuredFilter":{)" +
+                      (i % 2 == 0 ? everyCriterion : everyProtocolDetail) + R"(}}},"action":{)" +
+                      everyAction + "}}";
+            taken += (i == 0 ? "" : ",") + name + R"(:["ipv4"])";
         }
         const GatheredRules rules(rulesState(config, "{" + taken + "}"));
         rules.print(format);  // what is kept between lists grows here
@@ -138,7 +112,7 @@ TEST(ViewsRules, allocatesNothingPerRule) {
         return allocationCount() - before;
     };
     for (const U32 format : {text, json}) {
-        EXPECT_EQ(allocationsOf(100, format), allocationsOf(1, format));
+        EXPECT_EQ(allocationsOf(100, format), allocationsOf(2, format));
     }
 }
 

@@ -18,7 +18,7 @@ Orb::Ptr<const FieldSetConfig> someSets() {
         "fieldSetIpv6Prefix":{"ZONES":{"currCfg":{
             "prefixes":["2001:db8:1::/48","2001:db8::/32"]}}},
         "fieldSetL4Port":{"WEB":{"currCfg":{"ports":["8080-8088",443,80]}},"PENDING":{},
-            "EMPTY":{"currCfg":{"contentsSource":"bgp"}}},
+            "OTHER":{"currCfg":{"contentsSource":"other"}}},
         "fieldSetVlan":{"GUESTS":{"currCfg":{"vlans":["100-199",7,"20-4094"],
                 "contentsSource":"url","urlPath":"flash:guests","urlVrf":"mgmt"}},
             "VOICE":{"currCfg":{"vlans":[30]}}})");
@@ -50,6 +50,9 @@ TEST(FieldSets, areListedByName) {
              R"({"prefix":"10.1.0.0/24"},{"prefix":"10.2.0.0/16"},{"prefix":"10.10.0.0/16"},)"
              R"({"prefix":"192.0.2.1/32"}],"exceptPrefixes":[{"prefix":"10.1.9.0/24"}]}}})"
              "\n"},
+        {{Of::ports, "OTHER"},
+         "field-set l4-port OTHER\n   source \n",
+         "{\"l4PortFieldSets\":{\"OTHER\":{\"source\":\"other\",\"ports\":[]}}}\n"},
         {{Of::vlans, "", "30"},
          "field-set vlan GUESTS\n   source flash:guests vrf mgmt\n   7, 20-4094, 100-199\n\n"
          "field-set vlan VOICE\n   30\n",
