@@ -1,4 +1,4 @@
-"""Validators of the documents that tpcli prints, by the names of their schemas."""
+"""What the validations share: validators by the names of their schemas, faults, and mutations."""
 
 import json
 import pathlib
@@ -9,11 +9,12 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 FOLDER = ROOT / "docs" / "schema"
 # What others refer to; no document has these shapes.
 PARTS = ("policy-common", "policy-matches", "policy-actions")
+faults = []
 
 
-def load():
+def load(*kinds):
     schemas = {}
-    for path in sorted([*FOLDER.glob("policy-*.schema.json"), *FOLDER.glob("fieldset-*.schema.json")]):
+    for path in sorted(p for kind in kinds for p in FOLDER.glob(f"{kind}-*.schema.json")):
         schemas[path.as_uri()] = json.loads(path.read_text())
         jsonschema.Draft202012Validator.check_schema(schemas[path.as_uri()])
     validators = {}
@@ -25,8 +26,42 @@ def load():
     return validators
 
 
-def faults_of(validator, document):
-    """What is wrong with the document, one line for each fault, none when it is right."""
+def check(validator, document, where):
+    """Enters what is wrong with the document."""
     for error in validator.iter_errors(document):
         error = jsonschema.exceptions.best_match([error])
-        yield f"/{'/'.join(map(str, error.absolute_path))}: {error.message[:200]}"
+        faults.append(f"{where}: /{'/'.join(map(str, error.absolute_path))}: {error.message[:200]}")
+
+
+def known_keys(schema):
+    if isinstance(schema, dict):
+        yield from schema.get("properties", {})
+        schema = schema.values()
+    if not isinstance(schema, (str, int, float)):
+        for part in schema:
+            yield from known_keys(part)
+
+
+def used_keys(value):
+    if isinstance(value, dict):
+        yield from value
+        value = value.values()
+    if isinstance(value, (list, type({}.values()))):
+        for part in value:
+            yield from used_keys(part)
+
+
+def mutations(value):
+    """The value with each of its parts replaced by one that stands nowhere, and with each of its
+    objects given one more member."""
+    stranger = [[]]
+    yield stranger
+    if isinstance(value, dict):
+        yield {**value, "unknown": stranger}
+        for key, part in value.items():
+            for mutation in mutations(part):
+                yield {**value, key: mutation}
+    elif isinstance(value, list):
+        for i, part in enumerate(value):
+            for mutation in mutations(part):
+                yield value[:i] + [mutation] + value[i + 1 :]
