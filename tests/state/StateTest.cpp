@@ -12,7 +12,6 @@ namespace {
 
 using StateDirectory::readState;
 using StateDirectory::State;
-using StateDirectory::StateError;
 using ::testing::HasSubstr;
 
 // An object and all below it, a line each: objects with their type, attributes that are not of
@@ -76,8 +75,7 @@ TEST(ReadState, DocumentedExampleFillsEveryAttribute) {
         {"vlan", state.vlan},
         {"snapshots.cpu", snapshots.cpu},
         {"snapshots.interfaceInput", snapshots.interfaceInput},
-        {"snapshots.interfaceOutput", snapshots.interfaceOutput},
-    };
+        {"snapshots.interfaceOutput", snapshots.interfaceOutput}};
     Listing listing;
     for (const auto& [name, object] : objects) {
         ASSERT_TRUE(object) << name;
@@ -86,13 +84,17 @@ TEST(ReadState, DocumentedExampleFillsEveryAttribute) {
     EXPECT_EQ(listing.text(), contentsOf(SOURCE_DIR "/tests/state/documented-state.txt"));
 }
 
+const PolicyMap::ClassMapMatch* matchOf(const State& state, const char* policy, const char* rule,
+                                        PolicyMap::ClassMapMatchOption option) {
+    return state.config->policyMapConfig(policy)->currCfg()->classMap(rule)->match(option);
+}
+
 TEST(ReadState, IcmpCodesBelongToTheirType) {
     const DocumentedState directory;
     const State state = readState(directory.path());
-    const auto* version = state.config->policyMapConfig("CAMPUS-IN")->currCfg().get();
-    const auto filter =
-        version->classMap("web")->match(PolicyMap::ClassMapMatchOption::ipv6)->structuredFilter();
-    const auto& types = filter->protocols(Classification::ProtocolRange(58, 58))->icmpTypes();
+    const auto* match = matchOf(state, "CAMPUS-IN", "web", PolicyMap::ClassMapMatchOption::ipv6);
+    const auto& types =
+        match->structuredFilter()->protocols(Classification::ProtocolRange(58, 58))->icmpTypes();
     ASSERT_EQ(types.size(), 2U);
     EXPECT_TRUE(types.find(0)->codes.contains(Classification::IcmpCodeRange(3, 4)));
     EXPECT_EQ(types.find(0)->codes.size(), 2U);
@@ -109,65 +111,52 @@ TEST(ReadState, AbsentObjectsAreNullAndEmptyOnesAreNot) {
                  empty.cpu || empty.cpuSoftware || empty.vlan);
     EXPECT_TRUE(empty.macDir && empty.macDir->entry().empty());
 
+    // Keys may stand in any order.
     directory.documentIs("config", R"({"policyMapConfig": {"P": {}, "Q": {"currCfg": {"rules": [
         {"name": "none", "priority": 1, "match": {"ipv4": {}}},
         {"name": "empty", "priority": 2, "match": {"ipv4": {"structuredFilter": {}}}},
-        {"name": "bare", "priority": 3}]}}}})");
+        {"name": "bare", "priority": 3},
+        {"match": {"ipv4": {"structuredFilter": {"innerMatch": {
+            "structuredFilter": {"sources": ["2001:db8::/32"]}, "encapType": "gtpv1", "af": "ipv6"}}}},
+         "action": {"log": {}}, "priority": 5, "name": "late"}]}}}})");
     directory.documentIs("status", R"({"cpu": {}})");
     const State state = readState(directory.path());
     EXPECT_TRUE(state.cpu && state.cpu->policyMapStatus().empty());
     EXPECT_FALSE(state.config->policyMapConfig("P")->currCfg());
     const auto* version = state.config->policyMapConfig("Q")->currCfg().get();
-    const auto filterOf = [&](const char* rule) {
-        return version->classMap(rule)
-            ->match(PolicyMap::ClassMapMatchOption::ipv4)
-            ->structuredFilter();
-    };
-    EXPECT_FALSE(filterOf("none"));
-    EXPECT_TRUE(filterOf("empty"));
+    const auto ipv4 = PolicyMap::ClassMapMatchOption::ipv4;
+    EXPECT_FALSE(matchOf(state, "Q", "none", ipv4)->structuredFilter());
+    EXPECT_TRUE(matchOf(state, "Q", "empty", ipv4)->structuredFilter());
     EXPECT_TRUE(version->classMap("bare")->match().empty());
     EXPECT_EQ(version->policyAction("bare"), nullptr);
-}
-
-TEST(ReadState, KeysMayStandInAnyOrder) {
-    const TemporaryState directory;
-    directory.documentIs("config", R"({"policyMapConfig": {"P": {"currCfg": {"rules": [
-        {"match": {"ipv4": {"structuredFilter": {"innerMatch": {
-            "structuredFilter": {"sources": ["2001:db8::/32"]}, "encapType": "gtpv1", "af": "ipv6"}}}},
-         "action": {"log": {}}, "priority": 5, "name": "late"}]}}}})");
-    const State state = readState(directory.path());
-    const auto* version = state.config->policyMapConfig("P")->currCfg().get();
-    const auto* match = version->classMap("late")->match(PolicyMap::ClassMapMatchOption::ipv4);
-    EXPECT_EQ(match->name(), "late");
-    EXPECT_EQ(match->structuredFilter()->innerMatch()->structuredFilter()->sources().size(), 1U);
+    const auto* late = matchOf(state, "Q", "late", ipv4);
+    EXPECT_EQ(late->name(), "late");
+    EXPECT_EQ(late->structuredFilter()->innerMatch()->structuredFilter()->sources().size(), 1U);
     EXPECT_EQ(version->policyAction("late")->className(), "late");
 }
 
 struct FaultyFile {
-    const char* name;
     void (*make)(const std::string& path);
     const char* says;
 };
 
 const FaultyFile faultyFiles[] = {
-    {"missing", [](const std::string&) {},
+    {[](const std::string&) {},
      ": cannot be opened: No such file or directory, expected a readable regular file"},
-    {"fifo", [](const std::string& path) { ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0); },
+    {[](const std::string& path) { ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0); },
      ": is no regular file, expected a readable regular file"},
-    {"directory", [](const std::string& path) { std::filesystem::create_directory(path); },
+    {[](const std::string& path) { std::filesystem::create_directory(path); },
      ": is no regular file, expected a readable regular file"},
-    {"device", [](const std::string& path) { std::filesystem::create_symlink("/dev/zero", path); },
+    {[](const std::string& path) { std::filesystem::create_symlink("/dev/zero", path); },
      ": is no regular file, expected a readable regular file"},
-    {"tooLarge",
-     [](const std::string& path) {
+    {[](const std::string& path) {
          std::ofstream(path) << "{}";
          std::filesystem::resize_file(path, StateDirectory::Document::maxSize + 1);
      },
      ": has 1073741825 bytes, expected at most 1073741824"},
-    {"invalidUtf8", [](const std::string& path) { std::ofstream(path) << "{\"a\xc0\x80\": 1}"; },
+    {[](const std::string& path) { std::ofstream(path) << "{\"a\xc0\x80\": 1}"; },
      ": line 1, column 4: invalid byte in a string, expected UTF-8"},
-    {"tooDeep",
-     [](const std::string& path) {
+    {[](const std::string& path) {
          std::ofstream(path) << std::string(100000, '[') << std::string(100000, ']');
      },
      ": line 1, column 1024: too deeply nested, expected less than 1024 levels"},
@@ -179,25 +168,22 @@ TEST(ReadState, FaultyFilesAreRefusedAtOnce) {
             const TemporaryState directory;
             std::filesystem::remove(directory.document(document));
             fault.make(directory.document(document));
-            EXPECT_EQ(directory.refusal(), directory.document(document) + fault.says) << fault.name;
+            EXPECT_EQ(directory.refusal(), directory.document(document) + fault.says);
         }
     }
 }
 
-TEST(ReadState, MessagesShowPathsEscaped) {
-    try {
-        readState("/no/such\x1b[31m");
-        FAIL();
-    } catch (const StateError& error) {
-        EXPECT_THAT(error.what(), HasSubstr("/no/such\\x1b[31m/config.json: "));
-    }
-}
-
-TEST(ReadState, OfTwoFaultyDocumentsTheConfigurationIsReported) {
+TEST(ReadState, MessagesNameTheFirstFaultyDocumentEscaped) {
     const TemporaryState directory;
     directory.documentIs("config", "[]");
     directory.documentIs("status", "[]");
     EXPECT_THAT(directory.refusal(), HasSubstr("/config.json: "));
+    try {
+        readState("/no/such\x1b[31m");
+        FAIL();
+    } catch (const StateDirectory::StateError& error) {
+        EXPECT_THAT(error.what(), HasSubstr("/no/such\\x1b[31m/config.json: "));
+    }
 }
 
 U64 liveObjects() {
