@@ -3,19 +3,18 @@
 
 #include <gmock/gmock.h>
 
+#include <sstream>
+
 #include "cli/Commands.h"
 
 namespace {
 
 using Cli::Words;
 
-Words split(std::string_view line) {
+Words split(const std::string& line) {
     Words words;
-    while (!line.empty()) {
-        const std::size_t end = std::min(line.find(' '), line.size());
-        words.emplace_back(line.substr(0, end));
-        line.remove_prefix(std::min(end + 1, line.size()));
-    }
+    std::istringstream in(line);
+    for (std::string word; in >> word;) words.push_back(word);
     return words;
 }
 
@@ -50,13 +49,11 @@ std::string complaintAbout(const Words& words) {
 
 TEST(Grammar, readsCommands) {
     struct {
-        std::string_view words, expected;
+        std::string words, expected;
     } const rows[] = {
         {"show traffic-policy interface", "show traffic-policy interface"},
         {"show traffic-policy EDGE-IN interface output detail",
          "show traffic-policy NAME=EDGE-IN interface output detail"},
-        {"show traffic-policy vlan errors", "show traffic-policy vlan errors"},
-        {"clear traffic-policy counters", "clear traffic-policy counters"},
         {"show traffic-policy field-set ipv6 prefix BOGONS filter 2001:db8::/32 exact",
          "show traffic-policy field-set ipv6 prefix NAME=BOGONS filter PREFIX=2001:db8::/32 exact"},
         {"show traffic-policy field-set l4-port filter 80-81",
@@ -101,10 +98,6 @@ TEST(Grammar, pointsAtWrongWords) {
          "\"input\" cannot stand here\n"
          "  show traffic-policy interface errors input\n"
          "                                       ^~~~~ expected the end of the command"},
-        {split("show traffic-policy cpu errors detail"),
-         "\"detail\" cannot stand here\n"
-         "  show traffic-policy cpu errors detail\n"
-         "                                 ^~~~~~ expected the end of the command"},
         {split("show traffic-policy"),
          "the command is not complete\n"
          "  show traffic-policy\n"

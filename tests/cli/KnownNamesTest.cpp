@@ -12,6 +12,7 @@ using testing::IsEmpty;
 
 TEST(KnownNames, ofPoliciesComeFromConfigurationStatusAndPoints) {
     const TemporaryState directory;
+    EXPECT_THAT(Cli::policyNames(StateDirectory::readState(directory.path())), IsEmpty());
     directory.documentIs("config", R"({
         "policyMapConfig": {"A": {}},
         "intfConfigInput": {"Ethernet1": "B", "Ethernet2": "B"},
@@ -33,6 +34,9 @@ TEST(KnownNames, ofPoliciesComeFromConfigurationStatusAndPoints) {
 
 TEST(KnownNames, ofFieldSetsAreThoseOfTheirKind) {
     const TemporaryState directory;
+    const auto empty = StateDirectory::readState(directory.path());
+    EXPECT_THAT(Cli::prefixFieldSetNames(empty, true), IsEmpty());
+    EXPECT_THAT(Cli::macFieldSetNames(empty), IsEmpty());
     directory.documentIs("config", R"({
         "fieldSetConfig": {
             "fieldSetIpPrefix": {"P4": {}}, "fieldSetIpv6Prefix": {"P6": {}},
@@ -46,15 +50,6 @@ TEST(KnownNames, ofFieldSetsAreThoseOfTheirKind) {
     EXPECT_THAT(Cli::portFieldSetNames(state), ElementsAre("PORTS"));
     EXPECT_THAT(Cli::vlanFieldSetNames(state), ElementsAre("VLANS"));
     EXPECT_THAT(Cli::macFieldSetNames(state), ElementsAre("M1", "M2", "M3"));
-}
-
-TEST(KnownNames, ofAnEmptyStateAreNone) {
-    const auto state = StateDirectory::readState(TemporaryState().path());
-    EXPECT_THAT(Cli::policyNames(state), IsEmpty());
-    EXPECT_THAT(Cli::prefixFieldSetNames(state, true), IsEmpty());
-    EXPECT_THAT(Cli::portFieldSetNames(state), IsEmpty());
-    EXPECT_THAT(Cli::vlanFieldSetNames(state), IsEmpty());
-    EXPECT_THAT(Cli::macFieldSetNames(state), IsEmpty());
 }
 
 TEST(KnownNames, anUnknownOneIsReportedWithTheNearest) {
