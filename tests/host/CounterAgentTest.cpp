@@ -47,9 +47,7 @@ class CounterAgent : public testing::Test {
         }
         meanwhile();
         ::kill(process, signal);
-        int result = 0;
-        ::waitpid(process, &result, 0);
-        return WIFEXITED(result) ? WEXITSTATUS(result) : 128 + WTERMSIG(result);
+        return waitFor(process);
     }
     std::string store() const { return state_.file("counters.reef"); }
     PolicyMapCounters counters() const {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <sstream>
 
 #include "Process.h"
@@ -26,7 +27,7 @@ std::vector<Case> cases() {
         std::istringstream words(line);
         Case row;
         words >> row.file;
-        for (std::string word; words >> word;) row.arguments.push_back(word);
+        row.arguments.assign(std::istream_iterator<std::string>(words), {});
         cases.push_back(row);
     }
     return cases;

@@ -18,16 +18,6 @@
 
 namespace {
 
-// tpcli in a directory of its own.
-pid_t start(std::vector<std::string> arguments, const TemporaryDirectory& directory, int output,
-            const std::function<void()>& prepare) {
-    arguments.insert(arguments.begin(), TPCLI_PATH);
-    return startProgram(std::move(arguments), output, directory.file("errors"), [&] {
-        if (::chdir(directory.path().c_str()) != 0) ::_exit(126);
-        if (prepare) prepare();
-    });
-}
-
 // Polls until the condition holds; false when it never does.
 template <class Condition>
 bool eventually(Condition condition) {
@@ -37,17 +27,6 @@ bool eventually(Condition condition) {
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
     return true;
-}
-
-// Ends the process when it does not end by itself.
-int waitFor(pid_t process) {
-    int status = 0;
-    if (!eventually([&] { return ::waitpid(process, &status, WNOHANG) == process; })) {
-        ADD_FAILURE() << "tpcli did not end";
-        ::kill(process, SIGKILL);
-        ::waitpid(process, &status, 0);
-    }
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
 }  // namespace
@@ -100,55 +79,39 @@ pid_t startProgram(std::vector<std::string> arguments, int output, const std::st
     ::_exit(127);
 }
 
-RunningTpcli::RunningTpcli(const std::vector<std::string>& arguments, Interrupt interrupt) {
-    int ends[2];
-    if (::pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("cannot make a pipe");
-    reader_ = ends[0];
-    process_ = start(arguments, directory_, ends[1], [&] {
-        if (interrupt == Interrupt::ignored) ::signal(SIGINT, SIG_IGN);
+pid_t startTpcli(std::vector<std::string> arguments, const TemporaryDirectory& directory,
+                 int output, const std::function<void()>& prepare) {
+    arguments.insert(arguments.begin(), TPCLI_PATH);
+    return startProgram(std::move(arguments), output, directory.file("errors"), [&] {
+        if (::chdir(directory.path().c_str()) != 0) ::_exit(126);
+        if (prepare) prepare();
     });
 }
 
-RunningTpcli::~RunningTpcli() {
-    ::close(reader_);
-    if (process_ > 0) {
-        ::kill(process_, SIGKILL);
-        ::waitpid(process_, nullptr, 0);
+int waitFor(pid_t process) {
+    int status = 0;
+    if (!eventually([&] { return ::waitpid(process, &status, WNOHANG) == process; })) {
+        ADD_FAILURE() << "the process did not end";
+        ::kill(process, SIGKILL);
+        ::waitpid(process, &status, 0);
     }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-void RunningTpcli::waitUntilBlocked() const {
-    const int capacity = ::fcntl(reader_, F_GETPIPE_SZ);
+void waitUntilFull(int reader) {
     EXPECT_TRUE(eventually([&] {
         int bytes = 0;
-        return ::ioctl(reader_, FIONREAD, &bytes) == 0 && bytes == capacity;
+        return ::ioctl(reader, FIONREAD, &bytes) == 0 && bytes == ::fcntl(reader, F_GETPIPE_SZ);
     })) << "the pipe never filled";
 }
 
-void RunningTpcli::interrupt() const { ::kill(process_, SIGINT); }
-
-Outcome RunningTpcli::waitThenRead() {
-    const int status = wait();
-    return {status, readOutput(), contentsOf(directory_.file("errors"))};
-}
-
-Outcome RunningTpcli::readThenWait() {
-    const std::string output = readOutput();
-    return {wait(), output, contentsOf(directory_.file("errors"))};
-}
-
-int RunningTpcli::wait() {
-    const int status = waitFor(process_);
-    process_ = -1;
-    return status;
-}
-
-std::string RunningTpcli::readOutput() const {
+std::string readAll(int reader) {
     std::string output;
     char buffer[65536];
-    for (ssize_t count = 0; (count = ::read(reader_, buffer, sizeof buffer)) > 0;) {
+    for (ssize_t count = 0; (count = ::read(reader, buffer, sizeof buffer)) > 0;) {
         output.append(buffer, static_cast<std::size_t>(count));
     }
+    ::close(reader);
     return output;
 }
 
@@ -163,6 +126,6 @@ Outcome runTpcli(const std::vector<std::string>& arguments) {
 
 Outcome runTpcli(const std::vector<std::string>& arguments, int output) {
     const TemporaryDirectory directory;
-    const int status = waitFor(start(arguments, directory, output, {}));
+    const int status = waitFor(startTpcli(arguments, directory, output));
     return {status, "", contentsOf(directory.file("errors"))};
 }

@@ -9,7 +9,7 @@
 
 // What a process left behind.
 struct Outcome {
-    int status;  // the exit status; 128 + the signal that ended it
+    int status;  // as waitFor says it
     std::string output;
     std::string errors;
 };
@@ -43,33 +43,19 @@ std::string contentsOf(const std::string& path);
 pid_t startProgram(std::vector<std::string> arguments, int output, const std::string& errors,
                    const std::function<void()>& prepare = {});
 
-// A running tpcli whose standard output is a pipe that nobody reads yet.
-class RunningTpcli {
-  public:
-    enum class Interrupt { asUsual, ignored };  // what SIGINT does when it starts
+// The same for tpcli, which runs in the directory and leaves its errors there.
+pid_t startTpcli(std::vector<std::string> arguments, const TemporaryDirectory& directory,
+                 int output, const std::function<void()>& prepare = {});
 
-    RunningTpcli(const std::vector<std::string>& arguments, Interrupt interrupt);
-    RunningTpcli(const RunningTpcli&) = delete;
-    RunningTpcli& operator=(const RunningTpcli&) = delete;
-    ~RunningTpcli();
+// The exit status of a process, which is ended when it does not end by itself within a minute; 128
+// + the signal that ended it.
+int waitFor(pid_t process);
+// Waits until a pipe is full: who writes to it is blocked.
+void waitUntilFull(int reader);
+// Reads to the end, which closes the descriptor.
+std::string readAll(int reader);
 
-    // Waits until the pipe is full: the process is blocked.
-    void waitUntilBlocked() const;
-    void interrupt() const;
-    // Waits for the process to end, then reads what is in the pipe.
-    Outcome waitThenRead();
-    Outcome readThenWait();
-
-  private:
-    int wait();
-    std::string readOutput() const;
-
-    TemporaryDirectory directory_;
-    pid_t process_ = -1;
-    int reader_ = -1;
-};
-
-// Runs tpcli in an empty directory to its end, at most a minute.
+// Runs tpcli in an empty directory to its end.
 Outcome runTpcli(const std::vector<std::string>& arguments);
 // The same with the descriptor, which the call closes, as standard output.
 Outcome runTpcli(const std::vector<std::string>& arguments, int output);

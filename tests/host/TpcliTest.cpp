@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <sstream>
 
 #include "Process.h"
@@ -189,32 +190,35 @@ class TpcliInterrupted : public testing::TestWithParam<const char*> {
                prefixes + "]}}}}}";
     }
 
+    TpcliInterrupted() { EXPECT_EQ(::pipe2(ends_, O_CLOEXEC), 0); }
+
+    int ends_[2];
     StateFixture state_{largeSet(), "{}"};
     Arguments arguments_ =
         over(state_, GetParam() + std::string(" show traffic-policy field-set ipv4 prefix"));
 };
 
 TEST_P(TpcliInterrupted, endsAlthoughNobodyReads) {
-    RunningTpcli tpcli(arguments_, RunningTpcli::Interrupt::asUsual);
-    tpcli.waitUntilBlocked();
-    tpcli.interrupt();
-    const Outcome outcome = tpcli.waitThenRead();
-    EXPECT_EQ(outcome.status, 130);
-    EXPECT_THAT(outcome.errors, IsEmpty());
+    const TemporaryDirectory directory;
+    const pid_t tpcli = startTpcli(arguments_, directory, ends_[1]);
+    waitUntilFull(ends_[0]);
+    ::kill(tpcli, SIGINT);
+    EXPECT_EQ(waitFor(tpcli), 130);
+    EXPECT_THAT(contentsOf(directory.file("errors")), IsEmpty());
     // What was printed stands.
+    const std::string output = readAll(ends_[0]);
     const std::string whole = runTpcli(arguments_).output;
-    EXPECT_GE(outcome.output.size(), 4096U);
-    EXPECT_LT(outcome.output.size(), whole.size());
-    EXPECT_TRUE(whole.starts_with(outcome.output));
+    EXPECT_GE(output.size(), 4096U);
+    EXPECT_LT(output.size(), whole.size());
+    EXPECT_TRUE(whole.starts_with(output));
 }
 
 TEST_P(TpcliInterrupted, goesOnWhereInterruptsAreIgnored) {
-    RunningTpcli tpcli(arguments_, RunningTpcli::Interrupt::ignored);
-    tpcli.waitUntilBlocked();
-    tpcli.interrupt();
-    const Outcome outcome = tpcli.readThenWait();
-    EXPECT_EQ(outcome.status, 0);
-    EXPECT_EQ(outcome.output, runTpcli(arguments_).output);
+    const pid_t tpcli = startTpcli(arguments_, state_, ends_[1], [] { ::signal(SIGINT, SIG_IGN); });
+    waitUntilFull(ends_[0]);
+    ::kill(tpcli, SIGINT);
+    EXPECT_EQ(readAll(ends_[0]), runTpcli(arguments_).output);
+    EXPECT_EQ(waitFor(tpcli), 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, TpcliInterrupted, testing::Values("", "--json"),
