@@ -35,22 +35,21 @@ class ReefDamage : public ReefScene {
     void expectNothingWrong(const Orb::Ptr<StoreManager>& manager) const {
         Figures figures;
         if (!walkDamage(manager, figures).empty()) return;
-        const Figures whole = expected();
+        Figures whole = expected();
         for (const auto& [name, figure] : figures) {
-            const auto found = whole.find(name);
-            ASSERT_NE(found, whole.end()) << testing::PrintToString(name);
-            ASSERT_EQ(figure, found->second) << testing::PrintToString(name);
+            ASSERT_EQ(whole.count(name), 1U) << testing::PrintToString(name);
+            ASSERT_EQ(figure, whole[name]) << testing::PrintToString(name);
         }
     }
     void expectTold(const std::string& damage) const {
         CaptureStderr();
-        const auto input = reader();
-        EXPECT_EQ(input.classCounterData({"edge", ""}, "dns"), nullptr);
-        EXPECT_EQ(input.namedCounterData({"edge", ""}, "hits"), nullptr);
-        EXPECT_EQ(input.numClasses({"edge", ""}), 0U);
-        EXPECT_EQ(input.numNamedCounters({"edge", ""}), 0U);
+        const auto view = reader();
+        EXPECT_EQ(view.classCounterData({"edge", ""}, "dns"), nullptr);
+        EXPECT_EQ(view.namedCounterData({"edge", ""}, "hits"), nullptr);
+        EXPECT_EQ(view.numClasses({"edge", ""}), 0U);
+        EXPECT_EQ(view.numNamedCounters({"edge", ""}), 0U);
         EXPECT_EQ(GetCapturedStderr(), told(damage));
-        EXPECT_EQ(input.counters()->manager()->damage(), damage);
+        EXPECT_EQ(view.counters()->manager()->damage(), damage);
         EXPECT_THROW(StoreWriter::resume(path), std::runtime_error) << damage;
         std::filesystem::remove_all(path);
     }
@@ -138,14 +137,14 @@ TEST_F(ReefDamage, byTruncationWhileMappedIsFound) {
     status->policyMapStatusIs("edge", policy);
     StoreWriter writer = StoreWriter::create(path, status, nullptr, Identities::ofStatus);
 
-    const auto input = reader();
-    EXPECT_NE(input.classCounterData({"edge", ""}, "rule500"), nullptr);
+    const auto view = reader();
+    EXPECT_NE(view.classCounterData({"edge", ""}, "rule500"), nullptr);
     const auto early = manager();
     EXPECT_EQ(walk(early).size(), 500U);
     std::filesystem::resize_file(path, 4096);
     CaptureStderr();
-    EXPECT_EQ(input.classCounterData({"edge", ""}, "rule500"), nullptr);
-    EXPECT_EQ(input.classCounterData({"edge", ""}, "rule400"), nullptr);
+    EXPECT_EQ(view.classCounterData({"edge", ""}, "rule500"), nullptr);
+    EXPECT_EQ(view.classCounterData({"edge", ""}, "rule400"), nullptr);
     EXPECT_EQ(GetCapturedStderr(), told("it was cut short while it was read"));
     EXPECT_THROW(walk(early), Cairn::CorruptionDetectedException);
     const Reef::Increment last[] = {{499, {1, 64}}};

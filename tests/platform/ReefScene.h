@@ -42,30 +42,39 @@ inline Orb::Ptr<PacketDataStatus> record(const std::string& name, const Figure& 
     return data;
 }
 
-inline Orb::Ptr<const TrafficPolicy::Status> sampleStatus(U64 identity) {
-    auto status = Orb::make<TrafficPolicy::Status>();
-    for (const std::string policyName : {"edge", "core", "none"}) {
-        auto policy = Orb::make<PolicyMap::PolicyMapStatus>(policyName);
-        status->policyMapStatusIs(policyName, policy);
-        if (policyName == "none") continue;
-        for (const std::string rule : {"web", "dns", "default", "\x1b\xff"}) {
-            ++identity;
-            policy->classCounterIs(rule, record(rule, {identity, {identity * 10, identity * 640}}));
-        }
-        for (const std::string name : {"hits", "web"}) {
-            auto named = record(name, {++identity, {3, 192}});
-            for (const char* intf : {"Ethernet2", "Ethernet1"}) {
-                if (name != "hits") continue;
-                const Wire::IntfId intfId(intf);
-                auto row = Orb::make<PolicyMap::IntfCountData>(intfId, Keel::UniqueId{++identity});
-                row->countDataIs(PacketAndByte{intf[8] == '1' ? 1U : 2U, 64});
-                named->perIntfCountIs(intfId, row);
+// The status of a direction, and what a walk of a store made from it has to see.
+struct Sample {
+    Sample(const std::string& direction, U64 identity) {
+        for (const std::string policyName : {"edge", "core", "none"}) {
+            auto policy = Orb::make<PolicyMap::PolicyMapStatus>(policyName);
+            status->policyMapStatusIs(policyName, policy);
+            if (policyName == "none") continue;
+            const auto entered = [&](const std::string& name, PacketAndByte count) {
+                return figures[direction + " " + policyName + name] = Figure{++identity, count};
+            };
+            for (const std::string rule : {"web", "dns", "default", "\x1b\xff"}) {
+                const U64 number = identity + 1;
+                policy->classCounterIs(
+                    rule, record(rule, entered(" rule " + rule, {number * 10, number * 640})));
             }
-            policy->namedCounterIs(name, named);
+            policy->namedCounterIs("web", record("web", entered(" named web", {3, 192})));
+            auto hits = record("hits", entered(" named hits", {3, 192}));
+            for (const std::string name : {"Ethernet2", "Ethernet1"}) {
+                const U64 packets = name == "Ethernet1" ? 1 : 2;
+                const Figure figure = entered(" named hits " + name, {packets, 64});
+                const Wire::IntfId intfId(name);
+                auto row =
+                    Orb::make<PolicyMap::IntfCountData>(intfId, Keel::UniqueId{figure.identity});
+                row->countDataIs(figure.count);
+                hits->perIntfCountIs(intfId, row);
+            }
+            policy->namedCounterIs("hits", hits);
         }
     }
-    return status;
-}
+
+    Orb::Ptr<TrafficPolicy::Status> status = Orb::make<TrafficPolicy::Status>();
+    Figures figures;
+};
 
 inline void addFigures(Figures& figures, const std::string& prefix, const PacketDataStatus& data) {
     figures[prefix + data.name()] = {data.uniqueId().value, data.count()};
@@ -79,15 +88,15 @@ inline void addFigures(Figures& figures, const std::string& prefix, const Packet
 inline Figures walk(const Orb::Ptr<StoreManager>& manager) {
     Figures figures;
     for (const Direction direction : {Direction::input, Direction::output}) {
+        const std::string text = direction == Direction::input ? "input " : "output ";
         const PolicyMapTypeCounters counters(manager, direction);
         for (const auto& key : counters.policyMapKeys()) {
-            const auto prefix = (direction == Direction::input ? "input " : "output ") +
-                                std::string(key.policyName);
             const auto policy = counters.policyMapCounters(key);
+            const std::string place = text + key.policyName;
             for (const auto& data : policy.classCounter)
-                addFigures(figures, prefix + " rule ", *data);
+                addFigures(figures, place + " rule ", *data);
             for (const auto& data : policy.namedCounter)
-                addFigures(figures, prefix + " named ", *data);
+                addFigures(figures, place + " named ", *data);
         }
     }
     return figures;
@@ -103,30 +112,19 @@ class ReefScene : public testing::Test {
     ~ReefScene() override { std::filesystem::remove_all(folder); }
 
     StoreWriter create(Identities identities = Identities::ofStatus) const {
-        return StoreWriter::create(path, inputStatus, outputStatus, identities);
+        return StoreWriter::create(path, input.status, output.status, identities);
     }
     Orb::Ptr<StoreManager> manager() const { return Orb::make<StoreManager>(path); }
     PolicyMapReefCounterStatusReader reader() const {
         return PolicyMapReefCounterStatusReader(
             Orb::make<PolicyMapTypeCounters>(manager(), Direction::input));
     }
-    // What a walk of the created store has to see.
     Figures expected() const {
-        Figures figures;
-        for (const auto& [direction, status] :
-             {std::pair("input ", inputStatus), std::pair("output ", outputStatus)}) {
-            for (const auto& [name, policy] : status->policyMapStatus()) {
-                for (const auto& [rule, data] : policy->classCounter()) {
-                    addFigures(figures, direction + name + " rule ", *data);
-                }
-                for (const auto& [counter, data] : policy->namedCounter()) {
-                    addFigures(figures, direction + name + " named ", *data);
-                }
-            }
-        }
+        Figures figures = input.figures;
+        figures.insert(output.figures.begin(), output.figures.end());
         return figures;
     }
-    // Of the one line on standard error that a damaged store is worth.
+    // The one line on standard error that a damaged store is worth.
     std::string told(const std::string& damage) const {
         return "counter store " + path + ": " + damage + "; its counters are not available\n";
     }
@@ -143,8 +141,8 @@ class ReefScene : public testing::Test {
 
     std::string folder;
     std::string path;
-    Orb::Ptr<const TrafficPolicy::Status> inputStatus = sampleStatus(100);
-    Orb::Ptr<const TrafficPolicy::Status> outputStatus = sampleStatus(200);
+    const Sample input{"input", 100};
+    const Sample output{"output", 200};
 };
 
 }  // namespace ReefTest

@@ -1,5 +1,5 @@
-// What the object model offers beside objects: escaping of untrusted names, the nearest of known
-// names, trace facilities, the activity lock.
+// What the object model offers beside objects: the nearest of known names, trace facilities, the
+// activity lock.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -7,20 +7,9 @@
 
 #include "Captured.h"
 #include "orb/ActivityLock.h"
-#include "orb/Escape.h"
 #include "orb/Nearest.h"
 
 namespace {
-
-// What escaping makes of which bytes stands with the renderer that uses it.
-TEST(Escape, letsNoControlCharacterThroughWhereverItStands) {
-    for (int byte = 0; byte < 256; ++byte) {
-        const std::string given = {'\xc2', static_cast<char>(byte), static_cast<char>(byte)};
-        for (const char character : Orb::escaped(given)) {
-            EXPECT_FALSE((character >= 0 && character < 0x20) || character == 0x7f) << byte;
-        }
-    }
-}
 
 TEST(Nearest, fewestChangedBytesWin) {
     constexpr std::array<std::string_view, 4> known = {"interface", "cpu", "vlan", "vlam"};
