@@ -64,19 +64,18 @@ class Generator:
         elif key in (sets, lpm_sets):
             filter_[key] = self.names("F")
 
+    def drawn(self, *members):
+        """An object of some of the members: key, probability, and what draws the value."""
+        return {key: draw() for key, probability, draw in members if self.chance(probability)}
+
     def vlan_tag(self):
         if self.chance(0.5):
             return {"vlans": self.ranges(1, 4094)}
-        return {"vlanFieldSets": self.names("V")} if self.chance(0.9) else {}
+        return self.drawn(("vlanFieldSets", 0.9, lambda: self.names("V")))
 
     def port_field(self):
-        field = {}
-        for key in ("sport", "dport"):
-            if self.chance(0.6):
-                field[key] = self.ranges(0, 65535)
-            if self.chance(0.2):
-                field[f"{key}FieldSets"] = self.names("L")
-        return field
+        sides = [(side, 0.6, lambda: self.ranges(0, 65535)) for side in ("sport", "dport")]
+        return self.drawn(*sides, *((f"{side}FieldSets", 0.2, lambda: self.names("L")) for side in ("sport", "dport")))
 
     def tcp_flags(self):
         if self.chance(0.3):
@@ -86,21 +85,15 @@ class Generator:
         return {"mask": mask, "flag": mask & self.random.getrandbits(6)}
 
     def icmp_types(self):
-        types = {self.bounds(0, 255) for _ in range(self.random.randint(1, 3))}
-        return [
-            {"type": self.written(*t), **({"codes": self.ranges(0, 255)} if self.chance(0.7) else {})}
-            for t in sorted(types, key=lambda _: self.random.random())
-        ]
+        types = {self.bounds(0, 255): self.drawn(("codes", 0.7, lambda: self.ranges(0, 255))) for _ in range(3)}
+        return [{"type": self.written(*type_), **codes} for type_, codes in types.items()]
 
     def protocol(self):
-        fields = {}
-        if self.chance(0.5):
-            fields["portFields"] = self.some(self.port_field, 3)
-        if self.chance(0.5):
-            fields["tcpFlags"] = self.some(self.tcp_flags)
-        if self.chance(0.3):
-            fields["icmpTypes"] = self.icmp_types()
-        return fields
+        return self.drawn(
+            ("portFields", 0.5, lambda: self.some(self.port_field, 3)),
+            ("tcpFlags", 0.5, lambda: self.some(self.tcp_flags)),
+            ("icmpTypes", 0.3, self.icmp_types),
+        )
 
     def protocols(self):
         numbers = {(6, 6)} if self.chance(0.5) else set()
@@ -109,52 +102,48 @@ class Generator:
             numbers.add((known, known) if self.chance(0.7) else self.bounds(0, 255))
         return {str(self.written(*n)): self.protocol() for n in numbers}
 
+    def fragment(self):
+        offsets = self.drawn(("offset", 0.6, lambda: self.ranges(0, 8191)))
+        return {"type": "matchOffset", **offsets} if self.chance(0.6) else {"type": "matchAll"}
+
+    def inner_match(self):
+        af = self.random.choice(("ipv4", "ipv6"))
+        return {"af": af, "encapType": "gtpv1", "structuredFilter": self.filter(af, True)}
+
     def filter(self, family, inner=False):
-        filter_ = {}
-        if self.chance(0.3):
-            filter_["vlanTags"] = self.some(self.vlan_tag, 3)
+        numbers = (("length", 65535), ("dscp", 63), ("ecn", 3), ("ttl", 255))
+        keyword = lambda: self.random.choice(("bgp", "bgp", "none"))  # noqa: E731
+        filter_ = self.drawn(
+            ("vlanTags", 0.3, lambda: self.some(self.vlan_tag, 3)),
+            ("protocols", 0.6 if family in ("ipv4", "ipv6") else 0, self.protocols),
+            *((key, 0.2, lambda highest=highest: self.ranges(0, highest)) for key, highest in numbers),
+            ("fragment", 0.2, self.fragment),
+            *((key, 0.15, keyword) for key in ("neighborsProtocol", "l4Protocol")),
+            *((key, 0.15, lambda: self.chance(0.7)) for key in ("ipOptions", "tracked")),
+            ("innerMatch", 0 if inner else 0.2, self.inner_match),
+        )
         self.end_point(filter_, ("sources", "srcPrefixSets", "sourceLpms", "srcLpmPrefixSets"), family)
         self.end_point(filter_, ("destinations", "dstPrefixSets", "destinationLpms", "dstLpmPrefixSets"), family)
-        if family in ("ipv4", "ipv6") and self.chance(0.6):
-            filter_["protocols"] = self.protocols()
-        for key, highest in (("length", 65535), ("dscp", 63), ("ecn", 3), ("ttl", 255)):
-            if self.chance(0.2):
-                filter_[key] = self.ranges(0, highest)
-        if self.chance(0.2):
-            offsets = {"offset": self.ranges(0, 8191)} if self.chance(0.6) else {}
-            filter_["fragment"] = {"type": "matchOffset", **offsets} if self.chance(0.6) else {"type": "matchAll"}
-        for key in ("neighborsProtocol", "l4Protocol"):
-            if self.chance(0.15):
-                filter_[key] = self.random.choice(("bgp", "bgp", "none"))
-        for key in ("ipOptions", "tracked"):
-            if self.chance(0.15):
-                filter_[key] = self.chance(0.7)
-        if not inner and self.chance(0.2):
-            af = self.random.choice(("ipv4", "ipv6"))
-            filter_["innerMatch"] = {"af": af, "encapType": "gtpv1", "structuredFilter": self.filter(af, True)}
         return filter_
 
     def addresses(self):
         return self.some(lambda: self.address(self.random.choice((4, 6))), 5)
 
     def redirect_nexthop(self):
-        action = {"nexthops": self.addresses()}
-        if self.chance(0.5):
-            action["vrfName"] = self.name("vrf")
-        if self.chance(0.5):
-            action["recursive"] = True
-        if self.chance(0.5):
-            action["resolvedNexthops"] = self.addresses()
-        return action
+        return {"nexthops": self.addresses()} | self.drawn(
+            ("vrfName", 0.5, lambda: self.name("vrf")),
+            ("recursive", 0.5, lambda: True),
+            ("resolvedNexthops", 0.5, self.addresses),
+        )
 
     def tools(self):
-        return {key: self.names(key[0]) for key in ("groups", "interfaces") if self.chance(0.7)}
+        return self.drawn(*((key, 0.7, lambda: self.names("t")) for key in ("groups", "interfaces")))
 
     def actions(self, counters):
         pick = self.random.choice
         draw = {
             "drop": dict,
-            "gotoMatch": lambda: {"matchName": self.name("r")} if self.chance(0.6) else {},
+            "gotoMatch": lambda: self.drawn(("matchName", 0.6, lambda: self.name("r"))),
             "redirectNexthop": self.redirect_nexthop,
             "redirectNexthopGroup": lambda: {"nexthopGroups": self.names("G")},
             "setAggGroup": self.tools,
@@ -170,7 +159,7 @@ class Generator:
             "log": dict,
             "count": lambda: pick(({}, {"counterName": self.name("c")}, {"counterName": pick(counters)})),
         }
-        chosen = {key: value() for key, value in draw.items() if self.chance(0.2)}
+        chosen = self.drawn(*((key, 0.2, value) for key, value in draw.items()))
         if self.chance(0.5):
             chosen.setdefault("count", draw["count"]())
         return chosen
@@ -203,11 +192,8 @@ class Generator:
         }
 
     def prefix_set(self, family):
-        return {
-            key: self.some(lambda: self.prefix(family), 9)
-            for key in ("prefixes", "exceptPrefixes")
-            if self.chance(0.8)
-        }
+        draw = lambda: self.some(lambda: self.prefix(family), 9)  # noqa: E731
+        return self.drawn(("prefixes", 0.8, draw), ("exceptPrefixes", 0.8, draw))
 
     def config(self, policies):
         names = [f"P{i:04}" for i in range(policies)]
@@ -229,16 +215,20 @@ class Generator:
     def counter(self):
         return {"uniqueId": 1, "packets": self.random.choice(LARGE), "bytes": self.random.choice(LARGE)}
 
+    def counters(self, names):
+        return {name: self.counter() for name in names if self.chance(0.7)}
+
     def policy_status(self, config, taken, points):
         rules = [r["name"] for r in config["rules"] if self.chance(0.7)]
-        status = {"classMapStatus": {name: taken[name] for name in rules if name in taken}}
-        status["intfStatus"] = {
-            point: {f: {"state": self.random.choice(("programmed", "failed", 7))} for f in ("ipv4", "ipv6")}
-            for point in points
+        states = ("programmed", "failed", 7)
+        return {
+            "classMapStatus": {name: taken[name] for name in rules if name in taken},
+            "intfStatus": {
+                point: {f: {"state": self.random.choice(states)} for f in ("ipv4", "ipv6")} for point in points
+            },
+            "classCounter": self.counters(rules),
+            "namedCounter": self.counters(config["namedCounter"]),
         }
-        status["classCounter"] = {name: self.counter() for name in rules if self.chance(0.7)}
-        status["namedCounter"] = {name: self.counter() for name in config["namedCounter"] if self.chance(0.7)}
-        return status
 
     def taken(self, config):
         """Under which match option the platform took a rule: one that it has, or another one, or none."""

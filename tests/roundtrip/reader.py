@@ -11,30 +11,6 @@ ACTIONS = (  # in the order of the report
     "drop", "gotoMatch", "redirectNexthop", "redirectNexthopGroup", "setAggGroup", "setVrf", "setDscp",
     "setTc", "stripHeaderBytes", "setIdentityTag", "police", "log", "count",
 )  # fmt: skip
-RANGES = {"ipLengths": "length", "dscps": "dscp", "ecns": "ecn", "ttls": "ttl"}
-PREFIXES = {
-    "srcPrefixes": "sources",
-    "srcLpmPrefixes": "sourceLpms",
-    "destPrefixes": "destinations",
-    "destLpmPrefixes": "destinationLpms",
-}
-PREFIX_SETS = {  # and the key of the bare names
-    "srcExtPrefixSet": ("srcPrefixSets", "srcPrefixSets"),
-    "srcLpmPrefixSet": ("srcLpmPrefixSets", None),
-    "destExtPrefixSet": ("dstPrefixSets", "destPrefixSets"),
-    "destLpmPrefixSet": ("dstLpmPrefixSets", None),
-}
-PORTS = {"srcPorts": "sport", "destPorts": "dport"}
-PORT_SETS = {
-    "srcExtL4PortFieldSet": ("sportFieldSets", "srcL4PortFieldSets"),
-    "destExtL4PortFieldSet": ("dportFieldSets", "destL4PortFieldSets"),
-}
-KEYWORDS = {
-    "neighborProtocol": "neighborsProtocol",
-    "matchL4Protocol": "l4Protocol",
-    "matchIpOptions": "ipOptions",
-    "matchTracked": "tracked",
-}
 
 
 # The report.
@@ -48,64 +24,64 @@ def read_ranges(ranges):
     return [read_range(r) for r in ranges]
 
 
-def read_sets(report, key, names_key=None):
+def read_sets(sets):
     """Pairs of name and counts, None for an undefined set."""
-    sets = [
-        (s["name"], None if s.get("undefined") else tuple(v for k, v in s.items() if k != "name"))
-        for s in report[key]
+    return [
+        (s["name"], None if s.get("undefined") else tuple(v for k, v in s.items() if k != "name")) for s in sets
     ]
-    if names_key:
-        assert report[names_key] == [name for name, _ in sets], (names_key, report)
-    return sets
 
 
-def read_vlan_tag(tag):
-    if "dot1qVlanFieldSets" in tag:
-        return {"vlanFieldSets": read_sets(tag, "dot1qVlanFieldSets")}
-    return {"vlans": read_ranges(tag["dot1qVlans"])} if tag else {}
+def read_flags(groups):
+    return [[(f["name"], f["value"]) for f in g["tcpFlags"]] for g in groups]
 
 
-def read_port_field(field):
-    read = {state: read_ranges(field[key]) for key, state in PORTS.items() if key in field}
-    read |= {state: read_sets(field, key, names) for key, (state, names) in PORT_SETS.items() if key in field}
-    return read
+def read_fragment(fragment):
+    return read_ranges(fragment["fragmentOffsets"]) if "fragmentOffsets" in fragment else "matchAll"
 
 
-def read_protocol(entry):
-    read = {}
-    if "tcpFlagGroups" in entry:
-        read["tcpFlags"] = [[(f["name"], f["value"]) for f in g["tcpFlags"]] for g in entry["tcpFlagGroups"]]
-    if "ports" in entry:
-        read["portFields"] = [read_port_field(f) for f in entry["ports"]]
-    if "icmps" in entry:
-        read["icmpTypes"] = [(read_range(i["icmpTypes"]), read_ranges(i["icmpCodes"])) for i in entry["icmps"]]
-    return (read_range(entry["protocolRange"]), read)
+def read(report):
+    """An object of criteria, with the keys of the state documents."""
+    for key, sets in NAMES.items():
+        if sets in report:
+            assert report[key] == [s["name"] for s in report[sets]], (key, report)
+    return {KEYS[key][0]: KEYS[key][1](value) for key, value in report.items() if key not in NAMES}
 
 
-def read_filter(matches):
-    read = {}
-    for key, value in matches.items():
-        if key == "dot1qVlanTags":
-            read["vlanTags"] = [read_vlan_tag(tag) for tag in value]
-        elif key in RANGES:
-            read[RANGES[key]] = read_ranges(value)
-        elif key in PREFIXES:
-            read[PREFIXES[key]] = value
-        elif key in PREFIX_SETS:
-            state, names = PREFIX_SETS[key]
-            read[state] = read_sets(matches, key, names)
-        elif key in KEYWORDS:
-            read[KEYWORDS[key]] = value
-        elif key == "protocols":
-            read[key] = [read_protocol(entry) for entry in value]
-        elif key == "fragment":
-            read[key] = read_ranges(value["fragmentOffsets"]) if "fragmentOffsets" in value else "matchAll"
-        elif key == "encapsulation":
-            read["encapType"] = value["encapsulationType"]
-        elif key == "innerMatch":
-            inner = {k: v for k, v in value.items() if k != "addressFamily"}
-            read["innerMatch"] = (value["addressFamily"], read_filter(inner))
-    return read
+def read_each(reports):
+    return [read(report) for report in reports]
+
+
+READERS = (  # what reads a value, and the keys of the report with those of the state documents
+    (read_ranges, {
+        "dot1qVlans": "vlans", "srcPorts": "sport", "destPorts": "dport", "icmpCodes": "codes",
+        "ipLengths": "length", "dscps": "dscp", "ecns": "ecn", "ttls": "ttl",
+    }),
+    (read_sets, {
+        "dot1qVlanFieldSets": "vlanFieldSets",
+        "srcExtPrefixSet": "srcPrefixSets", "srcLpmPrefixSet": "srcLpmPrefixSets",
+        "destExtPrefixSet": "dstPrefixSets", "destLpmPrefixSet": "dstLpmPrefixSets",
+        "srcExtL4PortFieldSet": "sportFieldSets", "destExtL4PortFieldSet": "dportFieldSets",
+    }),
+    (read_each, {"dot1qVlanTags": "vlanTags", "protocols": "protocols", "ports": "portFields", "icmps": "icmpTypes"}),
+    (read_range, {"protocolRange": "range", "icmpTypes": "type"}),
+    (read_flags, {"tcpFlagGroups": "tcpFlags"}),
+    (read_fragment, {"fragment": "fragment"}),
+    (read, {"innerMatch": "innerMatch"}),
+    (lambda value: value["encapsulationType"], {"encapsulation": "encapType"}),
+    (lambda value: value, {
+        "srcPrefixes": "sources", "srcLpmPrefixes": "sourceLpms",
+        "destPrefixes": "destinations", "destLpmPrefixes": "destinationLpms",
+        "neighborProtocol": "neighborsProtocol", "matchL4Protocol": "l4Protocol",
+        "matchIpOptions": "ipOptions", "matchTracked": "tracked", "addressFamily": "af",
+    }),
+)  # fmt: skip
+KEYS = {key: (state, reader) for reader, keys in READERS for key, state in keys.items()}
+NAMES = {  # the bare names beside sets
+    "srcPrefixSets": "srcExtPrefixSet",
+    "destPrefixSets": "destExtPrefixSet",
+    "srcL4PortFieldSets": "srcExtL4PortFieldSet",
+    "destL4PortFieldSets": "destExtL4PortFieldSet",
+}
 
 
 def read_actions(actions):
@@ -188,44 +164,47 @@ class State:
         }
 
     def protocol(self, range_, fields, inner):
-        shown = {}
-        if "tcpFlags" in fields and range_ == (6, 6) and not inner:
+        shown = {"range": bounds(range_)}
+        if "tcpFlags" in fields and shown["range"] == (6, 6) and not inner:
             groups = sorted((g["mask"], g["flag"]) for g in fields["tcpFlags"])
             shown["tcpFlags"] = [[(n, bool(flag & bit)) for bit, n in FLAGS if mask & bit] for mask, flag in groups]
         if "portFields" in fields:
             shown["portFields"] = [self.port_field(f) for f in fields["portFields"]]
         if "icmpTypes" in fields:
-            types = [(bounds(t["type"]), all_bounds(t.get("codes", ()))) for t in fields["icmpTypes"]]
-            shown["icmpTypes"] = sorted(types)
-        return (range_, shown)
+            types = sorted((bounds(t["type"]), all_bounds(t.get("codes", ()))) for t in fields["icmpTypes"])
+            shown["icmpTypes"] = [{"type": type_, "codes": codes} for type_, codes in types]
+        return shown
+
+    def vlan_tags(self, tags):
+        """Those with ids first."""
+        tags = [self.vlan_tag(tag) for tag in tags]
+        by_ids = sorted((t for t in tags if "vlanFieldSets" not in t), key=lambda t: t.get("vlans", []))
+        by_names = [t for t in tags if "vlanFieldSets" in t]
+        return by_ids + sorted(by_names, key=lambda t: [name for name, _ in t["vlanFieldSets"]])
 
     def filter(self, filter_, family, inner=False):
         shown = {}
         for key, value in filter_.items():
             if inner and key not in ("sources", "srcPrefixSets", "destinations", "dstPrefixSets", "protocols"):
                 continue  # an inner header shows nothing else
-            if key in PREFIXES.values():
+            if key in ("sources", "sourceLpms", "destinations", "destinationLpms"):
                 shown[key] = ascending_addresses(value)
             elif key.endswith("PrefixSets"):
                 shown[key] = self.prefix_counts(value, family)
             elif key == "protocols":
-                fields = {bounds(range_): fields for range_, fields in value.items()}
-                shown[key] = [self.protocol(range_, fields[range_], inner) for range_ in sorted(fields)]
+                shown[key] = [self.protocol(r, value[r], inner) for r in sorted(value, key=bounds)]
             elif key == "vlanTags":
-                # Those with ids first.
-                tags = [self.vlan_tag(tag) for tag in value]
-                by_ids = sorted((t for t in tags if "vlanFieldSets" not in t), key=lambda t: t.get("vlans", []))
-                by_names = [t for t in tags if "vlanFieldSets" in t]
-                shown[key] = by_ids + sorted(by_names, key=lambda t: [name for name, _ in t["vlanFieldSets"]])
-            elif key in RANGES.values():
-                shown[key] = all_bounds(value)
-            elif key == "fragment" and (value["type"] == "matchAll" or "offset" in value):
-                shown[key] = all_bounds(value["offset"]) if "offset" in value else "matchAll"
-            elif key in KEYWORDS.values() and value not in (False, "none"):
-                shown[key] = value
+                shown[key] = self.vlan_tags(value)
+            elif key == "fragment":
+                if value["type"] == "matchAll" or "offset" in value:
+                    shown[key] = all_bounds(value["offset"]) if "offset" in value else "matchAll"
             elif key == "innerMatch":
                 shown["encapType"] = value["encapType"]
-                shown[key] = (value["af"], self.filter(value["structuredFilter"], value["af"], True))
+                shown[key] = {"af": value["af"], **self.filter(value["structuredFilter"], value["af"], True)}
+            elif isinstance(value, list):
+                shown[key] = all_bounds(value)
+            elif value not in (False, "none"):
+                shown[key] = value
         return shown
 
     def rules(self, policy, targets):

@@ -14,14 +14,13 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "schema"))
 import schemas  # noqa: E402
 import text  # noqa: E402
 from generate import Generator  # noqa: E402
-from reader import State, read_actions, read_filter  # noqa: E402
-from validate_state import known_keys, used_keys  # noqa: E402
+from reader import State, read, read_actions  # noqa: E402
 
 POLICIES = 1000
 VALIDATED = 60
 # Per kind the status objects that say which rules there are, that of input first.
 KINDS = {"interface": ("interfaceInput", "interfaceOutput"), "cpu": ("cpu",), "vlan": ("vlan",)}
-faults = []
+faults = schemas.faults
 
 
 def expect(where, what, found, expected):
@@ -38,24 +37,18 @@ def compare_rule(where, state, policy, found, rule, option, kind):
     expect(where, "match option", found["matchOption"], option)
     match = rule["match"].get(option, {})
     expect(where, "matches are there", "matches" in found, "structuredFilter" in match)
-    read = read_filter(found.get("matches", {}))
+    criteria = read(found.get("matches", {}))
     expected = state.filter(match.get("structuredFilter", {}), option)
-    for criterion in sorted(read.keys() | expected.keys()):
-        expect(where, criterion, read.get(criterion), expected.get(criterion))
+    for criterion in sorted(criteria.keys() | expected.keys()):
+        expect(where, criterion, criteria.get(criterion), expected.get(criterion))
     expect(where, "actions are there", "actions" in found, bool(rule.get("action")))
     actions = state.actions(policy, rule, () if kind == "vlan" else KINDS[kind])
-    read = read_actions(found.get("actions", {}))
-    expect(where, "actions", read, actions)
-
-
-def part_of(report, path):
-    for key in path:
-        report = None if report is None else report.get(key)
-    return report
+    expect(where, "actions", read_actions(found.get("actions", {})), actions)
 
 
 def compare_text(where, policy, found, rules, kind):
-    lists = {path: part_of(policy, path) for path in text.LISTS.values()}
+    places = {place: policy if place is None else policy.get(place, {}) for place in (None, "input", "output", "vacl")}
+    lists = {path: places[path[0]].get(path[1]) for path in text.LISTS.values()}
     expect(where, "lists", found.lists, {path: names for path, names in lists.items() if names is not None})
     expect(where, "number of rules", found.rule_count, len(policy["rules"]))
     declared = policy.get("namedCounters")
@@ -85,9 +78,8 @@ def compare_lists(where, config, state, policy, found):
 
 
 def all_keys():
-    names = ("policy-matches", "policy-actions")
-    parts = [json.loads((schemas.FOLDER / f"{name}.schema.json").read_text()) for name in names]
-    return {key for part in parts for key in known_keys(part)}
+    parts = [schemas.FOLDER / f"policy-{name}.schema.json" for name in ("matches", "actions")]
+    return {key for part in parts for key in schemas.known_keys(json.loads(part.read_text()))}
 
 
 def at_revision_1(report):
@@ -106,9 +98,9 @@ def at_revision_1(report):
 
 def reported(folder, validators, kind, view, revision=2):
     report = json.loads(show(folder, kind, view, "--json", "--revision", str(revision)))
-    schema = f"policy-{kind}-{f'revision{revision}' if view == 'detail' else view}"
+    schema = f"policy-{kind}-{f'revision{min(max(revision, 1), 2)}' if view == 'detail' else view}"
     sample = {key: dict(list(policies.items())[:VALIDATED]) for key, policies in report.items()}
-    faults.extend(f"{schema}: {fault}" for fault in schemas.faults_of(validators[schema], sample))
+    schemas.check(validators[schema], sample, schema)
     return report["trafficPolicies"]
 
 
@@ -116,8 +108,9 @@ def compare(folder, config, state, validators, kind):
     for view in ("summary", "errors", "counters")[: 2 if kind == "vlan" else 3]:
         reported(folder, validators, kind, view)
     policies = reported(folder, validators, kind, "detail")
-    flat = reported(folder, validators, kind, "detail", 1)
-    expect(kind, "revision 1 follows from 2", flat == at_revision_1(policies), True)
+    for revision, right in ((0, at_revision_1(policies)), (1, at_revision_1(policies)), (3, policies)):
+        found = reported(folder, validators, kind, "detail", revision)
+        expect(kind, f"revision {revision} follows from 2", found == right, True)
     texts = text.read(show(folder, kind, "detail").split("\n")[:-1])
     expect(kind, "policies in text", list(texts), list(policies))
     count = 0
@@ -131,7 +124,7 @@ def compare(folder, config, state, validators, kind):
         if kind == "interface":
             compare_lists(where, config, state, name, policy)
         compare_text(where, policy, texts[name], rules, kind)
-    return count, set(used_keys(policies))
+    return count, set(schemas.used_keys(policies))
 
 
 def main():
@@ -139,7 +132,7 @@ def main():
     config = generator.config(POLICIES)
     status = generator.status(config)
     state = State(config, status)
-    validators = schemas.load()
+    validators = schemas.load("policy")
     counts = {}
     with tempfile.TemporaryDirectory() as folder:
         for name, document in (("config", config), ("status", status)):

@@ -9,28 +9,18 @@ LABELS = (
     "ICMP type", "ICMP code", "IP length", "Fragment: offset", "DSCP", "ECN", "TTL",
 )  # fmt: skip
 LABELLED = re.compile(f"({'|'.join(map(re.escape, sorted(LABELS, key=len, reverse=True)))}): (.*)")
-LISTS = {
-    "Configured on input of interfaces": ("input", "configuredIntfs"),
-    "Applied on input of interfaces for IPv4 traffic": ("input", "ipv4AppliedIntfs"),
-    "Applied on input of interfaces for IPv6 traffic": ("input", "ipv6AppliedIntfs"),
-    "Configured on output of interfaces": ("output", "configuredIntfs"),
-    "Applied on output of interfaces for IPv4 traffic": ("output", "ipv4AppliedIntfs"),
-    "Applied on output of interfaces for IPv6 traffic": ("output", "ipv6AppliedIntfs"),
-    "Configured on CPU for VRFs": ("configuredVrfs",),
-    "Applied on CPU for IPv4 traffic in VRFs (hardware)": ("ipv4AppliedVrfs",),
-    "Applied on CPU for IPv6 traffic in VRFs (hardware)": ("ipv6AppliedVrfs",),
-    "Applied on CPU for IPv4 traffic in VRFs (software)": ("ipv4AppliedVrfsSoftware",),
-    "Applied on CPU for IPv6 traffic in VRFs (software)": ("ipv6AppliedVrfsSoftware",),
+LISTS = {  # and where their names stand in the report
+    "Configured on CPU for VRFs": (None, "configuredVrfs"),
     "Configured on VLANs": ("vacl", "configuredVlans"),
-    "Applied on VLANs for IPv4 traffic": ("vacl", "ipv4AppliedVlans"),
-    "Applied on VLANs for IPv6 traffic": ("vacl", "ipv6AppliedVlans"),
+    **{f"Configured on {d} of interfaces": (d, "configuredIntfs") for d in ("input", "output")},
 }
-COUNTS = {
-    "numPrefixes": "Prefixes",
-    "numExceptPrefixes": "Except prefixes",
-    "numPorts": "Ports",
-    "numVlans": "VLANs",
-}
+for family, ip in (("ipv4", "IPv4"), ("ipv6", "IPv6")):
+    for direction in ("input", "output"):
+        LISTS[f"Applied on {direction} of interfaces for {ip} traffic"] = (direction, f"{family}AppliedIntfs")
+    LISTS[f"Applied on CPU for {ip} traffic in VRFs (hardware)"] = (None, f"{family}AppliedVrfs")
+    LISTS[f"Applied on CPU for {ip} traffic in VRFs (software)"] = (None, f"{family}AppliedVrfsSoftware")
+    LISTS[f"Applied on VLANs for {ip} traffic"] = ("vacl", f"{family}AppliedVlans")
+COUNTS = {"numPrefixes": "Prefixes", "numExceptPrefixes": "Except prefixes", "numPorts": "Ports", "numVlans": "VLANs"}
 # The IANA registries of protocol numbers and of differentiated services field codepoints.
 PROTOCOLS = {
     2: "igmp", 4: "ipencap", 6: "tcp", 17: "udp", 41: "ipv6", 46: "rsvp", 47: "gre", 50: "esp", 51: "ah",
@@ -39,6 +29,12 @@ PROTOCOLS = {
 PROTOCOLS = {"ipv4": {1: "icmp", **PROTOCOLS}, "ipv6": {58: "ipv6-icmp", **PROTOCOLS}}
 DSCPS = {8 * i: f"cs{i}" for i in range(8)} | {8 * i + 2 * j: f"af{i}{j}" for i in range(1, 5) for j in range(1, 4)}
 DSCPS |= {46: "ef", 44: "voice-admit", 1: "le"}
+KEYWORDS = {
+    "neighborProtocol": "protocol neighbors bgp",
+    "matchL4Protocol": "protocol bgp",
+    "matchIpOptions": "IP options: all",
+    "matchTracked": "Tracked: true",
+}
 
 
 class Policy:
@@ -126,8 +122,11 @@ def protocol_items(column, entries, family):
 
 
 def items(matches, family, column=9):
+    def ranges(label, found, names=None):
+        return ((column, label, number(r, names)) for r in found)
+
     for tag in matches.get("dot1qVlanTags", ()):
-        yield from ((column, "802.1Q VLAN", number(r)) for r in tag.get("dot1qVlans", ()))
+        yield from ranges("802.1Q VLAN", tag.get("dot1qVlans", ()))
         yield from ((column, "802.1Q VLAN", field_set(s)) for s in tag.get("dot1qVlanFieldSets", ()))
     for side, label in (("src", "Source prefix"), ("dest", "Destination prefix")):
         longest = f"{label} (longest prefix match)"
@@ -136,21 +135,15 @@ def items(matches, family, column=9):
         yield from ((column, longest, p) for p in matches.get(f"{side}LpmPrefixes", ()))
         yield from ((column, longest, field_set(s)) for s in matches.get(f"{side}LpmPrefixSet", ()))
     yield from protocol_items(column, matches.get("protocols", ()), family)
-    yield from ((column, "IP length", number(r)) for r in matches.get("ipLengths", ()))
+    yield from ranges("IP length", matches.get("ipLengths", ()))
     fragment = matches.get("fragment", {})
-    yield from ((column, "Fragment: offset", number(r)) for r in fragment.get("fragmentOffsets", ()))
+    yield from ranges("Fragment: offset", fragment.get("fragmentOffsets", ()))
     if "matchAllFragments" in fragment:
         yield (column, "Fragment: all", None)
-    yield from ((column, "DSCP", number(r, DSCPS)) for r in matches.get("dscps", ()))
-    yield from ((column, "ECN", number(r)) for r in matches.get("ecns", ()))
-    yield from ((column, "TTL", number(r)) for r in matches.get("ttls", ()))
-    keywords = {
-        "neighborProtocol": "protocol neighbors bgp",
-        "matchL4Protocol": "protocol bgp",
-        "matchIpOptions": "IP options: all",
-        "matchTracked": "Tracked: true",
-    }
-    yield from ((column, line, None) for key, line in keywords.items() if key in matches)
+    yield from ranges("DSCP", matches.get("dscps", ()), DSCPS)
+    yield from ranges("ECN", matches.get("ecns", ()))
+    yield from ranges("TTL", matches.get("ttls", ()))
+    yield from ((column, line, None) for key, line in KEYWORDS.items() if key in matches)
     if "innerMatch" in matches:
         inner = matches["innerMatch"]["addressFamily"]
         yield (column, f"Encapsulation GTPv1 inner header {inner.replace('ip', 'IP')}", None)
@@ -168,12 +161,22 @@ def redirect_lines(redirect):
             yield "   No resolved next hop"
 
 
+ONE_LINE = {
+    "drop": "Drop",
+    "setVrf": "Set VRF {0}",
+    "setDscp": "Set DSCP {0}",
+    "setTc": "Set Traffic Class {0}",
+    "stripHeaderBytes": "Remove 802.1Q outer tag {0}",
+    "log": "Log",
+}
+
+
 def action_lines(actions):
     """Of all actions but count."""
     yield "Actions: "
     for key, value in actions.items():
-        if key == "drop":
-            yield "Drop"
+        if key in ONE_LINE:
+            yield ONE_LINE[key].format(value)
         elif key == "goto":
             yield f"Goto match {value['matchName']}" if "matchName" in value else "Goto next"
         elif key == "redirectNexthop":
@@ -184,22 +187,11 @@ def action_lines(actions):
             for list_, label in (("groups", "Aggregation Group"), ("interfaces", "Tool Interface")):
                 if value[list_]:
                     yield f"Redirect {label} {', '.join(value[list_])}"
-        elif key == "setVrf":
-            yield f"Set VRF {value}"
-        elif key == "setDscp":
-            yield f"Set DSCP {value}"
-        elif key == "setTc":
-            yield f"Set Traffic Class {value}"
-        elif key == "stripHeaderBytes":
-            yield f"Remove 802.1Q outer tag {value}"
         elif key == "setIdentityTag":
             inner = f" inner identity tag {value['innerIdTag']}" if value["innerIdTag"] else ""
             yield f"Set Dot1Q identity tag {value['idTag']}{inner}"
         elif key == "police":
-            burst = f"{value['burstSize']} {value['burstUnit']}"
-            yield f"Police rate {value['rate']} {value['unit']} burst-size {burst}"
-        elif key == "log":
-            yield "Log"
+            yield "Police rate {rate} {unit} burst-size {burstSize} {burstUnit}".format(**value)
 
 
 def count_lines(actions, kind, action):
