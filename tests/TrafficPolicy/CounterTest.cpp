@@ -230,7 +230,7 @@ TEST(CounterView, saysWhatIsNotThere) {
     const State whole = bothDirections();
     State state = whole;
     state.intfParamStatus = nullptr;
-    state.interfaceOutput = nullptr;
+    state.interfaceOutput = Orb::make<TrafficPolicy::Status>();
     state.hwStatus = nullptr;
     const Command onlyP{.policyName = "P", .counters = true};
     EXPECT_EQ(shown(Kind::interface, state, onlyP, SmallState::text),
@@ -250,9 +250,11 @@ TEST(CounterView, ofTheCpuNeverBreaksDownByInterface) {
     perInterface->countersPerInterfaceIs(true);
     state.cpu = perInterface;
     state.hwStatus = nullptr;
-    EXPECT_EQ(shown(Kind::cpu, state, {.counters = true, .bytes = true}, SmallState::text),
+    const auto show = SmallState::cpuShow(state, {.counters = true, .bytes = true});
+    EXPECT_EQ(shown(*show, SmallState::text),
               "Traffic policy P\n   used: 7 packets 18446744073709551615 bytes\n"
               "   match rule: z: 18446744073709551615 packets\n");
+    EXPECT_FALSE(show->policyState("P")->countersPerInterface());
 }
 
 // "counter not enabled" is 0 and has no key; a value of no meaning is not shown at all.

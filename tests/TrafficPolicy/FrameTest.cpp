@@ -158,9 +158,6 @@ TEST(Frame, countersGoesBeforeEveryOtherView) {
     const Command all{.summary = true, .errors = true, .detail = true, .counters = true};
     EXPECT_EQ(shown(Kind::cpu, state, all, SmallState::text),
               "Traffic policy O\nTraffic policy P\n   match rule: r1: 7 packets\n");
-    EXPECT_EQ(shown(Kind::interface, state, all, SmallState::text),
-              "Traffic-policies applied on input:\nTraffic policy O\nTraffic policy P\n"
-              "   match rule: r1: N/A\n");
     EXPECT_EQ(shown(Kind::vlan, state, all, SmallState::json), "") << "none for VLANs";
 }
 

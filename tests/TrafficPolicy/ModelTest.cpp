@@ -76,6 +76,14 @@ TEST(ModelInstallStatus, judgesOneFamilyOverAllReports) {
     }
 }
 
+TEST(ModelPolicyState, selectsReportsByDirection) {
+    const auto record = policyStateInterfaceFactory("P");
+    const auto status = interfaceStatusFactory();
+    record->interfaceStatusOutputIs("E1", status);
+    EXPECT_EQ(record->getInterfaceStatus("E1", false).get(), status.get());
+    EXPECT_EQ(record->getInterfaceStatus("E1", true), nullptr);
+}
+
 // The numbers of living objects, of all types but the singletons, which live on once made.
 std::map<std::string, U64> liveCounts() {
     std::map<std::string, U64> counts;
@@ -83,15 +91,6 @@ std::map<std::string, U64> liveCounts() {
         if (type->name() != "AclNameMap") counts[type->name()] = type->liveCount();
     }
     return counts;
-}
-
-// The types of which more or fewer objects live than before.
-std::vector<std::string> changesSince(const std::map<std::string, U64>& before) {
-    std::vector<std::string> changes;
-    for (const auto& [type, count] : liveCounts()) {
-        if (before.at(type) != count) changes.push_back(type);
-    }
-    return changes;
 }
 
 // Every type of the process, whatever the view.
@@ -111,7 +110,7 @@ TEST(ModelLiveObjects, dieWithTheShowObject) {
             EXPECT_EQ(during[recordType], show->policyState().size());
             EXPECT_GT(during[recordType], 0U);
             show = nullptr;
-            EXPECT_THAT(changesSince(before), testing::IsEmpty());
+            EXPECT_EQ(liveCounts(), before);
         }
     }
 }

@@ -69,7 +69,6 @@ TEST(Snapshot, clearingRenewsWhatLivesAndRemovesWhatIsGone) {
         {"policy gone, another came",
          R"({"Q":{"classCounter":{"r1":{"uniqueId":41,"packets":4}}}})",
          {"Q r1 #41 4"}},
-        {"everything gone", "{}", {}},
         {"one interface gone, one came",
          R"({"P":{"namedCounter":{"c":{"uniqueId":21,"packets":1,"bytes":2,"perIntfCount":{
              "E2":{"uniqueId":23,"packets":3,"bytes":4},"E3":{"uniqueId":24,"packets":5,"bytes":6}}}}}})",

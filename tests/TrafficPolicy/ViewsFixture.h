@@ -22,7 +22,7 @@ inline const std::string everyCriterion =
     "protocols":{"6":{}},"destinations":["10.1.0.0/16","10.0.0.0/8"],
     "sources":["10.1.0.0/16","10.0.0.0/16","10.0.0.0/8","9.0.0.0/32"],"vlanTags":[
     {"vlanFieldSets":["FS9","FS2"]},{"vlanFieldSets":["FS1"]},
-    {"vlans":["300-400",20]},{"vlans":[100,10]}])";
+    {"vlans":["300-400",10]},{"vlans":[100,10]}])";
 inline const std::string everyProtocolDetail =
     R"("protocols":{"17":{},"6":{
     "icmpTypes":[{"type":"10-11"},{"type":3,"codes":[4,"1-2"]},{"type":0}],
@@ -35,7 +35,7 @@ inline const std::string everyAction =
     "police":{"rate":18446744073709551615,"rateUnit":"pps","burstSize":5,"burstUnit":"packets"},
     "setIdentityTag":{"idTag":10,"innerIdTag":20},
     "stripHeaderBytes":{"stripHeaderBytes":"100 200"},"setTc":{"tc":7},"setDscp":{"dscp":46},
-    "setVrf":{"vrfName":"blue"},"setAggGroup":{"interfaces":["b","a"]},
+    "setVrf":{"vrfName":"blue"},"setAggGroup":{"groups":["b","a"],"interfaces":["d","c"]},
     "redirectNexthopGroup":{"nexthopGroups":["g2","g10","g1"]},
     "redirectNexthop":{"nexthops":["2001:db8::1","10.0.0.2","10.0.0.1"]},
     "gotoMatch":{"matchName":"r9"},"drop":{})";

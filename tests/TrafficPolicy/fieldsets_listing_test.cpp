@@ -65,12 +65,10 @@ TEST(FieldSets, areListedByName) {
          "No matching VLAN field sets found\n",
          "{\"vlanFieldSets\":{}}\n"},
         {{Of::ipv4, "EMPTY"}, emptyIpv4, emptyIpv4Json + "}}\n"},
-        {{Of::ipv6, "EMPTY"}, "", noPrefixSets},
         {{Of::ipv4, "PENDING"}, "", noPrefixSets},
         {{Of::ipv4, "ABSENT", "0.0.0.0/0"}, noPrefix, noPrefixSets},
         {{Of::ipv4, "PENDING", "0.0.0.0/0"}, noPrefix, noPrefixSets},
         {{Of::ipv4, "EMPTY", "0.0.0.0/0"}, noPrefix, noPrefixSets},
-        {{Of::ports, "ABSENT"}, "", noPorts},
         {{Of::ports, "PENDING"}, "", noPorts},
         {{Of::ports, "PENDING", "1"}, "No matching L4 port field sets found\n", noPorts},
     };
