@@ -55,7 +55,6 @@ const string fourRules = policyWith(R"({"rules":[
     {"name":"r3","priority":30},{"name":"r4","priority":4000000000}]})");
 
 TEST(GatherRules, getTheirIndexFromThePlatformsStatusByPriority) {
-    const string noRules = policyWith("{}");
     const string noVersion = R"({"policyMapConfig":{"P":{}}})";
     const struct {
         Kind kind;
@@ -68,7 +67,6 @@ TEST(GatherRules, getTheirIndexFromThePlatformsStatusByPriority) {
         // Without status, without option, unknown.
         {Kind::cpu, fourRules, R"("r2":["ipv4"],"r3":[],"r4":["ipv6"],"r9":["ipv4"])", nullptr,
          "0:r2/ipv4 1:r4/ipv6"},
-        {Kind::vlan, noRules, "", nullptr, ""},
         {Kind::vlan, noVersion, R"("r1":["ipv4"])", nullptr, ""},
         {Kind::cpu, "{}", R"("r1":["ipv4"])", nullptr, ""},
         // Both directions number alike.

@@ -78,7 +78,6 @@ TEST(ViewsActions, printsTheOtherForms) {
 }
 
 TEST(ViewsActions, printsNothingWithoutAnActionSet) {
-    EXPECT_EQ(shownRule(ruleState(R"("ipv4":{"structuredFilter":{}})"), text), "");
     GatheredRules rules(ruleState(""));
     const auto noVersion = Orb::make<PolicyMap::PolicyMapConfig>("P");
     for (const auto& config : {noVersion, Orb::Ptr<PolicyMap::PolicyMapConfig>()}) {
