@@ -41,10 +41,10 @@ TEST(Filters, readPrefixes) {
         {"\x1b[2J", false, "\"\\x1b[2J\" is no prefix: " + ipv6Expected},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(
-            outcome(row.text,
-                    [&](const Cli::Token& token) { return Cli::prefixFilter(token, row.ipv4); }),
-            row.expected);
+        const auto read = [&](const Cli::Token& token) {
+            return Cli::prefixFilter(token, row.ipv4);
+        };
+        EXPECT_EQ(outcome(row.text, read), row.expected);
     }
 }
 

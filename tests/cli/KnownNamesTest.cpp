@@ -10,15 +10,23 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST(KnownNames, ofPoliciesComeFromConfigurationStatusAndPoints) {
+TEST(KnownNames, comeFromConfigurationStatusAndPoints) {
     const TemporaryState directory;
-    EXPECT_THAT(Cli::policyNames(StateDirectory::readState(directory.path())), IsEmpty());
+    const auto empty = StateDirectory::readState(directory.path());
+    EXPECT_THAT(Cli::policyNames(empty), IsEmpty());
+    EXPECT_THAT(Cli::prefixFieldSetNames(empty, true), IsEmpty());
+    EXPECT_THAT(Cli::macFieldSetNames(empty), IsEmpty());
     directory.documentIs("config", R"({
         "policyMapConfig": {"A": {}},
         "intfConfigInput": {"Ethernet1": "B", "Ethernet2": "B"},
         "intfConfigOutput": {"Ethernet1": "C"},
         "intfConfigBridged": {"Vlan10": "D"},
-        "vrfConfig": {"mgmt": "E"}
+        "vrfConfig": {"mgmt": "E"},
+        "fieldSetConfig": {
+            "fieldSetIpPrefix": {"P4": {}}, "fieldSetIpv6Prefix": {"P6": {}},
+            "fieldSetL4Port": {"PORTS": {}}, "fieldSetVlan": {"VLANS": {}}
+        },
+        "fieldSetMacAddr": {"cli": {"M2": {}, "M1": {}}, "controller": {"M3": {}, "M1": {}}}
     })");
     directory.documentIs("status", R"({
         "interfaceInput": {"policyMapStatus": {"F": {}}},
@@ -30,21 +38,6 @@ TEST(KnownNames, ofPoliciesComeFromConfigurationStatusAndPoints) {
     const auto state = StateDirectory::readState(directory.path());
     EXPECT_THAT(Cli::policyNames(state),
                 ElementsAre("A", "B", "C", "D", "E", "F", "G", "H", "I", "J"));
-}
-
-TEST(KnownNames, ofFieldSetsAreThoseOfTheirKind) {
-    const TemporaryState directory;
-    const auto empty = StateDirectory::readState(directory.path());
-    EXPECT_THAT(Cli::prefixFieldSetNames(empty, true), IsEmpty());
-    EXPECT_THAT(Cli::macFieldSetNames(empty), IsEmpty());
-    directory.documentIs("config", R"({
-        "fieldSetConfig": {
-            "fieldSetIpPrefix": {"P4": {}}, "fieldSetIpv6Prefix": {"P6": {}},
-            "fieldSetL4Port": {"PORTS": {}}, "fieldSetVlan": {"VLANS": {}}
-        },
-        "fieldSetMacAddr": {"cli": {"M2": {}, "M1": {}}, "controller": {"M3": {}, "M1": {}}}
-    })");
-    const auto state = StateDirectory::readState(directory.path());
     EXPECT_THAT(Cli::prefixFieldSetNames(state, true), ElementsAre("P4"));
     EXPECT_THAT(Cli::prefixFieldSetNames(state, false), ElementsAre("P6"));
     EXPECT_THAT(Cli::portFieldSetNames(state), ElementsAre("PORTS"));

@@ -9,9 +9,13 @@ using testing::ElementsAre;
 using testing::Pair;
 
 TEST(Options, mayStandAnywhere) {
-    const auto options = Cli::parseOptions({"--json", "show", "--state", "a", "cpu", "--revision=7",
-                                            "--state=b=c", "--", "--json", "-x"});
-    EXPECT_TRUE(options.json);
+    const auto options =
+        Cli::parseOptions({"--json", "show", "--state", "a", "cpu", "--revision=7", "--trace",
+                           "TrafficPolicyShowCliHelper/7,Blip", "--trace",
+                           "TrafficPolicyShowCliHelper/0", "--state=b=c", "--", "--json", "-x"});
+    EXPECT_TRUE(options.json && options.dumpsBlip);
+    EXPECT_THAT(options.traces, ElementsAre(Pair("TrafficPolicyShowCliHelper", 7),
+                                            Pair("TrafficPolicyShowCliHelper", 0)));
     EXPECT_EQ(options.stateDirectory, "b=c");
     EXPECT_EQ(options.revision, 7U);
     EXPECT_THAT(options.words, ElementsAre("show", "cpu", "--json", "-x"));
@@ -23,14 +27,6 @@ TEST(Options, areModestWhenAbsent) {
     EXPECT_EQ(options.revision, 2U);
     EXPECT_FALSE(options.json || options.help || options.dumpsBlip || !options.traces.empty());
     EXPECT_THAT(options.words, ElementsAre("show", "-"));
-}
-
-TEST(Options, readTraces) {
-    const auto options = Cli::parseOptions({"--trace", "TrafficPolicyShowCliHelper/7,Blip",
-                                            "--trace", "TrafficPolicyShowCliHelper/0"});
-    EXPECT_THAT(options.traces, ElementsAre(Pair("TrafficPolicyShowCliHelper", 7),
-                                            Pair("TrafficPolicyShowCliHelper", 0)));
-    EXPECT_TRUE(options.dumpsBlip);
 }
 
 TEST(Options, sayWhatWouldBeRight) {

@@ -26,14 +26,15 @@ TEST(Blip, keepsTheLastMessagesInOrder) {
 }
 
 TEST(Blip, cutsLongTextsBetweenCharacters) {
-    const std::string fill(Blip::maxLength - 2, 'x');
+    const std::string fill(Blip::maxLength - 3, 'x');
     const std::pair<const char*, const char*> rows[] = {
-        {"ab", "ab"},
-        {"abc", "ab"},
-        {"\xc3\xa9", "\xc3\xa9"},
-        {"a\xc3\xa9", "a"},
+        {"abc", "abc"},
+        {"abcd", "abc"},
+        {"a\xc3\xa9", "a\xc3\xa9"},
+        {"ab\xc3\xa9", "ab"},
         {"\xf0\x9f\x98\x80", ""},
-        {"\x80\x80\x80\x80\x80\x80\x80\x80", "\x80\x80"},
+        {"a\xf0\x9f\x98\x80", "a"},
+        {"a\x80\x80\x80\x80\x80\x80\x80\x80", "a\x80\x80"},
     };
     for (const auto& [given, kept] : rows) {
         Blip::trace(fill + given);

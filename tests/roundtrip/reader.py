@@ -84,26 +84,27 @@ NAMES = {  # the bare names beside sets
 }
 
 
+READ_ACTIONS = {  # all others read as they stand
+    "drop": lambda v: ("drop", {}),
+    "goto": lambda v: ("gotoMatch", {k: x for k, x in v.items() if k == "matchName"}),
+    "redirectNexthop": lambda v: (
+        "redirectNexthop",
+        {k: x["nexthops"] if k == "resolvedNexthops" else x for k, x in v.items()},
+    ),
+    "redirectNexthopGroups": lambda v: ("redirectNexthopGroup", {"nexthopGroups": v}),
+    "tapAggRedirect": lambda v: ("setAggGroup", v),
+    "setVrf": lambda v: ("setVrf", {"vrfName": v}),
+    "setDscp": lambda v: ("setDscp", {"dscp": v}),
+    "setTc": lambda v: ("setTc", {"tc": v}),
+    "stripHeaderBytes": lambda v: ("stripHeaderBytes", {"stripHeaderBytes": v}),
+    "police": lambda v: ("police", {"rateUnit" if k == "unit" else k: x for k, x in v.items()}),
+    "log": lambda v: ("log", {}),
+}
+
+
 def read_actions(actions):
-    """Pairs of type and parameters, in the order of the report; counts are read as they stand."""
-    readers = {
-        "drop": lambda v: ("drop", {}),
-        "goto": lambda v: ("gotoMatch", {"matchName": v["matchName"]} if "matchName" in v else {}),
-        "redirectNexthop": lambda v: (
-            "redirectNexthop",
-            {k: x["nexthops"] if k == "resolvedNexthops" else x for k, x in v.items()},
-        ),
-        "redirectNexthopGroups": lambda v: ("redirectNexthopGroup", {"nexthopGroups": v}),
-        "tapAggRedirect": lambda v: ("setAggGroup", v),
-        "setVrf": lambda v: ("setVrf", {"vrfName": v}),
-        "setDscp": lambda v: ("setDscp", {"dscp": v}),
-        "setTc": lambda v: ("setTc", {"tc": v}),
-        "stripHeaderBytes": lambda v: ("stripHeaderBytes", {"stripHeaderBytes": v}),
-        "setIdentityTag": lambda v: ("setIdentityTag", v),
-        "police": lambda v: ("police", {"rateUnit" if k == "unit" else k: x for k, x in v.items()}),
-        "log": lambda v: ("log", {}),
-    }
-    return [readers.get(key, lambda v, key=key: (key, v))(value) for key, value in actions.items()]
+    """Pairs of type and parameters, in the order of the report."""
+    return [READ_ACTIONS[key](value) if key in READ_ACTIONS else (key, value) for key, value in actions.items()]
 
 
 # The state documents.
@@ -127,41 +128,29 @@ def ascending_addresses(texts):
     return [text for _, text in ordered]
 
 
+def counts_of(contents):
+    """Of a field set; numbers that stand in several ranges count once."""
+    for key in ("ports", "vlans"):
+        if key in contents:
+            return (len({v for low, high in all_bounds(contents[key]) for v in range(low, high + 1)}),)
+    return tuple(len(contents.get(key, ())) for key in ("prefixes", "exceptPrefixes"))
+
+
 class State:
     def __init__(self, config, status):
         self.policies = config["policyMapConfig"]
         self.status = status
-        sets = config["fieldSetConfig"]
-        self.prefix_sets = {"ipv4": sets["fieldSetIpPrefix"], "ipv6": sets["fieldSetIpv6Prefix"]}
-        self.port_sets = sets["fieldSetL4Port"]
-        self.vlan_sets = sets["fieldSetVlan"]
+        self.field_sets = config["fieldSetConfig"]
 
-    @staticmethod
-    def sets(names, known, count):
+    def sets(self, names, kind):
         """Pairs of name and counts, None without a current version."""
+        known = self.field_sets[f"fieldSet{kind}"]
         contents = [(name, known.get(name, {}).get("currCfg")) for name in sorted(names)]
-        return [(name, None if c is None else count(c)) for name, c in contents]
+        return [(name, None if c is None else counts_of(c)) for name, c in contents]
 
-    def prefix_counts(self, names, family):
-        known = self.prefix_sets["ipv6" if family == "ipv6" else "ipv4"]
-        return self.sets(names, known, lambda c: (len(c.get("prefixes", ())), len(c.get("exceptPrefixes", ()))))
-
-    def value_counts(self, names, known, key):
-        """Of sets of numbers; those that stand in several ranges count once."""
-        return self.sets(
-            names, known, lambda c: (len({v for low, high in all_bounds(c[key]) for v in range(low, high + 1)}),)
-        )
-
-    def vlan_tag(self, tag):
-        if "vlanFieldSets" in tag:
-            return {"vlanFieldSets": self.value_counts(tag["vlanFieldSets"], self.vlan_sets, "vlans")}
-        return {"vlans": all_bounds(tag["vlans"])} if tag else {}
-
-    def port_field(self, field):
-        return {
-            key: self.value_counts(value, self.port_sets, "ports") if "Sets" in key else all_bounds(value)
-            for key, value in field.items()
-        }
+    def fields(self, fields, kind):
+        """Of a port field or a VLAN tag."""
+        return {key: self.sets(v, kind) if "Sets" in key else all_bounds(v) for key, v in fields.items()}
 
     def protocol(self, range_, fields, inner):
         shown = {"range": bounds(range_)}
@@ -169,7 +158,7 @@ class State:
             groups = sorted((g["mask"], g["flag"]) for g in fields["tcpFlags"])
             shown["tcpFlags"] = [[(n, bool(flag & bit)) for bit, n in FLAGS if mask & bit] for mask, flag in groups]
         if "portFields" in fields:
-            shown["portFields"] = [self.port_field(f) for f in fields["portFields"]]
+            shown["portFields"] = [self.fields(f, "L4Port") for f in fields["portFields"]]
         if "icmpTypes" in fields:
             types = sorted((bounds(t["type"]), all_bounds(t.get("codes", ()))) for t in fields["icmpTypes"])
             shown["icmpTypes"] = [{"type": type_, "codes": codes} for type_, codes in types]
@@ -177,7 +166,7 @@ class State:
 
     def vlan_tags(self, tags):
         """Those with ids first."""
-        tags = [self.vlan_tag(tag) for tag in tags]
+        tags = [self.fields(tag, "Vlan") for tag in tags]
         by_ids = sorted((t for t in tags if "vlanFieldSets" not in t), key=lambda t: t.get("vlans", []))
         by_names = [t for t in tags if "vlanFieldSets" in t]
         return by_ids + sorted(by_names, key=lambda t: [name for name, _ in t["vlanFieldSets"]])
@@ -190,7 +179,7 @@ class State:
             if key in ("sources", "sourceLpms", "destinations", "destinationLpms"):
                 shown[key] = ascending_addresses(value)
             elif key.endswith("PrefixSets"):
-                shown[key] = self.prefix_counts(value, family)
+                shown[key] = self.sets(value, "Ipv6Prefix" if family == "ipv6" else "IpPrefix")
             elif key == "protocols":
                 shown[key] = [self.protocol(r, value[r], inner) for r in sorted(value, key=bounds)]
             elif key == "vlanTags":
