@@ -34,7 +34,7 @@ std::vector<Case> cases() {
 }
 
 // The example switch with a fresh counter store; for some reports without byte counters.
-class ExampleSwitch : public TemporaryDirectory {
+class ExampleSwitch : public TemporaryFolder {
   public:
     explicit ExampleSwitch(bool countsBytes) {
         for (const char* const name : {"config.json", "status.json", "snapshots.json"}) {

@@ -9,11 +9,6 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-#include <stdexcept>
 #include <thread>
 
 namespace {
@@ -30,29 +25,6 @@ bool eventually(Condition condition) {
 }
 
 }  // namespace
-
-TemporaryDirectory::TemporaryDirectory() {
-    std::string name = (std::filesystem::temp_directory_path() / "tpcli-XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error("cannot make " + name);
-    path_ = name;
-}
-
-TemporaryDirectory::~TemporaryDirectory() { std::filesystem::remove_all(path_); }
-
-StateFixture::StateFixture(const std::string& config, const std::string& status) {
-    fileIs(file("config.json"), config);
-    fileIs(file("status.json"), status);
-}
-
-void fileIs(const std::string& path, const std::string& contents) {
-    std::ofstream(path, std::ios::binary) << contents;
-}
-
-std::string contentsOf(const std::string& path) {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
-}
 
 pid_t startProgram(std::vector<std::string> arguments, int output, const std::string& errors,
                    const std::function<void()>& prepare) {
@@ -79,8 +51,8 @@ pid_t startProgram(std::vector<std::string> arguments, int output, const std::st
     ::_exit(127);
 }
 
-pid_t startTpcli(std::vector<std::string> arguments, const TemporaryDirectory& directory,
-                 int output, const std::function<void()>& prepare) {
+pid_t startTpcli(std::vector<std::string> arguments, const TemporaryFolder& directory, int output,
+                 const std::function<void()>& prepare) {
     arguments.insert(arguments.begin(), TPCLI_PATH);
     return startProgram(std::move(arguments), output, directory.file("errors"), [&] {
         if (::chdir(directory.path().c_str()) != 0) ::_exit(126);
@@ -116,7 +88,7 @@ std::string readAll(int reader) {
 }
 
 Outcome runTpcli(const std::vector<std::string>& arguments) {
-    const TemporaryDirectory directory;
+    const TemporaryFolder directory;
     const std::string output = directory.file("output");
     Outcome outcome =
         runTpcli(arguments, ::open(output.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
@@ -125,7 +97,7 @@ Outcome runTpcli(const std::vector<std::string>& arguments) {
 }
 
 Outcome runTpcli(const std::vector<std::string>& arguments, int output) {
-    const TemporaryDirectory directory;
+    const TemporaryFolder directory;
     const int status = waitFor(startTpcli(arguments, directory, output));
     return {status, "", contentsOf(directory.file("errors"))};
 }

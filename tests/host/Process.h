@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "TemporaryFolder.h"
+
 // What a process left behind.
 struct Outcome {
     int status;  // as waitFor says it
@@ -14,29 +16,14 @@ struct Outcome {
     std::string errors;
 };
 
-// A directory that goes with its object.
-class TemporaryDirectory {
-  public:
-    TemporaryDirectory();
-    TemporaryDirectory(const TemporaryDirectory&) = delete;
-    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
-    ~TemporaryDirectory();
-
-    std::string file(const std::string& name) const { return path_ + "/" + name; }
-    const std::string& path() const { return path_; }
-
-  private:
-    std::string path_;
-};
-
 // A state directory made of two documents.
-class StateFixture : public TemporaryDirectory {
+class StateFixture : public TemporaryFolder {
   public:
-    StateFixture(const std::string& config, const std::string& status);
+    StateFixture(const std::string& config, const std::string& status) {
+        fileIs(file("config.json"), config);
+        fileIs(file("status.json"), status);
+    }
 };
-
-void fileIs(const std::string& path, const std::string& contents);
-std::string contentsOf(const std::string& path);
 
 // Starts a program, whose path is the first argument; it dies with the test. The call closes the
 // output; without one (-1) the program has no standard output. prepare: what the child does last.
@@ -44,8 +31,8 @@ pid_t startProgram(std::vector<std::string> arguments, int output, const std::st
                    const std::function<void()>& prepare = {});
 
 // The same for tpcli, which runs in the directory and leaves its errors there.
-pid_t startTpcli(std::vector<std::string> arguments, const TemporaryDirectory& directory,
-                 int output, const std::function<void()>& prepare = {});
+pid_t startTpcli(std::vector<std::string> arguments, const TemporaryFolder& directory, int output,
+                 const std::function<void()>& prepare = {});
 
 // The exit status of a process, which is ended when it does not end by itself within a minute; 128
 // + the signal that ended it.

@@ -19,7 +19,7 @@ using testing::StartsWith;
 using Arguments = std::vector<std::string>;
 
 // The arguments that stand between blanks, over a state.
-Arguments over(const TemporaryDirectory& state, const std::string& line) {
+Arguments over(const TemporaryFolder& state, const std::string& line) {
     Arguments arguments = {"--state", state.path()};
     std::istringstream words(line);
     for (std::string word; words >> word;) arguments.push_back(word);
@@ -201,7 +201,7 @@ class TpcliInterrupted : public testing::TestWithParam<const char*> {
 };
 
 TEST_P(TpcliInterrupted, endsAlthoughNobodyReads) {
-    const TemporaryDirectory directory;
+    const TemporaryFolder directory;
     const pid_t tpcli = startTpcli(arguments_, directory, ends_[1]);
     waitUntilFull(ends_[0]);
     ::kill(tpcli, SIGINT);

@@ -4,11 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <map>
 
+#include "TemporaryFolder.h"
 #include "reef/PolicyMapReefCounterStatusReader.h"
 #include "reef/StoreWriter.h"
 
@@ -104,13 +102,6 @@ inline Figures walk(const Orb::Ptr<StoreManager>& manager) {
 
 class ReefScene : public testing::Test {
   protected:
-    ReefScene() {
-        folder = (std::filesystem::temp_directory_path() / "reefXXXXXX").string();
-        ::mkdtemp(folder.data());
-        path = folder + "/counters.reef";
-    }
-    ~ReefScene() override { std::filesystem::remove_all(folder); }
-
     StoreWriter create(Identities identities = Identities::ofStatus) const {
         return StoreWriter::create(path, input.status, output.status, identities);
     }
@@ -128,10 +119,7 @@ class ReefScene : public testing::Test {
     std::string told(const std::string& damage) const {
         return "counter store " + path + ": " + damage + "; its counters are not available\n";
     }
-    std::string contents() const {
-        std::ifstream file(path, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(file), {});
-    }
+    std::string contents() const { return contentsOf(path); }
     // Changes the file in place, as an agent would: mappings see it.
     void overwrite(std::size_t offset, std::string_view bytes) const {
         std::fstream file(path, std::ios::binary | std::ios::in | std::ios::out);
@@ -139,8 +127,9 @@ class ReefScene : public testing::Test {
         file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     }
 
-    std::string folder;
-    std::string path;
+    const TemporaryFolder temporary;
+    const std::string folder = temporary.path();
+    std::string path = temporary.file("counters.reef");
     const Sample input{"input", 100};
     const Sample output{"output", 200};
 };

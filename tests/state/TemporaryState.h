@@ -1,59 +1,38 @@
 // A state directory that a test fills and that goes with it.
 #pragma once
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-#include <string>
 #include <string_view>
 #include <vector>
 
+#include "TemporaryFolder.h"
 #include "state/Snapshots.h"
 #include "state/State.h"
 
-class TemporaryState {
+class TemporaryState : public TemporaryFolder {
   public:
     // Starts with empty required documents.
     TemporaryState() {
-        std::string name = (std::filesystem::temp_directory_path() / "state-XXXXXX").string();
-        path_ = ::mkdtemp(name.data());
         documentIs("config", "{}");
         documentIs("status", "{}");
     }
-    TemporaryState(const TemporaryState&) = delete;
-    TemporaryState& operator=(const TemporaryState&) = delete;
-    ~TemporaryState() { std::filesystem::remove_all(path_); }
 
-    const std::string& path() const { return path_; }
-    std::string document(std::string_view name) const {
-        return path_ + "/" + std::string(name) + ".json";
-    }
+    std::string document(std::string_view name) const { return file(std::string(name) + ".json"); }
     void documentIs(std::string_view name, std::string_view text) const {
-        std::ofstream(document(name), std::ios::binary) << text;
+        fileIs(document(name), text);
     }
 
     // Reads all that the directory holds; returns the message of the refusal, empty when there is
     // none.
     std::string refusal() const {
         try {
-            StateDirectory::readState(path_);
-            StateDirectory::readSnapshots(path_);
+            StateDirectory::readState(path());
+            StateDirectory::readSnapshots(path());
             return "";
         } catch (const StateDirectory::StateError& error) {
             return error.what();
         }
     }
-
-  private:
-    std::string path_;
 };
-
-inline std::string contentsOf(const std::string& path) {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
-}
 
 // The example documents of docs/state.md: config, status and snapshots.
 inline std::vector<std::string> documentedExamples() {

@@ -2,8 +2,6 @@
 // of both.
 #pragma once
 
-#include <filesystem>
-
 #include "SmallState.h"
 #include "counters/CounterSnapshot.h"
 #include "reef/StoreWriter.h"
@@ -18,31 +16,20 @@ enum class Where { hive, reef };
 inline constexpr Where everywhere[] = {Where::hive, Where::reef};
 
 // A folder with a store file, which goes with the object.
-class ReefFolder {
+class ReefFolder : TemporaryFolder {
   public:
-    ReefFolder() {
-        path_ = (std::filesystem::temp_directory_path() / "countersXXXXXX").string();
-        ::mkdtemp(path_.data());
-    }
-    ~ReefFolder() { std::filesystem::remove_all(path_); }
-    ReefFolder(const ReefFolder&) = delete;
-    ReefFolder& operator=(const ReefFolder&) = delete;
-
     // The counters of one direction of a new store with the figures of both.
     Orb::Ptr<const PolicyMapTypeCounters> countersOf(
         const Orb::Ptr<const TrafficPolicy::Status>& input,
         const Orb::Ptr<const TrafficPolicy::Status>& output, Direction direction) const {
-        Reef::StoreWriter::create(file(), input, output, Reef::Identities::ofStatus);
+        Reef::StoreWriter::create(file("counters.reef"), input, output, Reef::Identities::ofStatus);
         return counters(direction);
     }
     // The counters of one direction of whatever the file is.
     Orb::Ptr<const PolicyMapTypeCounters> counters(Direction direction) const {
-        return Orb::make<PolicyMapTypeCounters>(Orb::make<Reef::StoreManager>(file()), direction);
+        return Orb::make<PolicyMapTypeCounters>(
+            Orb::make<Reef::StoreManager>(file("counters.reef")), direction);
     }
-
-  private:
-    std::string file() const { return path_ + "/counters.reef"; }
-    std::string path_;
 };
 
 // A copy of a status without its counters, as it is when these are in the other store.

@@ -1,11 +1,8 @@
 // Small states, told as the documents of a state directory, and the show objects over them.
 #pragma once
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-
 #include "Captured.h"
+#include "TemporaryFolder.h"
 #include "frame/ShowTrafficPolicy.h"
 #include "state/State.h"
 
@@ -15,16 +12,12 @@ using StateDirectory::State;
 
 // A state from the text of its documents. Members may be replaced by others afterwards.
 inline State stateOf(std::string_view config, std::string_view status) {
-    std::string folder = (std::filesystem::temp_directory_path() / "small-XXXXXX").string();
-    ::mkdtemp(folder.data());
-    std::ofstream(folder + "/config.json") << config;
-    std::ofstream(folder + "/status.json") << status;
+    const TemporaryFolder folder;
+    fileIs(folder.file("config.json"), config);
+    fileIs(folder.file("status.json"), status);
     try {
-        State state = StateDirectory::readState(folder);
-        std::filesystem::remove_all(folder);
-        return state;
+        return StateDirectory::readState(folder.path());
     } catch (const StateDirectory::StateError& error) {
-        std::filesystem::remove_all(folder);
         ADD_FAILURE() << error.what();
         return State{};
     }
