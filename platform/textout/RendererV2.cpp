@@ -22,8 +22,8 @@ bool arePlainInJson(U64 bytes) {
     constexpr U64 highBits = 0x80 * ones;
     const U64 quotes = bytes ^ ('"' * ones);
     const U64 backslashes = bytes ^ ('\\' * ones);
-    const U64 special = (bytes - 0x20 * ones) | (quotes - ones) | (backslashes - ones) | bytes |
-                        (bytes + ones);
+    const U64 special =
+        (bytes - 0x20 * ones) | (quotes - ones) | (backslashes - ones) | bytes | (bytes + ones);
     return (special & highBits) == 0;
 }
 

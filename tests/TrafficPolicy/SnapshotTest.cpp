@@ -134,5 +134,21 @@ TEST(Snapshot, absentOrDamagedStoreLeavesTheTargetAlone) {
     EXPECT_EQ(target->timestamp(), Orb::Seconds(1));
 }
 
+TEST(Snapshot, ofARecordThatIsNotAvailableStays) {
+    const auto target = Orb::make<TrafficPolicy::Counter>();
+    clear(Where::reef, statusOf(before), target);
+    const CounterStores::ReefFolder folder;
+    const auto source =
+        folder.countersOf(statusOf(R"({"P":{"classCounter":{"r1":{"uniqueId":11,"packets":101}},
+            "namedCounter":{"c":{"uniqueId":21,"packets":300,"bytes":3000}}}})"),
+                          nullptr, CounterStores::Direction::input);
+    folder.leaveUnfinished(2);  // the rule's
+    testing::internal::CaptureStderr();
+    trafficPolicyReefCounterSnapshotHelperFactory(source, target, true)->clearCounter();
+    EXPECT_NE(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(linesOf(*target), (Lines{"P c #21 300/3000", "P c E1 #22 150/1500",
+                                       "P c E2 #23 50/500", "P r1 #11 100"}));
+}
+
 }  // namespace
 }  // namespace TrafficPolicyCli

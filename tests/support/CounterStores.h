@@ -4,6 +4,7 @@
 
 #include "SmallState.h"
 #include "counters/CounterSnapshot.h"
+#include "reef/Layout.h"
 #include "reef/StoreWriter.h"
 
 namespace CounterStores {
@@ -24,6 +25,11 @@ class ReefFolder : TemporaryFolder {
         const Orb::Ptr<const TrafficPolicy::Status>& output, Direction direction) const {
         Reef::StoreWriter::create(file("counters.reef"), input, output, Reef::Identities::ofStatus);
         return counters(direction);
+    }
+    // Leaves a record half-written, counted from the last, which is 1.
+    void leaveUnfinished(int fromEnd) const {
+        std::fstream store(file("counters.reef"), std::ios::in | std::ios::out | std::ios::binary);
+        store.seekp(-fromEnd * static_cast<int>(Reef::recordSize), std::ios::end).put(3);
     }
     // The counters of one direction of whatever the file is.
     Orb::Ptr<const PolicyMapTypeCounters> counters(Direction direction) const {
