@@ -1,6 +1,7 @@
 // The output buffer before descriptors that take everything, take it slowly, or take no more.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -162,6 +163,21 @@ TEST(TextOutBuffer, saysWhyItCouldNotWrite) {
     pipe.closeReader();
     out.append(std::string_view("second"));
     EXPECT_THROW(out.flush(), WriteError);
+}
+
+TEST(TextOutBuffer, goesOnAfterAShortWrite) {
+    // A file that takes a part of a write first, then says why not the rest.
+    const MemoryFile file;
+    rlimit before{};
+    ::getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit limit{500'000, before.rlim_max};
+    const auto signalBefore = std::signal(SIGXFSZ, SIG_IGN);
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    const int error = errorOf(static_cast<U32>(file.fd()), 600'000);
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, signalBefore);
+    EXPECT_EQ(error, EFBIG);
+    EXPECT_EQ(file.text().size(), 500'000U);
 }
 
 TEST(TextOutInterrupt, isNoticedByEveryCallAndLeavesTheReportUnfinished) {
