@@ -1,6 +1,7 @@
 #include "orb/Escape.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace Orb {
 
@@ -41,7 +42,17 @@ U32 utf8Length(std::string_view text, std::size_t at) {
     return length;
 }
 
-bool isPlainAscii(std::string_view text) { return std::all_of(text.begin(), text.end(), isPlain); }
+bool isPlainAscii(std::string_view text) {
+    // Eight bytes at a time: what is below a blank borrows from its high bit, DEL carries into it.
+    constexpr U64 ones = 0x0101010101010101;
+    U64 special = 0;
+    std::size_t at = 0;
+    for (U64 bytes = 0; at + sizeof bytes <= text.size(); at += sizeof bytes) {
+        std::memcpy(&bytes, text.data() + at, sizeof bytes);
+        special |= (bytes - 0x20 * ones) | bytes | (bytes + ones);
+    }
+    return (special & 0x80 * ones) == 0 && std::all_of(text.begin() + at, text.end(), isPlain);
+}
 
 void appendEscaped(String& out, std::string_view text) {
     for (std::size_t at = 0; at < text.size();) {

@@ -57,12 +57,47 @@ void appendShortEscape(TextOutBuffer& out, unsigned byte) {
 
 // The first byte from a position on that is not plain.
 std::size_t plainEnd(std::string_view text, std::size_t at) {
-    for (U64 bytes = 0; at + sizeof bytes <= text.size(); at += sizeof bytes) {
-        std::memcpy(&bytes, text.data() + at, sizeof bytes);
-        if (!arePlainInJson(bytes)) break;
+    U64 bytes = 0;
+    if (text.size() >= sizeof bytes) {
+        const std::size_t lastWhole = text.size() - sizeof bytes;
+        for (; at < lastWhole; at += sizeof bytes) {
+            std::memcpy(&bytes, text.data() + at, sizeof bytes);
+            if (!arePlainInJson(bytes)) break;
+        }
+        // What is left is among the last eight, of which some may have been looked at.
+        if (at >= lastWhole) {
+            std::memcpy(&bytes, text.data() + lastWhole, sizeof bytes);
+            if (arePlainInJson(bytes)) return text.size();
+        }
     }
     while (at < text.size() && plainInJson[static_cast<unsigned char>(text[at])]) ++at;
     return at;
+}
+
+// Texts up to this length are written with a single look for room.
+constexpr std::size_t longestAtOnce = 1024;
+
+// Keys and names are short: two overlapping halves instead of a call.
+void copyText(char* to, std::string_view text) {
+    const std::size_t size = text.size();
+    const auto copyHalves = [&]<class Half>(Half half) {
+        std::memcpy(&half, text.data(), sizeof half);
+        std::memcpy(to, &half, sizeof half);
+        std::memcpy(&half, text.data() + size - sizeof half, sizeof half);
+        std::memcpy(to + size - sizeof half, &half, sizeof half);
+    };
+    using Words = std::array<U64, 2>;
+    if (size > 2 * sizeof(Words)) {
+        std::memcpy(to, text.data(), size);
+    } else if (size >= sizeof(Words)) {
+        copyHalves(Words());
+    } else if (size >= sizeof(U64)) {
+        copyHalves(U64());
+    } else if (size >= sizeof(U32)) {
+        copyHalves(U32());
+    } else {
+        for (std::size_t i = 0; i < size; ++i) to[i] = text[i];
+    }
 }
 
 }  // namespace
@@ -77,6 +112,14 @@ void RendererV2::appendName(std::string_view name) {
 
 void RendererV2::appendJsonString(std::string_view text) {
     std::size_t run = plainEnd(text, 0);
+    if (run == text.size() && run <= longestAtOnce) {
+        char* const begin = out_.reserve(run + 2);
+        begin[0] = '"';
+        copyText(begin + 1, text);
+        begin[run + 1] = '"';
+        out_.advance(run + 2);
+        return;
+    }
     out_.append('"');
     for (std::size_t at = 0; at < text.size(); run = plainEnd(text, at)) {
         out_.append(text.substr(at, run - at));

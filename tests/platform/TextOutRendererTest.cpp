@@ -67,6 +67,26 @@ TEST(TextOutRenderer, escapesWhatComesFromOutside) {
     }
 }
 
+TEST(TextOutRenderer, findsWhatToEscapeWhereverItStands) {
+    const auto asJson = [](const std::string& text) {
+        const std::string document = printed(2, [&](auto& renderer) { renderer.pair("k", text); });
+        return document.substr(6, document.size() - 9);  // without {"k":" and "}
+    };
+    constexpr std::size_t longest = 34;  // beyond what is looked at and copied at once
+    for (int byte = 0; byte < 256; ++byte) {
+        const std::string character(1, static_cast<char>(byte));
+        const std::string alone = asJson(character);
+        const bool isPlain = Orb::escaped(character) == character;
+        for (std::size_t at = 0; at < longest; ++at) {
+            const std::string before(at, '~');
+            const std::string behind(longest - 1 - at, ' ');
+            ASSERT_EQ(asJson(before + character + behind), before + alone + behind) << byte;
+            ASSERT_EQ(asJson(before + character), before + alone) << byte << " behind " << at;
+            ASSERT_EQ(Orb::isPlainAscii(before + character + behind), isPlain) << byte;
+        }
+    }
+}
+
 TEST(TextOutRenderer, placesCommasInEveryNesting) {
     const auto everything = [](RendererV2& renderer) {
         { const auto empty = renderer.object("a"); }
