@@ -97,8 +97,9 @@ def at_revision_1(report):
 
 def reported(folder, validators, kind, view, revision=2):
     report = json.loads(show(folder, kind, view, "--json", "--revision", str(revision)))
-    schema = f"policy-{kind}-{f'revision{min(max(revision, 1), 2)}' if view == 'detail' else view}"
-    schemas.check(validators[schema], report, schema)
+    if revision in (1, 2):  # what others report is compared with these
+        schema = f"policy-{kind}-{f'revision{revision}' if view == 'detail' else view}"
+        schemas.check(validators[schema], report, schema)
     return report["trafficPolicies"]
 
 
