@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <ctime>
 #include <filesystem>
 
 #include "blip/Blip.h"
@@ -37,6 +38,10 @@ class BlipDumpAtEnd {
   private:
     bool isWanted_;
 };
+
+// Sends SIGALRM, once it is set.
+timer_t reminder;
+constexpr itimerspec reminderTimes = {{0, 3'000'000}, {0, 3'000'000}};
 
 int printHelp() {
     textout::TextOutBuffer out(STDOUT_FILENO);
@@ -97,8 +102,16 @@ void installSignalHandlers() {
     struct sigaction previous {};
     ::sigaction(SIGINT, nullptr, &previous);
     if (previous.sa_handler == SIG_IGN) return;
+    // Calls that begin to wait after the interrupt, to a terminal that nobody drains, are to notice
+    // it as well: from then on a signal comes every 3 ms.
+    action.sa_handler = [](int) {};
+    ::sigaction(SIGALRM, &action, nullptr);
+    ::timer_create(CLOCK_MONOTONIC, nullptr, &reminder);
     // No SA_RESTART: what waits is to notice. SA_RESETHAND: the second one ends the process.
-    action.sa_handler = [](int) { Orb::interruptRequestedIs(true); };
+    action.sa_handler = [](int) {
+        Orb::interruptRequestedIs(true);
+        ::timer_settime(reminder, 0, &reminderTimes, nullptr);
+    };
     action.sa_flags = static_cast<int>(SA_RESETHAND);
     ::sigaction(SIGINT, &action, nullptr);
 }

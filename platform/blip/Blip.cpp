@@ -10,6 +10,7 @@
 #include <mutex>
 
 #include "orb/Escape.h"
+#include "orb/Interrupt.h"
 
 namespace Blip {
 
@@ -59,7 +60,8 @@ void appendTime(Orb::String& out, Clock::time_point time) {
 bool writeAll(int fd, std::string_view text) {
     while (!text.empty()) {
         const ssize_t written = ::write(fd, text.data(), text.size());
-        if (written < 0 && errno == EINTR) continue;
+        // Nobody waits for the dump of a command that was interrupted.
+        if (written < 0 && errno == EINTR && !Orb::interruptRequested()) continue;
         if (written < 0) return false;
         text.remove_prefix(static_cast<std::size_t>(written));
     }

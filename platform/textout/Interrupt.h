@@ -29,7 +29,7 @@ inline void checkInterrupt() {
 }
 
 // Prints "exiting <message>" and a line end to the process's standard output; gives up when that
-// does not take it within 30 ms.
+// does not take it within 20 ms.
 ORB_EXPORT void printExiting(const char* message);
 
 }  // namespace textout

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,14 +10,15 @@
 #include <cerrno>
 #include <chrono>
 #include <climits>
+#include <iterator>
 
 namespace textout {
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
-constexpr int pollMilliseconds = 10;
-constexpr auto patienceAfterInterrupt = std::chrono::milliseconds(30);
+constexpr int pollMilliseconds = 5;
+constexpr auto patienceAfterInterrupt = std::chrono::milliseconds(20);
 
 // A descriptor whose reader may keep a writer waiting: a pipe, a socket, a terminal.
 bool mayBlock(int fd) {
@@ -28,23 +30,72 @@ bool mayBlock(int fd) {
            (S_ISCHR(status.st_mode) && ::isatty(fd) == 1);
 }
 
+// The terminal that a descriptor leads to; 0 for anything else.
+unsigned terminalOf(int fd) {
+    unsigned device = 0;
+    return ::ioctl(fd, TIOCGDEV, &device) == 0 ? device : 0;
+}
+
+// The pipe or terminal of a descriptor, opened once more for writing that never waits. A terminal
+// that polls writable may still block a writer, and O_NONBLOCK on the descriptor itself would reach
+// the other processes that share it, as the shell. Without one of its own (a socket, a terminal of
+// another user) writes go to the descriptor, in pieces that one that polls writable takes.
+class OwnDescriptor {
+  public:
+    explicit OwnDescriptor(int fd) {
+        char path[32] = "/proc/self/fd/";
+        *std::to_chars(std::strchr(path, '\0'), std::end(path) - 1, fd).ptr = '\0';
+        fd_ = ::open(path, O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+        // The controlling side of a pseudo-terminal opens as a new pseudo-terminal.
+        if (fd_ >= 0 && terminalOf(fd_) != terminalOf(fd)) closeIt();
+    }
+    OwnDescriptor(const OwnDescriptor&) = delete;
+    OwnDescriptor& operator=(const OwnDescriptor&) = delete;
+    ~OwnDescriptor() {
+        if (fd_ >= 0) closeIt();
+    }
+    bool isOpen() const { return fd_ >= 0; }
+    int get() const { return fd_; }
+
+  private:
+    void closeIt() {
+        const int error = errno;  // of the write that failed
+        ::close(fd_);
+        errno = error;
+        fd_ = -1;
+    }
+    int fd_;
+};
+
 enum class Outcome { done, failed, gaveUp };
 
 // Writes the text, leaves in it what was not written, and asks giveUp() again and again while it
-// waits. A waiting writer polls and hands over pieces that a descriptor which polls writable takes
-// without blocking, so no wait is longer than the poll's.
+// waits, in a poll that is never longer than some milliseconds.
+template <class GiveUp>
+Outcome writeWaiting(int fd, std::string_view& text, GiveUp giveUp) {
+    const OwnDescriptor own(fd);
+    const int to = own.isOpen() ? own.get() : fd;
+    const std::size_t longest = own.isOpen() ? text.size() : PIPE_BUF;
+    while (!text.empty()) {
+        if (giveUp()) return Outcome::gaveUp;
+        pollfd ready{to, POLLOUT, 0};
+        if (::poll(&ready, 1, pollMilliseconds) <= 0) continue;
+        const ssize_t written = ::write(to, text.data(), std::min(text.size(), longest));
+        if (written >= 0) {
+            text.remove_prefix(static_cast<std::size_t>(written));
+        } else if (errno != EINTR && errno != EAGAIN) {
+            return Outcome::failed;
+        }
+    }
+    return Outcome::done;
+}
+
 template <class GiveUp>
 Outcome writeAll(int fd, std::string_view& text, GiveUp giveUp) {
-    const bool polls = mayBlock(fd);
+    if (text.empty()) return Outcome::done;
+    if (mayBlock(fd)) return writeWaiting(fd, text, giveUp);
     while (!text.empty()) {
-        if (polls) {
-            if (giveUp()) return Outcome::gaveUp;
-            pollfd ready{fd, POLLOUT, 0};
-            if (::poll(&ready, 1, pollMilliseconds) <= 0) continue;
-        }
-        const std::size_t piece =
-            polls ? std::min<std::size_t>(text.size(), PIPE_BUF) : text.size();
-        const ssize_t written = ::write(fd, text.data(), piece);
+        const ssize_t written = ::write(fd, text.data(), text.size());
         if (written >= 0) {
             text.remove_prefix(static_cast<std::size_t>(written));
         } else if (errno == EINTR || errno == EAGAIN) {

@@ -11,8 +11,11 @@
 
 namespace textout {
 
-// A buffer of 1,048,576 bytes before a file descriptor, which it does not own. Short writes are
-// continued. A write that waits for a slow reader notices an interrupt within 10 ms.
+// A buffer of 1,048,576 bytes before a file descriptor, which it neither owns nor changes. Short
+// writes are continued. A write that waits for a slow reader notices an interrupt within 10 ms.
+// Only where the system refuses to open a terminal once more (one of another user) can a write that
+// has begun to wait not be left: there a process that wants interrupts to end it has signals,
+// handled without SA_RESTART, arrive again and again.
 class ORB_EXPORT TextOutBuffer {
   public:
     static constexpr std::size_t capacity = 1'048'576;
@@ -21,7 +24,7 @@ class ORB_EXPORT TextOutBuffer {
     TextOutBuffer(const TextOutBuffer&) = delete;
     TextOutBuffer& operator=(const TextOutBuffer&) = delete;
     // The fallback for a report that ends by an exception: writes what is left, unless a write
-    // failed, and never throws. After an interrupt it waits no longer than 30 ms for a reader.
+    // failed, and never throws. After an interrupt it waits no longer than 20 ms for a reader.
     ~TextOutBuffer();
 
     // Writes everything. Throws WriteError, after which all output is dropped, or SigIntException.

@@ -1,9 +1,12 @@
 // tpcli as a process: exit statuses, and what goes to standard output and standard error.
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <pty.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <random>
 #include <sstream>
 
 #include "Process.h"
@@ -179,19 +182,19 @@ TEST_F(Tpcli, tellsWhenItsOutputIsLost) {
     }
 }
 
-// A state with a prefix set whose listing is larger than a pipe and than the output buffer.
+// A prefix set whose listing is larger than a pipe and than the output buffer.
+std::string largeSet() {
+    std::string prefixes = "\"10.0.0.0/32\"";
+    for (unsigned i = 1; i < 100'000; ++i) {
+        prefixes += ",\"10." + std::to_string(i >> 16) + "." + std::to_string(i >> 8 & 255) + "." +
+                    std::to_string(i & 255) + "/32\"";
+    }
+    return R"({"fieldSetConfig": {"fieldSetIpPrefix": {"LARGE": {"currCfg": {"prefixes": [)" +
+           prefixes + "]}}}}}";
+}
+
 class TpcliInterrupted : public testing::TestWithParam<const char*> {
   protected:
-    static std::string largeSet() {
-        std::string prefixes = "\"10.0.0.0/32\"";
-        for (unsigned i = 1; i < 100'000; ++i) {
-            prefixes += ",\"10." + std::to_string(i >> 16) + "." + std::to_string(i >> 8 & 255) +
-                        "." + std::to_string(i & 255) + "/32\"";
-        }
-        return R"({"fieldSetConfig": {"fieldSetIpPrefix": {"LARGE": {"currCfg": {"prefixes": [)" +
-               prefixes + "]}}}}}";
-    }
-
     TpcliInterrupted() { EXPECT_EQ(::pipe2(ends_, O_CLOEXEC), 0); }
 
     int ends_[2];
@@ -225,5 +228,51 @@ TEST_P(TpcliInterrupted, goesOnWhereInterruptsAreIgnored) {
 
 INSTANTIATE_TEST_SUITE_P(Formats, TpcliInterrupted, testing::Values("", "--json"),
                          [](const auto& format) { return *format.param == 0 ? "text" : "json"; });
+
+// Reads that many bytes.
+void drain(int terminal, std::size_t bytes) {
+    char buffer[512];
+    while (bytes > 0) {
+        const ssize_t count = ::read(terminal, buffer, std::min(bytes, sizeof buffer));
+        if (count <= 0) FAIL() << "the terminal ended";
+        bytes -= static_cast<std::size_t>(count);
+    }
+}
+
+// A terminal shows a part of the report, stands still (Ctrl-S, a dead link), and its user types
+// Ctrl-C or sends the signal. The controlling side of a terminal as standard output is one that
+// cannot be opened once more, like the terminal of another user.
+TEST(TpcliOnATerminal, endsWhereverTheTerminalStoodStill) {
+    const StateFixture state(largeSet(), "{}");
+    const Arguments arguments = over(state, "show traffic-policy field-set ipv4 prefix");
+    std::mt19937 random(1);
+    for (int attempt = 0; attempt < 24; ++attempt) {
+        const bool isTyped = attempt % 4 < 2;
+        const bool isStopped = attempt % 4 == 1 || attempt % 4 == 2;
+        int reader = 0;
+        int writer = 0;
+        ASSERT_EQ(::openpty(&reader, &writer, nullptr, nullptr, nullptr), 0);
+        if (attempt % 4 == 3) std::swap(reader, writer);
+        const int held = ::dup(writer);  // so that the terminal outlives the command
+        const pid_t tpcli = startTpcli(arguments, state, writer, [&] {
+            if (isTyped && (::setsid() < 0 || ::ioctl(STDOUT_FILENO, TIOCSCTTY, 0) != 0)) {
+                ::_exit(125);
+            }
+        });
+        drain(reader, 1 + random() % 200'000);
+        constexpr char keys[] = {'\x13', '\x03'};  // Ctrl-S, Ctrl-C
+        if (isStopped) {
+            ASSERT_EQ(::write(reader, &keys[0], 1), 1);
+        }
+        if (isTyped) {
+            ASSERT_EQ(::write(reader, &keys[1], 1), 1);
+        } else {
+            ::kill(tpcli, SIGINT);
+        }
+        ASSERT_EQ(waitFor(tpcli), 130) << "attempt " << attempt;
+        ::close(held);
+        ::close(reader);
+    }
+}
 
 }  // namespace
