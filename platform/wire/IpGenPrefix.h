@@ -35,6 +35,10 @@ class ORB_EXPORT IpGenAddr {
     bool isNullAddr() const { return family_ == 0; }
     // REQUIRES: !isNullAddr().
     AddressFamily family() const { return static_cast<AddressFamily>(family_); }
+    // The two words, with the address's first bit on top; those of an IPv4 address hold it in the
+    // upper half of the high word.
+    U64 high() const { return high_; }
+    U64 low() const { return low_; }
 
     // Writes the text form (no terminating zero) and returns its length; the buffer has room for
     // maxPrintedSize bytes. IPv6 as RFC 5952 asks: lower case, the longest run of at least two zero

@@ -1,0 +1,333 @@
+#include "diagnosis/Matching.h"
+
+#include <algorithm>
+
+namespace TrafficPolicyCli {
+
+namespace {
+
+// What a criterion, an alternative or a clause says: holds, does not, or depends.
+RuleResult ask(const Criterion& criterion, const Packet& packet, const Narrowed& narrowed) {
+    if (packet.isKnown(criterion.field)) {
+        return criterion.values->contains(packet.value(criterion.field)) ? RuleResult::match
+                                                                         : RuleResult::noMatch;
+    }
+    const ValueSet& possible = narrowed.values(criterion.field);
+    if (!criterion.values->meets(possible)) return RuleResult::noMatch;
+    return criterion.values->containsAll(possible) ? RuleResult::match : RuleResult::depends;
+}
+
+struct AlternativeAnswer {
+    RuleResult result = RuleResult::match;
+    std::size_t failedAt = 0;
+};
+
+AlternativeAnswer ask(const Alternative& alternative, const Packet& packet,
+                      const Narrowed& narrowed) {
+    AlternativeAnswer answer;
+    for (std::size_t i = 0; i < alternative.size(); ++i) {
+        const RuleResult result = ask(alternative[i], packet, narrowed);
+        if (result == RuleResult::noMatch) return {result, i};
+        if (result == RuleResult::depends) answer.result = result;
+    }
+    return answer;
+}
+
+RuleResult ask(const Clause& clause, const Packet& packet, const Narrowed& narrowed) {
+    RuleResult result = RuleResult::noMatch;
+    for (const Alternative& alternative : clause.alternatives) {
+        const RuleResult one = ask(alternative, packet, narrowed).result;
+        if (one == RuleResult::match) return one;
+        if (one == RuleResult::depends) result = one;
+    }
+    return result;
+}
+
+// Of each criterion by itself; so a rule may be said to depend that always, or never, holds.
+RuleResult ask(const CompiledRule& rule, const Packet& packet, const Narrowed& narrowed) {
+    RuleResult result = RuleResult::match;
+    for (const Clause& clause : rule.clauses) {
+        const RuleResult one = ask(clause, packet, narrowed);
+        if (one == RuleResult::noMatch) return one;
+        if (one == RuleResult::depends) result = one;
+    }
+    return result;
+}
+
+// What failed in a clause of which every alternative fails: that of the alternative which came
+// furthest.
+Field failedCriterion(const Clause& clause, const Packet& packet, const Narrowed& narrowed) {
+    Field failed = clause.asked;
+    std::size_t furthest = 0;
+    for (const Alternative& alternative : clause.alternatives) {
+        const std::size_t at = ask(alternative, packet, narrowed).failedAt;
+        if (at < furthest) continue;
+        failed = alternative[at].asked;
+        furthest = at + 1;
+    }
+    return failed;
+}
+
+// That a field of a layer-4 header is asked for says that the packet is to have one.
+void leaveOutImplied(FieldMask& fields) {
+    for (const bool isInner : {false, true}) {
+        for (const Field field : {Field::sourcePort, Field::destinationPort, Field::tcpFlags,
+                                  Field::icmpType, Field::icmpCode}) {
+            if (fields.contains(fieldAt(field, isInner))) {
+                fields.del(fieldAt(Field::fragment, isInner));
+            }
+        }
+    }
+}
+
+FieldMask openFields(const CompiledRule& rule, const Packet& packet, const Narrowed& narrowed) {
+    FieldMask fields;
+    for (const Clause& clause : rule.clauses) {
+        if (ask(clause, packet, narrowed) != RuleResult::depends) continue;
+        for (const Alternative& alternative : clause.alternatives) {
+            if (ask(alternative, packet, narrowed).result != RuleResult::depends) continue;
+            for (const Criterion& criterion : alternative) {
+                if (ask(criterion, packet, narrowed) == RuleResult::depends) {
+                    fields.is(criterion.field);
+                }
+            }
+        }
+    }
+    leaveOutImplied(fields);
+    return fields;
+}
+
+using Ways = std::vector<Narrowed>;
+
+// Splits a way by an alternative: where it holds, and where its first, second, ... criterion fails.
+// Returns false, with nothing changed, when it holds nowhere.
+bool split(const Narrowed& way, const Alternative& alternative, const Packet& packet, Ways& holds,
+           Ways& fails) {
+    if (ask(alternative, packet, way).result == RuleResult::noMatch) return false;
+    Narrowed rest = way;
+    Ways failing;
+    for (const Criterion& criterion : alternative) {
+        if (packet.isKnown(criterion.field)) continue;
+        const ValueSet& possible = rest.values(criterion.field);
+        ValueSet held = possible.intersected(*criterion.values);
+        // Two criteria of one field may each leave something and together nothing.
+        if (held.empty()) return false;
+        ValueSet other = possible.without(*criterion.values);
+        if (!other.empty()) {
+            failing.push_back(rest);
+            failing.back().is(criterion.field, std::move(other));
+        }
+        rest.is(criterion.field, std::move(held));
+    }
+    holds.push_back(std::move(rest));
+    fails.insert(fails.end(), std::make_move_iterator(failing.begin()),
+                 std::make_move_iterator(failing.end()));
+    return true;
+}
+
+struct SplitWays {
+    Ways holds;
+    Ways fails;
+    std::size_t failedClause = 0;  // when it holds nowhere: the first clause that it fails by
+};
+
+SplitWays split(const Narrowed& way, const CompiledRule& rule, const Packet& packet) {
+    SplitWays result;
+    result.holds.push_back(way);
+    for (std::size_t i = 0; i < rule.clauses.size() && !result.holds.empty(); ++i) {
+        Ways holds;
+        for (Narrowed& before : result.holds) {
+            Ways rest;
+            rest.push_back(std::move(before));
+            for (const Alternative& alternative : rule.clauses[i].alternatives) {
+                Ways next;
+                for (Narrowed& open : rest) {
+                    if (!split(open, alternative, packet, holds, next)) {
+                        next.push_back(std::move(open));
+                    }
+                }
+                rest = std::move(next);
+            }
+            result.fails.insert(result.fails.end(), std::make_move_iterator(rest.begin()),
+                                std::make_move_iterator(rest.end()));
+        }
+        result.holds = std::move(holds);
+        result.failedClause = i;
+    }
+    return result;
+}
+
+RuleAnswer answerOf(const CompiledPolicy& policy, U32 index, const Packet& packet) {
+    const CompiledRule& rule = policy.rule(index);
+    const Narrowed& narrowed = packet.narrowed();
+    RuleAnswer answer{index, RuleResult::match, {}, {}};
+    FieldMask open;
+    for (const Clause& clause : rule.clauses) {
+        const RuleResult result = ask(clause, packet, narrowed);
+        if (result == RuleResult::noMatch) {
+            return {index, result, failedCriterion(clause, packet, narrowed), {}};
+        }
+        if (result == RuleResult::depends) answer.result = result;
+    }
+    if (answer.result == RuleResult::match) return answer;
+    // Alternatives may cover together what each leaves open, and clauses exclude each other.
+    const SplitWays ways = split(narrowed, rule, packet);
+    if (ways.holds.empty()) {
+        const Clause& failed = rule.clauses[ways.failedClause];
+        return {index, RuleResult::noMatch, failed.asked, {}};
+    }
+    if (ways.fails.empty()) return {index, RuleResult::match, {}, {}};
+    answer.dependsOn = openFields(rule, packet, narrowed);
+    return answer;
+}
+
+// Follows the ways of a packet through a policy, rule by rule.
+class Asking {
+  public:
+    Asking(const CompiledPolicy& policy, const Packet& packet, const MatchingLimits& limits)
+        : policy_(policy), packet_(packet), limits_(limits) {
+        ways_.push_back({packet.narrowed(), {}, 0, false});
+    }
+
+    PolicyAnswer run() {
+        for (U32 rule = 0; !ways_.empty(); ++rule) {
+            if (rule >= policy_.size()) {
+                for (Way& way : ways_) end(std::move(way), Verdict::forwarded);
+                break;
+            }
+            if (isWaitedFor(rule)) askNext(rule);
+        }
+        for (Outcome& outcome : answer_.outcomes) leaveOutImplied(outcome.hangsOn);
+        return std::move(answer_);
+    }
+
+  private:
+    struct Way {
+        Narrowed narrowed;
+        std::vector<U32> decidedBy;
+        U32 next;
+        bool redirects;
+    };
+
+    bool isWaitedFor(U32 rule) const {
+        return std::ranges::any_of(ways_, [rule](const Way& way) { return way.next == rule; });
+    }
+
+    void askNext(U32 rule) {
+        answer_.rules.push_back(answerOf(policy_, rule, packet_));
+        const RuleAnswer& alone = answer_.rules.back();
+        // What the packet as a whole does not do, no way of it does.
+        if (alone.result == RuleResult::noMatch) {
+            for (Way& way : ways_) way.next += way.next == rule ? 1 : 0;
+            return;
+        }
+        std::vector<Way> ways = std::move(ways_);
+        ways_.clear();
+        for (Way& way : ways) {
+            if (way.next != rule) {
+                ways_.push_back(std::move(way));
+            } else if (alone.result == RuleResult::match) {
+                hold(std::move(way), rule);
+            } else {
+                follow(std::move(way), rule);
+            }
+        }
+        if (!answer_.isExact) unite();
+    }
+
+    void follow(Way way, U32 rule) {
+        const CompiledRule& compiled = policy_.rule(rule);
+        if (answer_.isExact) {
+            ++steps_;
+            if (steps_ > limits_.steps || ways_.size() > limits_.ways) answer_.isExact = false;
+        }
+        const RuleResult result = ask(compiled, packet_, way.narrowed);
+        if (result == RuleResult::match) return hold(std::move(way), rule);
+        if (result == RuleResult::noMatch) {
+            ++way.next;
+            return ways_.push_back(std::move(way));
+        }
+        if (!answer_.isExact) {
+            Way held = way;
+            hold(std::move(held), rule);
+            ++way.next;
+            return ways_.push_back(std::move(way));
+        }
+        SplitWays split = TrafficPolicyCli::split(way.narrowed, compiled, packet_);
+        for (Narrowed& narrowed : split.holds) {
+            hold({std::move(narrowed), way.decidedBy, rule, way.redirects}, rule);
+        }
+        for (Narrowed& narrowed : split.fails) {
+            ways_.push_back({std::move(narrowed), way.decidedBy, rule + 1, way.redirects});
+        }
+    }
+
+    // The rule holds on the way.
+    void hold(Way way, U32 rule) {
+        const CompiledRule& compiled = policy_.rule(rule);
+        way.decidedBy.push_back(rule);
+        way.redirects = way.redirects || compiled.redirects;
+        way.next = compiled.next;
+        if (compiled.drops) return end(std::move(way), Verdict::dropped);
+        if (way.next == CompiledRule::endsAsking) return end(std::move(way), Verdict::forwarded);
+        ways_.push_back(std::move(way));
+    }
+
+    void end(Way way, Verdict verdict) {
+        FieldMask hangsOn;
+        for (const Narrowed::Entry& entry : way.narrowed.entries()) {
+            if (entry.values != packet_.narrowed().values(entry.field)) hangsOn.is(entry.field);
+        }
+        for (const Outcome& known : answer_.outcomes) {
+            if (known.verdict != verdict || known.decidedBy != way.decidedBy) continue;
+            answer_.outcomes[static_cast<std::size_t>(&known - answer_.outcomes.data())].hangsOn |=
+                hangsOn;
+            return;
+        }
+        if (answer_.outcomes.size() >= limits_.outcomes) {
+            answer_.isComplete = false;
+            return;
+        }
+        answer_.outcomes.push_back({verdict, way.redirects && verdict != Verdict::dropped,
+                                    std::move(way.decidedBy), hangsOn});
+    }
+
+    // Of ways at the same rule that the same rules have decided so far one goes on, narrowed to
+    // nothing but what the packet says.
+    void unite() {
+        std::vector<Way> united;
+        for (Way& way : ways_) {
+            const bool isThere = std::ranges::any_of(united, [&way](const Way& other) {
+                return other.next == way.next && other.decidedBy == way.decidedBy;
+            });
+            if (isThere) continue;
+            if (united.size() >= limits_.ways) {
+                answer_.isComplete = false;
+                break;
+            }
+            way.narrowed = packet_.narrowed();
+            united.push_back(std::move(way));
+        }
+        ways_ = std::move(united);
+    }
+
+    const CompiledPolicy& policy_;
+    const Packet& packet_;
+    const MatchingLimits limits_;
+    PolicyAnswer answer_;
+    std::vector<Way> ways_;
+    U32 steps_ = 0;
+};
+
+}  // namespace
+
+RuleAnswer askRule(const CompiledPolicy& policy, U32 rule, const Packet& packet) {
+    return answerOf(policy, rule, packet);
+}
+
+PolicyAnswer askPolicy(const CompiledPolicy& policy, const Packet& packet,
+                       const MatchingLimits& limits) {
+    return Asking(policy, packet, limits).run();
+}
+
+}  // namespace TrafficPolicyCli

@@ -1,0 +1,210 @@
+#include "diagnosis/Packet.h"
+
+#include <algorithm>
+#include <string>
+
+namespace TrafficPolicyCli {
+
+namespace {
+
+struct FieldRow {
+    std::string_view name;
+    U32 highest;  // of numbers; addresses go over all values
+};
+
+constexpr U32 anyAddress = ~U32{0};
+
+// By Field, from 0.
+constexpr FieldRow fieldRows[innerFields] = {
+    {"source", anyAddress},
+    {"destination", anyAddress},
+    {"protocol", 255},
+    {"source-port", 65535},
+    {"destination-port", 65535},
+    {"tcp-flags", 63},
+    {"icmp-type", 255},
+    {"icmp-code", 255},
+    {"dscp", 63},
+    {"ecn", 3},
+    {"ttl", 255},
+    {"length", 65535},
+    {"fragment", 8192},
+    {"vlan", 4096},
+    {"vlan", 4096},
+    {"ip-options", 1},
+    {"tracked", 1},
+    {"bgp-neighbor", 1},
+};
+
+ValueSet valuesOf(Field field) {
+    if (field == Field::innerFamily) {
+        return ValueSet(
+            {ValueSet::numbers(0, 0), ValueSet::numbers(4, 4), ValueSet::numbers(6, 6)});
+    }
+    const U32 highest = fieldRows[static_cast<U32>(field) % innerFields].highest;
+    if (highest == anyAddress) return ValueSet({ValueSet::Interval{{}, {~U64{0}, ~U64{0}}}});
+    return ValueSet({ValueSet::numbers(0, highest)});
+}
+
+constexpr Field portFields[] = {Field::sourcePort, Field::destinationPort};
+constexpr Field icmpFields[] = {Field::icmpType, Field::icmpCode};
+
+constexpr Packet::Contradiction noIpHeader{Field::source, "no IP header in a frame of this family"};
+
+}  // namespace
+
+std::string_view fieldName(Field field) {
+    static const auto innerNames = [] {
+        std::array<std::string, innerFields> names;
+        for (U32 i = 0; i < innerFields; ++i) names[i] = "inner " + std::string(fieldRows[i].name);
+        return names;
+    }();
+    if (field == Field::innerFamily) return "inner family";
+    const auto index = static_cast<U32>(field);
+    if (isInnerField(field)) return innerNames[index - innerFields];
+    return fieldRows[index].name;
+}
+
+const ValueSet& allValues(Field field) {
+    static const auto all = [] {
+        std::array<ValueSet, fieldCount> sets;
+        for (U32 i = 0; i < fieldCount; ++i) sets[i] = valuesOf(static_cast<Field>(i));
+        return sets;
+    }();
+    return all[static_cast<std::size_t>(field)];
+}
+
+const ValueSet& protocolsWithPorts() {
+    static const ValueSet protocols({ValueSet::numbers(6, 6), ValueSet::numbers(17, 17),
+                                     ValueSet::numbers(33, 33), ValueSet::numbers(132, 132),
+                                     ValueSet::numbers(136, 136)});
+    return protocols;
+}
+
+const ValueSet& fragmentsWithLayer4() {
+    static const ValueSet fragments({ValueSet::numbers(0, 1)});
+    return fragments;
+}
+
+const ValueSet& Narrowed::values(Field field) const {
+    const auto found = std::ranges::find(entries_, field, &Entry::field);
+    return found == entries_.end() ? allValues(field) : found->values;
+}
+
+void Narrowed::is(Field field, ValueSet values) {
+    const auto found = std::ranges::find(entries_, field, &Entry::field);
+    if (found != entries_.end()) {
+        found->values = std::move(values);
+    } else {
+        entries_.push_back({field, std::move(values)});
+    }
+}
+
+Packet::Packet(MatchOption family) : family_(family) {
+    // What travels in a tunnel has no tags of its own.
+    numberIs(innerField(Field::vlan), 0);
+    numberIs(innerField(Field::secondVlan), 0);
+}
+
+bool Packet::hasInner() const {
+    if (isKnown(Field::innerFamily)) return number(Field::innerFamily) != 0;
+    for (U32 i = 0; i < innerFields; ++i) {
+        const auto field = static_cast<Field>(i);
+        const bool isTag = field == Field::vlan || field == Field::secondVlan;
+        if (!isTag && isKnown(innerField(field))) return true;
+    }
+    return false;
+}
+
+std::optional<Packet::Contradiction> Packet::settle() {
+    if (family_ != MatchOption::ipv4 && family_ != MatchOption::ipv6) {
+        for (U32 i = 0; i < static_cast<U32>(Field::vlan); ++i) {
+            const auto field = static_cast<Field>(i);
+            if (isKnown(field)) return Contradiction{field, noIpHeader.why};
+        }
+        if (isKnown(Field::ipOptions)) return Contradiction{Field::ipOptions, noIpHeader.why};
+        if (hasInner()) return Contradiction{Field::innerFamily, noIpHeader.why};
+        return std::nullopt;
+    }
+    if (hasInner()) {
+        if (const auto contradiction = settleInner()) return contradiction;
+        if (const auto contradiction = settleLayer4(true)) return contradiction;
+    }
+    return settleLayer4(false);
+}
+
+// A packet inside is that of a GTP-U packet, which goes to a port of its own.
+std::optional<Packet::Contradiction> Packet::settleInner() {
+    if (isKnown(Field::protocol) && number(Field::protocol) != protocolUdp) {
+        return Contradiction{Field::protocol, "an inner packet without UDP"};
+    }
+    numberIs(Field::protocol, protocolUdp);
+    if (isKnown(Field::destinationPort) && number(Field::destinationPort) != portGtpU) {
+        return Contradiction{Field::destinationPort,
+                             "an inner packet without the destination port 2152"};
+    }
+    numberIs(Field::destinationPort, portGtpU);
+    if (!isKnown(Field::innerFamily)) {
+        narrowed_.is(Field::innerFamily,
+                     ValueSet({ValueSet::numbers(4, 4), ValueSet::numbers(6, 6)}));
+    }
+    return std::nullopt;
+}
+
+// Fields of a layer-4 header say which protocol it is of, and that it is there.
+std::optional<Packet::Contradiction> Packet::settleLayer4(bool isInner) {
+    const Field protocol = fieldAt(Field::protocol, isInner);
+    const Field fragment = fieldAt(Field::fragment, isInner);
+    const auto knownOf = [&](const auto& fields) -> std::optional<Field> {
+        for (const Field field : fields) {
+            if (isKnown(fieldAt(field, isInner))) return fieldAt(field, isInner);
+        }
+        return std::nullopt;
+    };
+    ValueSet icmp({ValueSet::numbers(protocolIcmp, protocolIcmp),
+                   ValueSet::numbers(protocolIcmpv6, protocolIcmpv6)});
+    if (!isInner || isKnown(Field::innerFamily)) {
+        const bool isIpv4 =
+            isInner ? number(Field::innerFamily) == 4 : family_ == MatchOption::ipv4;
+        const U32 number = isIpv4 ? protocolIcmp : protocolIcmpv6;
+        icmp = ValueSet({ValueSet::numbers(number, number)});
+    }
+    struct Layer4 {
+        std::optional<Field> field;
+        ValueSet protocols;
+        std::string_view why;
+    };
+    const Layer4 rows[] = {
+        {knownOf(portFields), protocolsWithPorts(),
+         "ports without TCP, UDP, UDP-Lite, SCTP or DCCP"},
+        {knownOf(std::array{Field::tcpFlags}),
+         ValueSet({ValueSet::numbers(protocolTcp, protocolTcp)}), "TCP flags without TCP"},
+        {knownOf(icmpFields), icmp, "an ICMP type or code without the family's ICMP"},
+    };
+    ValueSet protocols = allValues(protocol);
+    bool hasLayer4 = false;
+    for (const Layer4& row : rows) {
+        if (!row.field) continue;
+        hasLayer4 = true;
+        protocols = protocols.intersected(row.protocols);
+        const bool fits =
+            isKnown(protocol) ? row.protocols.contains(value(protocol)) : !protocols.empty();
+        if (!fits) return Contradiction{*row.field, row.why};
+        if (isKnown(fragment) && !fragmentsWithLayer4().contains(value(fragment))) {
+            return Contradiction{*row.field, "a fragment that is not the first has no such header"};
+        }
+    }
+    if (!hasLayer4) return std::nullopt;
+    if (!isKnown(protocol)) {
+        const auto& intervals = protocols.intervals();
+        if (intervals.size() == 1 && intervals[0].low.high == intervals[0].high.high) {
+            valueIs(protocol, intervals[0].low);
+        } else {
+            narrowed_.is(protocol, std::move(protocols));
+        }
+    }
+    if (!isKnown(fragment)) narrowed_.is(fragment, fragmentsWithLayer4());
+    return std::nullopt;
+}
+
+}  // namespace TrafficPolicyCli
