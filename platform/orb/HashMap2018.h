@@ -86,16 +86,13 @@ class HashMap2018 {
         using Record = typename Detail::PointeeOf<Stored>::Type;
         return insert(Entry{key, Detail::makeRecord<Record>(key, args...)}).value;
     }
-    // Inserts or replaces the value of a key.
+    // Inserts or replaces the value of a key, and returns it.
     template <class Given = Stored>
-    requires(!isSet && std::constructible_from<Stored, Given>) void is(const Key& key,
-                                                                       Given&& value) {
+    requires(!isSet && std::constructible_from<Stored, Given>) const Stored& is(const Key& key,
+                                                                                Given&& value) {
         const U32 position = positionOf(key);
-        if (position == absent) {
-            insert(Entry{key, std::forward<Given>(value)});
-        } else {
-            entries_[position].value = std::forward<Given>(value);
-        }
+        if (position == absent) return insert(Entry{key, std::forward<Given>(value)}).value;
+        return entries_[position].value = std::forward<Given>(value);
     }
 
     // Inserts a key that is known not to be there: no look-up.

@@ -81,12 +81,12 @@ class RbTreeMap {
         }
         return entry->second;
     }
-    // Inserts or replaces the value of a key.
+    // Inserts or replaces the value of a key, and returns it.
     template <class Given = Stored>
-    requires(!isSet && std::constructible_from<Stored, Given>) void is(const Key& key,
-                                                                       Given&& value) {
+    requires(!isSet && std::constructible_from<Stored, Given>) const Stored& is(const Key& key,
+                                                                                Given&& value) {
         ++changeCount_;
-        tree_.insert_or_assign(key, std::forward<Given>(value));
+        return tree_.insert_or_assign(key, std::forward<Given>(value)).first->second;
     }
 
     template <class Lookup>

@@ -187,17 +187,23 @@ Ptr<PtrInterface> construct(TypeInfo::Arguments arguments) {
         });
 }
 
-// Each attribute is an overload of orbAttribute for its position among those of its class.
-template <int position>
-struct Position {};
+// Each attribute is an overload of orbAttribute for its line below the first of its class, which is
+// the same in every translation unit, whatever was included before.
+template <int line>
+struct Line {};
 struct None {};
+inline constexpr int maxLines = 200;
 
-template <class Type, int position = 0>
-void addAttributes(TypeInfo& type) {
-    if constexpr (requires { Type::template orbAttribute<Type>(Position<position>()); }) {
-        type.attributeIs(Type::template orbAttribute<Type>(Position<position>()));
-        addAttributes<Type, position + 1>(type);
+template <class Type, int line>
+void addAttributeOf(TypeInfo& type) {
+    if constexpr (requires { Type::template orbAttribute<Type>(Line<line>()); }) {
+        type.attributeIs(Type::template orbAttribute<Type>(Line<line>()));
     }
+}
+
+template <class Type, int... line>
+void addAttributes(TypeInfo& type, std::integer_sequence<int, line...>) {
+    (addAttributeOf<Type, line>(type), ...);
 }
 
 template <class Type>
@@ -207,7 +213,7 @@ TypeInfo& defineType(std::string_view signature) {
         base = &Type::OrbBase::orbType();
     }
     auto& type = *new TypeInfo(scopeOf(signature), base);
-    addAttributes<Type>(type);
+    addAttributes<Type>(type, std::make_integer_sequence<int, maxLines>());
     if constexpr (requires { Type::template orbConstructor<Type>(); }) {
         type.constructorIs(Type::template orbConstructor<Type>());
     }
@@ -296,7 +302,7 @@ bool registerFactory() {
     static void orbConstructor(::Orb::Detail::None);                      \
                                                                           \
   private:                                                                \
-    enum : int { orbFirstAttribute = __COUNTER__ + 1 };                   \
+    enum : int { orbFirstLine = __LINE__ };                               \
     [[no_unique_address]] ::Orb::Detail::LiveObject<Type> orbLive_;       \
                                                                           \
   public:
@@ -325,9 +331,9 @@ bool registerFactory() {
 
 #define ORB_STORED_ATTRIBUTE(attribute, ...)                                                 \
   public:                                                                                    \
+    static_assert(__LINE__ - orbFirstLine < ::Orb::Detail::maxLines);                        \
     template <class OrbSelf>                                                                 \
-    static ::Orb::Attribute orbAttribute(                                                    \
-        ::Orb::Detail::Position<__COUNTER__ - orbFirstAttribute>) {                          \
+    static ::Orb::Attribute orbAttribute(::Orb::Detail::Line<__LINE__ - orbFirstLine>) {     \
         return {#attribute, #__VA_ARGS__, [](const ::Orb::PtrInterface& object) {            \
                     return ::Orb::valueOf(static_cast<const OrbSelf&>(object).attribute##_); \
                 }};                                                                          \

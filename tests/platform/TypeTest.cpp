@@ -2,6 +2,7 @@
 // reading by name, messages of refusals), counts of live objects and of references.
 #include "orb/Type.h"
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include "names/AclNameMap.h"
@@ -96,7 +97,8 @@ TEST(Type, buildsByNameAndReadsEveryKindOfAttribute) {
     ASSERT_TRUE(chassis);
     EXPECT_EQ(chassis->uplink().get(), port.get());
     chassis->enabledIs(true);
-    chassis->zoneIs("b", Color::green);
+    const Color& zone = chassis->zoneIs("b", Color::green);
+    EXPECT_EQ(&zone, chassis->zone("b"));
     chassis->zoneIs("a", Color::green);
     chassis->prefixIs(*Wire::IpGenPrefix::parse("10.0.0.0/8"));
     chassis->macIs(*Wire::EthAddr::parse("00:00:5e:00:00:01"));
@@ -116,7 +118,7 @@ TEST(Type, collectionsOfRecordsMakeTheirRecords) {
     EXPECT_EQ(made->name(), "Ethernet1");
     EXPECT_EQ(chassis->portIs("Ethernet1"), made);
     const auto own = Orb::make<Port>("Ethernet2");
-    chassis->portIs(own);
+    EXPECT_EQ(chassis->portIs(own), own);
     EXPECT_EQ(chassis->port("Ethernet2"), own.get());
     chassis->portDel("Ethernet1");
     EXPECT_EQ(chassis->port("Ethernet1"), nullptr);
@@ -158,6 +160,15 @@ TEST(Type, countsLiveObjectsWithThoseOfDerivedTypes) {
         EXPECT_EQ(&Ptr<Device>(chassis)->fwkType(), &Switch::orbType());
     }
     EXPECT_EQ(Device::orbType().liveCount(), devices);
+}
+
+// A host may close the library, whose types the process still knows.
+TEST(Type, outlivesTheClosingOfItsLibrary) {
+    void* const library = ::dlopen(PRODUCT_PATH, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(library, nullptr) << ::dlerror();
+    EXPECT_EQ(::dlclose(library), 0);
+    const auto record = typeOf("TrafficPolicyCli::PolicyStateCpu").create({Orb::String("P")});
+    EXPECT_EQ(shown(record->fwkType().attribute("name")->value(*record)), "P");
 }
 
 TEST(Singleton, isOneObjectFoundByItsTypeName) {

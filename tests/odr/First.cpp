@@ -1,0 +1,12 @@
+// One of two translation units that include the same headers in different orders; see Second.cpp.
+#include "frame/ShowTrafficPolicy.h"
+// Behind it, so that the orders differ.
+#include "fieldsets/ShowFieldSets.h"
+
+// Uses a record of each room, so that its class is compared.
+__attribute__((used)) U32 first(const TrafficPolicyCli::PolicyStateInterface& record,
+                                const TrafficPolicyCli::FieldSetState& sizes,
+                                const Classification::FieldSetConfig& sets) {
+    return record.ruleCount() + sizes.vlanFieldSet().size() + sets.fieldSetVlan().size() +
+           record.counter()->snapshot().size();
+}
