@@ -21,22 +21,41 @@ namespace TrafficPolicyCli {
 
 using CounterReader = PolicyMap::PolicyMapCounterStatusReaderBase;
 
-// What every kind of policy show command is given, in the order of the factories' arguments.
+// What every kind of policy show command is given, in the order of the factories' arguments:
+//   policyJsonDictKeyword  JSON key of the dictionary of policies, as "trafficPolicies"
+//   policyFeatureName      stands before the name on a policy's heading line, as "Traffic policy "
+//   config                 configured policies; null: none
+//   status                 where the platform installed them (interfaces: input; CPU: hardware);
+//                          null: nowhere
+//   counter                snapshots of the last clear (interfaces: input); null: none
+//   policyName             shows only this policy; empty: all
+//   summary .. counters    the view; counters goes before the others; errors excludes detail
+//   byteCountersSupported  byte figures stand beside packet figures
+//   fieldSetConfig         configured field sets; null: every reference is undefined
+//   trafficPolicyHwStatus  what the hardware can do; null: unknown, interface counts not available
+//   policyMapCounters      counters in the shared-memory store (interfaces: input); may be null
+// clang-format off
+#define TRAFFIC_POLICY_SHOW_ARGUMENTS(argument)                                   \
+    argument(Orb::String, policyJsonDictKeyword)                                  \
+    argument(Orb::String, policyFeatureName)                                      \
+    argument(Orb::Ptr<const TrafficPolicy::TrafficPolicyConfig>, config)          \
+    argument(Orb::Ptr<const TrafficPolicy::Status>, status)                       \
+    argument(Orb::Ptr<const TrafficPolicy::Counter>, counter)                     \
+    argument(Orb::String, policyName)                                             \
+    argument(bool, summary)                                                       \
+    argument(bool, errors)                                                        \
+    argument(bool, detail)                                                        \
+    argument(bool, counters)                                                      \
+    argument(bool, byteCountersSupported)                                         \
+    argument(Orb::Ptr<const Classification::FieldSetConfig>, fieldSetConfig)      \
+    argument(Orb::Ptr<const TrafficPolicy::HwStatus>, trafficPolicyHwStatus)      \
+    argument(Orb::Ptr<const PolicyMap::Counters::PolicyMapTypeCounters>, policyMapCounters)
+// clang-format on
+#define TRAFFIC_POLICY_PARAMETER(type, name) type name,
+#define TRAFFIC_POLICY_MEMBER(type, name) type name;
+
 struct ShowArguments {
-    Orb::String policyJsonDictKeyword;
-    Orb::String policyFeatureName;
-    Orb::Ptr<const TrafficPolicy::TrafficPolicyConfig> config;
-    Orb::Ptr<const TrafficPolicy::Status> status;
-    Orb::Ptr<const TrafficPolicy::Counter> counter;
-    Orb::String policyName;
-    bool summary;
-    bool errors;
-    bool detail;
-    bool counters;
-    bool byteCountersSupported;
-    Orb::Ptr<const Classification::FieldSetConfig> fieldSetConfig;
-    Orb::Ptr<const TrafficPolicy::HwStatus> trafficPolicyHwStatus;
-    Orb::Ptr<const PolicyMap::Counters::PolicyMapTypeCounters> policyMapCounters;
+    TRAFFIC_POLICY_SHOW_ARGUMENTS(TRAFFIC_POLICY_MEMBER)
 };
 
 class ShowTrafficPolicyBase : public Orb::PtrInterface {
@@ -59,7 +78,7 @@ class ShowTrafficPolicyBase : public Orb::PtrInterface {
     ORB_ATTRIBUTE(policyState, Orb::RbTreeMap<Orb::String, Orb::Ptr<PolicyState>>)
     ORB_ATTRIBUTE(inputCounterHelper, Orb::Ptr<const CounterReader>)
 
-    // The order of these operations is part of the contract with derived kinds built elsewhere.
+    // The operations that a kind replaces, in an order that stays.
 
     // Prints the policy view, or the errors view, of every record.
     virtual void renderTrafficPolicy(U32 fd, U32 format, U32 revision) = 0;
@@ -120,9 +139,13 @@ class ShowTrafficPolicyBase : public Orb::PtrInterface {
     explicit ShowTrafficPolicyBase(ShowArguments arguments);
     ~ShowTrafficPolicyBase() override;
 
-    // The status of the direction that is not being gathered; null on kinds with one direction. A
-    // rule has an index when either direction has it.
-    virtual const TrafficPolicy::Status* otherDirectionStatus() const;
+    // A rule has an index when either direction has it. The status of the direction that is yet to
+    // be gathered; null when there is none.
+    virtual const TrafficPolicy::Status* nextDirectionStatus() const;
+    // The rule statuses of the direction that was gathered before, which get the numbers of this
+    // pass; empty when there is none.
+    virtual const RuleStatuses& gatheredRules(const PolicyState& policyState) const;
+    virtual void gatheredRulesAre(PolicyState& policyState, RuleStatuses renumbered) const;
 
     // Copies into a record how it is to be shown.
     virtual void showFlagsInto(PolicyState& policyState) const;
@@ -225,7 +248,9 @@ class ShowTrafficPolicyInterface : public ShowTrafficPolicyBase {
     Orb::Ptr<const CounterReader> getCounterStatusHelper(bool isInput) const;
 
   protected:
-    const TrafficPolicy::Status* otherDirectionStatus() const override;
+    const TrafficPolicy::Status* nextDirectionStatus() const override;
+    const RuleStatuses& gatheredRules(const PolicyState& policyState) const override;
+    void gatheredRulesAre(PolicyState& policyState, RuleStatuses renumbered) const override;
     void showFlagsInto(PolicyState& policyState) const override;
 };
 
@@ -247,44 +272,23 @@ class ShowTrafficPolicyVAcl : public ShowTrafficPolicyBase {
     Orb::Ptr<PolicyState> getOrCreatePolicyState(const Orb::String& policyName) override;
 };
 
-// The factories. Shared arguments:
-//   policyJsonDictKeyword  JSON key of the dictionary of policies, as "trafficPolicies"
-//   policyFeatureName      stands before the name on a policy's heading line, as "Traffic policy "
-//   config                 configured policies; null: none
-//   status                 where the platform installed them (interfaces: input; CPU: hardware);
-//                          null: nowhere
-//   counter                snapshots of the last clear (interfaces: input); null: none
-//   policyName             shows only this policy; empty: all
-//   summary .. counters    the view; counters goes before the others; errors excludes detail
-//   byteCountersSupported  byte figures stand beside packet figures
-//   fieldSetConfig         configured field sets; null: every reference is undefined
-//   trafficPolicyHwStatus  what the hardware can do; null: unknown, interface counts not available
-//   policyMapCounters      counters in the shared-memory store (interfaces: input); may be null
-// Any other reference may be null and reads as empty. The pointers are kept until the object dies.
+// The factories, and the creators: the same with the same arguments. Those that are told here
+// follow the shared ones; any reference may be null and reads as empty. The pointers are kept until
+// the object dies.
 
+// clang-format off
+// Policies on the CPU by VRF; all VRFs; the VRF of each interface; the kernel's installation.
 ORB_EXPORT Orb::Ptr<ShowTrafficPolicyCpu> showTrafficPolicyCpuFactory(
-    Orb::String policyJsonDictKeyword, Orb::String policyFeatureName,
-    Orb::Ptr<const TrafficPolicy::TrafficPolicyConfig> config,
-    Orb::Ptr<const TrafficPolicy::Status> status, Orb::Ptr<const TrafficPolicy::Counter> counter,
-    Orb::String policyName, bool summary, bool errors, bool detail, bool counters,
-    bool byteCountersSupported, Orb::Ptr<const Classification::FieldSetConfig> fieldSetConfig,
-    Orb::Ptr<const TrafficPolicy::HwStatus> trafficPolicyHwStatus,
-    Orb::Ptr<const PolicyMap::Counters::PolicyMapTypeCounters> policyMapCounters,
-    // Policies on the CPU by VRF; all VRFs; the VRF of each interface; the kernel's installation.
+    TRAFFIC_POLICY_SHOW_ARGUMENTS(TRAFFIC_POLICY_PARAMETER)
     Orb::Ptr<const PolicyMap::VrfConfig> vrfConfig, Orb::Ptr<const Ip::AllVrfConfig> allVrfConfig,
     Orb::Ptr<const L3::Intf::StatusDir> l3IntfStatusDir,
     Orb::Ptr<const TrafficPolicy::Status> iptablesStatus);
+ORB_EXPORT decltype(showTrafficPolicyCpuFactory) ShowTrafficPolicyCpuIs;
 
+// The same as status, counter and policyMapCounters for the output direction; where policies are
+// configured; whether only policies of one direction are shown.
 ORB_EXPORT Orb::Ptr<ShowTrafficPolicyInterface> showTrafficPolicyInterfaceFactory(
-    Orb::String policyJsonDictKeyword, Orb::String policyFeatureName,
-    Orb::Ptr<const TrafficPolicy::TrafficPolicyConfig> config,
-    Orb::Ptr<const TrafficPolicy::Status> status, Orb::Ptr<const TrafficPolicy::Counter> counter,
-    Orb::String policyName, bool summary, bool errors, bool detail, bool counters,
-    bool byteCountersSupported, Orb::Ptr<const Classification::FieldSetConfig> fieldSetConfig,
-    Orb::Ptr<const TrafficPolicy::HwStatus> trafficPolicyHwStatus,
-    Orb::Ptr<const PolicyMap::Counters::PolicyMapTypeCounters> policyMapCounters,
-    // The same as status, counter and policyMapCounters for the output direction; where policies
-    // are configured; whether only policies of one direction are shown.
+    TRAFFIC_POLICY_SHOW_ARGUMENTS(TRAFFIC_POLICY_PARAMETER)
     Orb::Ptr<const TrafficPolicy::Status> statusOutput,
     Orb::Ptr<const TrafficPolicy::Counter> counterOutput,
     Orb::Ptr<const PolicyMap::IntfConfig> intfConfigInput,
@@ -292,21 +296,16 @@ ORB_EXPORT Orb::Ptr<ShowTrafficPolicyInterface> showTrafficPolicyInterfaceFactor
     Orb::Ptr<const TrafficPolicy::TrafficPolicyIntfParamStatus> policyParamStatus,
     Orb::Ptr<const PolicyMap::Counters::PolicyMapTypeCounters> policyMapCountersOutput,
     bool filterInputPolicies, bool filterOutputPolicies);
+ORB_EXPORT decltype(showTrafficPolicyInterfaceFactory) ShowTrafficPolicyInterfaceIs;
 
+// Where policies are configured, by VLAN interface ("Vlan10").
 ORB_EXPORT Orb::Ptr<ShowTrafficPolicyVAcl> showTrafficPolicyVAclFactory(
-    Orb::String policyJsonDictKeyword, Orb::String policyFeatureName,
-    Orb::Ptr<const TrafficPolicy::TrafficPolicyConfig> config,
-    Orb::Ptr<const TrafficPolicy::Status> status, Orb::Ptr<const TrafficPolicy::Counter> counter,
-    Orb::String policyName, bool summary, bool errors, bool detail, bool counters,
-    bool byteCountersSupported, Orb::Ptr<const Classification::FieldSetConfig> fieldSetConfig,
-    Orb::Ptr<const TrafficPolicy::HwStatus> trafficPolicyHwStatus,
-    Orb::Ptr<const PolicyMap::Counters::PolicyMapTypeCounters> policyMapCounters,
-    // Where policies are configured, by VLAN interface ("Vlan10").
+    TRAFFIC_POLICY_SHOW_ARGUMENTS(TRAFFIC_POLICY_PARAMETER)
     Orb::Ptr<const PolicyMap::IntfConfig> intfConfigBridged);
-
-// The creators: the same with the same arguments.
-inline constexpr auto& ShowTrafficPolicyCpuIs = showTrafficPolicyCpuFactory;
-inline constexpr auto& ShowTrafficPolicyInterfaceIs = showTrafficPolicyInterfaceFactory;
-inline constexpr auto& ShowTrafficPolicyVAclIs = showTrafficPolicyVAclFactory;
+ORB_EXPORT decltype(showTrafficPolicyVAclFactory) ShowTrafficPolicyVAclIs;
+// clang-format on
 
 }  // namespace TrafficPolicyCli
+
+#undef TRAFFIC_POLICY_MEMBER
+#undef TRAFFIC_POLICY_PARAMETER

@@ -41,8 +41,8 @@ void ShowTrafficPolicyCpu::cachePoliciesState() {
 }
 
 void ShowTrafficPolicyCpu::cachePolicyState(const Orb::String& policyName) {
-    ShowTrafficPolicyBase::cachePolicyState(policyName);
     SHOW_TRACE(8, __PRETTY_FUNCTION__ << " " << policyName);
+    ShowTrafficPolicyBase::cachePolicyState(policyName);
     const auto policyState = Orb::ptrCast<PolicyStateCpu>(getOrCreatePolicyState(policyName));
     ORB_ASSERT(policyState != nullptr);
     policyState->countersPerInterfaceIs(false);

@@ -10,9 +10,10 @@ namespace TrafficPolicyCli {
 // configuration is shown in the same view as the others.
 template <class Record>
 Orb::Ptr<Record> ShowTrafficPolicyBase::findOrMakePolicyState(const Orb::String& policyName) {
-    // Gathering asks for the same record again and again, once for every rule.
-    if (lastPolicyState_ == nullptr || lastPolicyState_->name() != policyName ||
-        lastPolicyStateChangeCount_ != policyState().changeCount()) {
+    // Gathering asks for the same record again and again, once for every rule. The change count is
+    // compared first: the record may be gone when it differs.
+    if (lastPolicyState_ == nullptr || lastPolicyStateChangeCount_ != policyState().changeCount() ||
+        lastPolicyState_->name() != policyName) {
         PolicyState* const found = policyState(policyName);
         if (found == nullptr) {
             const auto made = Orb::make<Record>(policyName);

@@ -15,8 +15,19 @@ Orb::Ptr<PolicyState> ShowTrafficPolicyInterface::getOrCreatePolicyState(
     return findOrMakePolicyState<PolicyStateInterface>(policyName);
 }
 
-const TrafficPolicy::Status* ShowTrafficPolicyInterface::otherDirectionStatus() const {
-    return isInput() ? statusOutput().get() : status().get();
+const TrafficPolicy::Status* ShowTrafficPolicyInterface::nextDirectionStatus() const {
+    return isInput() ? statusOutput().get() : nullptr;
+}
+
+const RuleStatuses& ShowTrafficPolicyInterface::gatheredRules(
+    const PolicyState& policyState) const {
+    return isInput() ? ShowTrafficPolicyBase::gatheredRules(policyState)
+                     : policyState.classMapStatusInput();
+}
+
+void ShowTrafficPolicyInterface::gatheredRulesAre(PolicyState& policyState,
+                                                  RuleStatuses renumbered) const {
+    if (!isInput()) policyState.classMapStatusInputIs(std::move(renumbered));
 }
 
 void ShowTrafficPolicyInterface::showFlagsInto(PolicyState& policyState) const {

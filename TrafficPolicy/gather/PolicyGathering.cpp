@@ -76,7 +76,14 @@ void ShowTrafficPolicyBase::cachePolicyState(const Orb::String& policyName) {
     policyState->counterIs(counter());
 }
 
-const TrafficPolicy::Status* ShowTrafficPolicyBase::otherDirectionStatus() const { return nullptr; }
+const TrafficPolicy::Status* ShowTrafficPolicyBase::nextDirectionStatus() const { return nullptr; }
+
+const RuleStatuses& ShowTrafficPolicyBase::gatheredRules(const PolicyState&) const {
+    static const RuleStatuses none;
+    return none;
+}
+
+void ShowTrafficPolicyBase::gatheredRulesAre(PolicyState&, RuleStatuses) const {}
 
 void ShowTrafficPolicyBase::showFlagsInto(PolicyState& policyState) const {
     policyState.summaryIs(summary());
@@ -131,6 +138,36 @@ Orb::Ptr<const ClassMapMatch> matchOf(const PolicyMapSubConfig& currCfg,
     return match;
 }
 
+// The rules that the pass over the other direction has left in a record, by name. What the platform
+// reports may have changed since, and their numbers with it.
+class GatheredRules {
+  public:
+    GatheredRules(const PolicyState& policyState, const RuleStatuses& statuses)
+        : matches_(policyState.classMapConfig()), statuses_(statuses) {}
+
+    // The status of a rule; null when it has none. index: where it is likely to be.
+    Orb::Ptr<const ClassMapStatus> statusOf(const Orb::String& className, U32 index) {
+        if (statuses_.empty()) return nullptr;
+        const auto* const match = matches_.find(index);
+        if (match != nullptr && *match && (*match)->name() == className) {
+            const auto* const status = statuses_.find(index);
+            return status == nullptr ? nullptr : *status;
+        }
+        if (byName_.empty()) {
+            for (const auto& status : statuses_) {
+                if (status) byName_.is(status->name(), status);
+            }
+        }
+        const auto* const found = byName_.find(className);
+        return found == nullptr ? nullptr : *found;
+    }
+
+  private:
+    Orb::Array<Orb::Ptr<const ClassMapMatch>> matches_;
+    RuleStatuses statuses_;
+    Orb::HashMap2018<Orb::String, Orb::Ptr<const ClassMapStatus>> byName_;  // made when needed
+};
+
 }  // namespace
 
 void ShowTrafficPolicyBase::cacheClassState(const Orb::Ptr<const PolicyMapSubConfig>& currCfg) {
@@ -139,9 +176,12 @@ void ShowTrafficPolicyBase::cacheClassState(const Orb::Ptr<const PolicyMapSubCon
     const Orb::Ptr<PolicyState> policyState = getOrCreatePolicyState(policyName);
     const Orb::Ptr<const PolicyMapStatus> policyStatus = getPolicyMapStatus(policyName);
     ORB_ASSERT(policyStatus);
-    const TrafficPolicy::Status* const otherStatus = otherDirectionStatus();
-    const Orb::Ptr<const PolicyMapStatus> otherPolicyStatus =
-        otherStatus != nullptr ? otherStatus->policyMapStatus(policyName) : nullptr;
+    const TrafficPolicy::Status* const nextStatus = nextDirectionStatus();
+    const Orb::Ptr<const PolicyMapStatus> nextPolicyStatus =
+        nextStatus != nullptr ? nextStatus->policyMapStatus(policyName) : nullptr;
+    GatheredRules gathered(*policyState, gatheredRules(*policyState));
+    RuleStatuses renumbered;
+    policyState->classMapConfigDelAll();
 
     const std::vector<Orb::String> classNames = ruleOrder(*currCfg);
     U32 index = 0;
@@ -152,16 +192,17 @@ void ShowTrafficPolicyBase::cacheClassState(const Orb::Ptr<const PolicyMapSubCon
             recordOf(policyStatus->classMapStatus(), className, at);
         const bool hasStatus = hasMatchOption(cmapStatus.get());
         if (!hasStatus) traceMissing(cmapStatus.get(), className);
-        const ClassMapStatus* const otherCmapStatus =
-            otherPolicyStatus ? recordOf(otherPolicyStatus->classMapStatus(), className, at)
-                              : nullptr;
+        const Orb::Ptr<const ClassMapStatus> otherCmapStatus =
+            nextPolicyStatus ? recordOf(nextPolicyStatus->classMapStatus(), className, at)
+                             : gathered.statusOf(className, index);
         // A rule that only the other direction took keeps its index here, as a hole.
-        if (!hasStatus && !hasMatchOption(otherCmapStatus)) continue;
+        if (!hasStatus && !hasMatchOption(otherCmapStatus.get())) continue;
 
         const MatchOption option = *(hasStatus ? *cmapStatus : *otherCmapStatus).match().begin();
         Orb::Ptr<const ClassMapMatch> match = matchOf(*currCfg, className, at, option);
         SHOW_TRACE(7, "Caching " << index << " " << className << " " << option);
         if (hasStatus) cacheClassMapStatus(policyName, index, cmapStatus);
+        if (!nextPolicyStatus && otherCmapStatus) renumbered.is(index, otherCmapStatus);
         if (!policyState->undefinedFieldSet() && !match->namesNoFieldSet() &&
             match->structuredFilter() &&
             refersToUndefinedFieldSet(*match, fieldSetConfig().get())) {
@@ -172,6 +213,7 @@ void ShowTrafficPolicyBase::cacheClassState(const Orb::Ptr<const PolicyMapSubCon
         ++index;
     }
     SHOW_TRACE(4, "ruleCount " << index << ", total class count " << classNames.size());
+    gatheredRulesAre(*policyState, std::move(renumbered));
     policyState->ruleCountIs(index);
 }
 

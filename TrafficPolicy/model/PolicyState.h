@@ -11,6 +11,10 @@ namespace TrafficPolicyCli {
 // Live counter records by their own name.
 using CounterMap = Orb::HashMap2018<Orb::String, Orb::Ptr<const PolicyMap::PacketDataStatus>>;
 
+// The statuses of the rules in one direction, by rule index; null where the platform did not take
+// one.
+using RuleStatuses = Orb::Array<Orb::Ptr<const PolicyMap::ClassMapStatus>>;
+
 template <class Record>
 using PerFamily = Orb::RbTreeMap<MatchOption, Orb::Ptr<Record>>;
 template <class Record>
@@ -25,7 +29,7 @@ class PolicyState : public Orb::PtrInterface {
     ORB_ATTRIBUTE(policyMapConfig, Orb::Ptr<const PolicyMap::PolicyMapConfig>)
     ORB_ATTRIBUTE(policyMapStatusInput, Orb::Ptr<const PolicyMap::PolicyMapStatus>)
     ORB_ATTRIBUTE(classMapConfig, Orb::Array<Orb::Ptr<const PolicyMap::ClassMapMatch>>)
-    ORB_ATTRIBUTE(classMapStatusInput, Orb::Array<Orb::Ptr<const PolicyMap::ClassMapStatus>>)
+    ORB_ATTRIBUTE(classMapStatusInput, RuleStatuses)
     ORB_ATTRIBUTE(ruleCount, U32)
     ORB_ATTRIBUTE(summary, bool)
     ORB_ATTRIBUTE(errors, bool)
@@ -64,7 +68,7 @@ class PolicyStateInterface : public PolicyState {
     ORB_DERIVED_TYPE(PolicyStateInterface, PolicyState)
     ORB_CONSTRUCTIBLE(PolicyStateInterface, Orb::String)
     ORB_ATTRIBUTE(policyMapStatusOutput, Orb::Ptr<const PolicyMap::PolicyMapStatus>)
-    ORB_ATTRIBUTE(classMapStatusOutput, Orb::Array<Orb::Ptr<const PolicyMap::ClassMapStatus>>)
+    ORB_ATTRIBUTE(classMapStatusOutput, RuleStatuses)
     ORB_ATTRIBUTE(filterInputPolicies, bool)   // only input is shown
     ORB_ATTRIBUTE(filterOutputPolicies, bool)  // only output is shown
     ORB_ATTRIBUTE(configuredIntfInput, Orb::RbTreeMap<Orb::String, bool>)

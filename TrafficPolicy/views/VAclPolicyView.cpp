@@ -66,6 +66,6 @@ void ShowTrafficPolicyVAcl::renderTrafficPolicy(U32 fd, U32 format, U32 revision
     renderPolicies(*this, kind, "", fd, format, revision);
 }
 
-void ShowTrafficPolicyVAcl::renderTrafficPolicyCounters(U32, U32, U32) {}
+void ShowTrafficPolicyVAcl::renderTrafficPolicyCounters(U32, U32, U32) { SHOW_TRACE_ENTRY(); }
 
 }  // namespace TrafficPolicyCli

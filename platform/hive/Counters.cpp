@@ -26,8 +26,9 @@ PolicyMapHiveCounterStatusReader::PolicyMapHiveCounterStatusReaderIs(
 const PolicyMapStatus* PolicyMapHiveCounterStatusReader::policyOf(const PolicyMapSmKey& key) const {
     if (!status_) return nullptr;
     const auto& policies = status_->policyMapStatus();
-    if (lastPolicy_ == nullptr || lastPolicy_->name() != key.policyName ||
-        lastChangeCount_ != policies.changeCount()) {
+    // The change count is compared first: the policy may be gone when it differs.
+    if (lastPolicy_ == nullptr || lastChangeCount_ != policies.changeCount() ||
+        lastPolicy_->name() != key.policyName) {
         lastPolicy_ = status_->policyMapStatus(key.policyName);
         lastChangeCount_ = policies.changeCount();
         nextClass_ = 0;

@@ -167,6 +167,8 @@ TEST(Frame, makesARecordAnewThatWasRemoved) {
     EXPECT_EQ(show->getOrCreatePolicyState("X"), record);
     show->policyStateDel("X");
     EXPECT_NE(show->getOrCreatePolicyState("X"), record);
+    show->policyStateDelAll();  // with the record that was asked for last
+    EXPECT_EQ(show->getOrCreatePolicyState("Y")->name(), "Y");
 }
 
 TEST(FrameDeathTest, refusesARecordOfAnotherKind) {

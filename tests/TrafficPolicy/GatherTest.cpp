@@ -1,6 +1,7 @@
 // What gathering makes of configuration and status: policies, rules and their index, undefined
 // references; what it traces; and its walk while the status changes.
 #include <random>
+#include <regex>
 #include <thread>
 
 #include "ViewsFixture.h"
@@ -212,6 +213,7 @@ TEST(GatherTraces, tellWhatWasFoundAndWhatNot) {
         {Kind::cpu, "8 ShowTrafficPolicyBase::render(...)"},
         {Kind::cpu, "8 ShowTrafficPolicyCpu::cachePoliciesState(...)"},
         {Kind::cpu, "8 ShowTrafficPolicyBase::cachePolicyState(...) STAGED"},
+        {Kind::cpu, "8 ShowTrafficPolicyCpu::cachePolicyState(...) P"},
         {Kind::interface, "7 Failed on E1"},
         {Kind::interface, "8 ShowTrafficPolicyInterface::cacheIntfStatus(...)- isInput: 0"},
         {Kind::interface,
@@ -228,6 +230,128 @@ TEST(GatherTraces, tellWhatWasFoundAndWhatNot) {
         lines[kind] = traces.lines();
     }
     for (const auto& [kind, line] : rows) EXPECT_THAT(lines[kind], Contains(traceLine(line)));
+    // A kind tells that it begins before what it builds on does.
+    const auto begins = [&](const string& line) {
+        return std::ranges::find_if(
+            lines[Kind::cpu], [&](const string& text) { return text.find(line) != string::npos; });
+    };
+    EXPECT_LT(begins("Cpu::cachePolicyState("), begins("Base::cachePolicyState("));
+}
+
+TEST(GatherTraces, tellOfAViewThatIsEmpty) {
+    const Captured::Traces traces("TrafficPolicyShowCliHelper", 8);
+    shown(Kind::vlan, State{}, {.counters = true}, SmallState::text);
+    EXPECT_THAT(traces.lines(),
+                Contains(HasSubstr("ShowTrafficPolicyVAcl::renderTrafficPolicyCounters(")));
+}
+
+// An interface kind that gives up the lock between its two passes, and before it looks for the
+// counters of a policy; what others change then is told by a test.
+class Interrupted : public ShowTrafficPolicyInterface {
+  public:
+    explicit Interrupted(const State& state)
+        : ShowTrafficPolicyInterface(
+              ShowArguments{"", "", state.config, state.interfaceInput, nullptr, "", false, false,
+                            false, false, false, nullptr, state.hwStatus, nullptr},
+              state.interfaceOutput, nullptr, nullptr, nullptr, nullptr, nullptr, false, false) {}
+    Orb::Ptr<const CounterReader> createCounterStatusHelper(bool forInput) override {
+        if (!forInput && betweenPasses) betweenPasses();
+        return ShowTrafficPolicyInterface::createCounterStatusHelper(forInput);
+    }
+    void cacheCounters(const Orb::String& name) override {
+        if (beforeCounters) beforeCounters(name);
+        ShowTrafficPolicyInterface::cacheCounters(name);
+    }
+
+    std::function<void()> betweenPasses;
+    std::function<void(const string&)> beforeCounters;
+};
+
+// The status of a policy P that took these of the rules "1" to "9", with a counter of each.
+Orb::Ptr<const PolicyMap::PolicyMapStatus> tookRules(const string& rules) {
+    const auto policy = Orb::make<PolicyMap::PolicyMapStatus>("P");
+    for (const char rule : rules) {
+        const auto status = Orb::make<PolicyMap::ClassMapStatus>(string(1, rule));
+        status->matchIs(MatchOption::ipv4);
+        policy->classMapStatusIs(status->name(), Orb::Ptr<const PolicyMap::ClassMapStatus>(status));
+        const U64 number = static_cast<U64>(rule - '0');
+        const auto counter =
+            Orb::make<PolicyMap::PacketDataStatus>(status->name(), Keel::UniqueId{number});
+        counter->countIs(PolicyMap::PacketAndByte{number, 0});
+        policy->classCounterIs(status->name(),
+                               Orb::Ptr<const PolicyMap::PacketDataStatus>(counter));
+    }
+    return policy;
+}
+
+// Of every rule the name, the criteria and the counts tell the same number.
+TEST(GatherRules, keepTheirNumbersWhenTheStatusChangesBetweenThePasses) {
+    string rules;
+    for (const char* const rule : {"1", "2", "3", "4", "5", "6", "7", "8", "9"}) {
+        rules += (rules.empty() ? "" : ",") + (R"({"name":")" + string(rule)) + R"(","priority":)" +
+                 rule + R"(,"match":{"ipv4":{"structuredFilter":{"ttl":[)" + rule +
+                 R"(]}}},"action":{"count":{}}})";
+    }
+    const struct {
+        const char *input, *output;            // what the first pass sees
+        const char *laterInput, *laterOutput;  // what the second pass sees
+        string shown;                          // "rule:input,output" each
+    } rows[] = {
+        {"135", "135", "135", "135", "1:1,1 3:3,3 5:5,5"},
+        {"123", "23", "23", "23", "1:1,- 2:2,2 3:3,3"},
+        {"123", "123", "123", "3", "1:1,- 2:2,- 3:3,3"},
+        {"135", "24", "135", "246", "1:1,- 2:-,2 3:3,- 4:-,4 5:5,- 6:-,6"},
+        {"24", "24", "123456", "13", "1:-,1 2:2,- 3:-,3 4:4,-"},
+        {"123456789", "9", "", "987654321",
+         "1:1,1 2:2,2 3:3,3 4:4,4 5:5,5 6:6,6 7:7,7 8:8,8 9:9,9"},
+        {"19", "5", "5", "", "1:1,- 9:9,-"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.shown);
+        State state = stateOf(policyWith(R"({"rules":[)" + rules + "]}"), R"({"hwStatus":{}})");
+        const auto input = Orb::make<TrafficPolicy::Status>();
+        const auto output = Orb::make<TrafficPolicy::Status>();
+        input->policyMapStatusIs("P", tookRules(row.input));
+        output->policyMapStatusIs("P", tookRules(row.output));
+        state.interfaceInput = input;
+        state.interfaceOutput = output;
+        const auto show = Orb::make<Interrupted>(state);
+        show->betweenPasses = [&] {
+            input->policyMapStatusIs("P", tookRules(row.laterInput));
+            output->policyMapStatusIs("P", tookRules(row.laterOutput));
+        };
+        const string report = shown(*show, SmallState::text);
+        const std::regex rule(
+            " +match (\\d) ipv4\n +TTL: (\\d)\n +Actions: \n +Count: (\\S+)( packets)? "
+            "\\(input\\)\n +(\\S+)( packets)? \\(output\\)\n");
+        string text;
+        for (std::sregex_iterator at(report.begin(), report.end(), rule), end; at != end; ++at) {
+            EXPECT_EQ(at->str(1), at->str(2)) << report;
+            text += (text.empty() ? "" : " ") + at->str(1) + ":" + at->str(3) + "," + at->str(5);
+        }
+        EXPECT_EQ(std::regex_replace(text, std::regex("N/A"), "-"), row.shown) << report;
+    }
+}
+
+// A policy that goes between two looks for its counters is not asked again.
+TEST(GatherWalk, looksForNoCountersInAPolicyThatIsGone) {
+    State state =
+        stateOf(R"({"policyMapConfig":{"P":{"currCfg":{}},"Q":{"currCfg":{}}}})",
+                R"({"hwStatus":{},"interfaceInput":{"policyMapStatus":{"P":{},"Q":{}}}})");
+    const auto input = Orb::make<TrafficPolicy::Status>();
+    input->policyMapStatusIs(state.interfaceInput->policyMapStatus());
+    state.interfaceInput = input;
+    const auto show = Orb::make<Interrupted>(state);
+    show->beforeCounters = [&](const string& name) {
+        if (name == "P") {
+            input->policyMapStatusIs("P", tookRules("1"));
+        } else {
+            input->policyMapStatusDel("P");
+        }
+    };
+    shown(*show, SmallState::text);
+    EXPECT_EQ(show->policyState("P")->inputClassCounters("1")->count().packets, 1U);
+    EXPECT_TRUE(show->policyState("Q")->inputClassCounters().empty());
 }
 
 // Policies "p000" to "p199", of which those that end in 0 or 5 stay while others come and go.
@@ -240,6 +364,9 @@ string policyName(int number) {
 
 void add(TrafficPolicy::Status& status, int number) {
     const auto policy = Orb::make<PolicyMap::PolicyMapStatus>(policyName(number));
+    const auto rules = tookRules("12");
+    policy->classMapStatusIs(rules->classMapStatus());
+    policy->classCounterIs(rules->classCounter());
     status.policyMapStatusIs(policy->name(), Orb::Ptr<const PolicyMap::PolicyMapStatus>(policy));
 }
 
@@ -273,7 +400,9 @@ class Yielding : public ShowTrafficPolicyInterface {
 TEST(GatherWalkThreads, missesAndRepeatsNoSurvivingPolicy) {
     string policies;
     for (int i = 0; i < policyCount; ++i) {
-        policies += (i == 0 ? "\"" : ",\"") + policyName(i) + R"(":{"currCfg":{}})";
+        policies +=
+            (i == 0 ? "\"" : ",\"") + policyName(i) +
+            R"(":{"currCfg":{"rules":[{"name":"1","priority":1},{"name":"2","priority":2}]}})";
     }
     State state = stateOf(R"({"policyMapConfig":{)" + policies + "}}", R"({"hwStatus":{}})");
     const auto input = changingStatus();
