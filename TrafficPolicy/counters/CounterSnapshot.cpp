@@ -1,5 +1,6 @@
 #include "counters/CounterSnapshot.h"
 
+#include "frame/Creator.h"
 #include "frame/Trace.h"
 #include "reef/CorruptionDetectedException.h"
 #include "reef/ReefValueMapBase.h"
@@ -122,19 +123,31 @@ void TrafficPolicyReefCounterSnapshotHelper::clearCounter() {
     }
 }
 
-Orb::Ptr<TrafficPolicyHiveCounterSnapshotHelper> trafficPolicyHiveCounterSnapshotHelperFactory(
-    const Orb::Ptr<const PolicyMap::PolicyMapTypeStatus>& source, const Orb::Ptr<Counter>& target) {
-    auto helper = Orb::make<TrafficPolicyHiveCounterSnapshotHelper>(source, target);
-    helper->hasNotificationActiveIs(true);
-    return helper;
-}
+DEFINE_FACTORY_AND_CREATOR(
+    TrafficPolicyHiveCounterSnapshotHelper, trafficPolicyHiveCounterSnapshotHelperFactory,
+    (const Orb::Ptr<const PolicyMap::PolicyMapTypeStatus>& source, const Orb::Ptr<Counter>& target),
+    {
+        auto helper = Orb::make<TrafficPolicyHiveCounterSnapshotHelper>(source, target);
+        helper->hasNotificationActiveIs(true);
+        return helper;
+    })
 
-Orb::Ptr<TrafficPolicyReefCounterSnapshotHelper> trafficPolicyReefCounterSnapshotHelperFactory(
-    const Orb::Ptr<const PolicyMap::Counters::PolicyMapTypeCounters>& source,
-    const Orb::Ptr<Counter>& target, bool perInterface) {
-    auto helper = Orb::make<TrafficPolicyReefCounterSnapshotHelper>(source, target, perInterface);
-    helper->hasNotificationActiveIs(true);
-    return helper;
-}
+DEFINE_FACTORY_AND_CREATOR(
+    TrafficPolicyReefCounterSnapshotHelper, trafficPolicyReefCounterSnapshotHelperFactory,
+    (const Orb::Ptr<const PolicyMap::Counters::PolicyMapTypeCounters>& source,
+     const Orb::Ptr<Counter>& target, bool perInterface),
+    {
+        auto helper =
+            Orb::make<TrafficPolicyReefCounterSnapshotHelper>(source, target, perInterface);
+        helper->hasNotificationActiveIs(true);
+        return helper;
+    })
+
+namespace {
+
+const bool registered = Orb::registerFactory<&trafficPolicyHiveCounterSnapshotHelperFactory>() &&
+                        Orb::registerFactory<&trafficPolicyReefCounterSnapshotHelperFactory>();
+
+}  // namespace
 
 }  // namespace TrafficPolicyCli

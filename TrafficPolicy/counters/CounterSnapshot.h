@@ -46,21 +46,20 @@ void _cleanupStaleSnapshots(
     Orb::Ptr<TrafficPolicy::Counter> counter,
     const Orb::Ptr<const PolicyMap::PolicyMapCounterStatusReaderBase>& reader);
 
-// source: the store of the live counters. target: where the snapshots are written. perInterface:
-// whether named counters are snapshot per interface too; their totals always are.
+// The factories, and the creators: the same with the same arguments. source: the store of the live
+// counters. target: where the snapshots are written. perInterface: whether named counters are
+// snapshot per interface too; their totals always are.
 ORB_EXPORT Orb::Ptr<TrafficPolicyHiveCounterSnapshotHelper>
 trafficPolicyHiveCounterSnapshotHelperFactory(
     const Orb::Ptr<const PolicyMap::PolicyMapTypeStatus>& source,
     const Orb::Ptr<TrafficPolicy::Counter>& target);
+ORB_EXPORT decltype(trafficPolicyHiveCounterSnapshotHelperFactory)
+    TrafficPolicyHiveCounterSnapshotHelperIs;
 ORB_EXPORT Orb::Ptr<TrafficPolicyReefCounterSnapshotHelper>
 trafficPolicyReefCounterSnapshotHelperFactory(
     const Orb::Ptr<const PolicyMap::Counters::PolicyMapTypeCounters>& source,
     const Orb::Ptr<TrafficPolicy::Counter>& target, bool perInterface);
-
-// The creators: the same with the same arguments.
-inline constexpr auto& TrafficPolicyHiveCounterSnapshotHelperIs =
-    trafficPolicyHiveCounterSnapshotHelperFactory;
-inline constexpr auto& TrafficPolicyReefCounterSnapshotHelperIs =
-    trafficPolicyReefCounterSnapshotHelperFactory;
+ORB_EXPORT decltype(trafficPolicyReefCounterSnapshotHelperFactory)
+    TrafficPolicyReefCounterSnapshotHelperIs;
 
 }  // namespace TrafficPolicyCli

@@ -104,7 +104,7 @@ class ShowTrafficPolicyMacFieldSet : public Orb::PtrInterface {
                         const Classification::FieldSetMacAddrSubConfig& currCfg, U32 indent) const;
 };
 
-// The factories. Arguments:
+// The factories, and the creators: the same with the same arguments. Arguments:
 //   fsConfig       the configured field sets; null: none
 //   configDir      a directory of sources, each a directory of
 //   Classification::FieldSetMacAddrConfig
@@ -123,22 +123,20 @@ class ShowTrafficPolicyMacFieldSet : public Orb::PtrInterface {
 ORB_EXPORT Orb::Ptr<ShowTrafficPolicyPrefixFieldSet> showTrafficPolicyPrefixFieldSetFactory(
     Orb::Ptr<const Classification::FieldSetConfig> fsConfig, Orb::String fieldSetName, bool ipv4,
     bool filter, const Wire::IpGenPrefix& filterPrefix, bool exact);
+ORB_EXPORT decltype(showTrafficPolicyPrefixFieldSetFactory) ShowTrafficPolicyPrefixFieldSetIs;
 
 ORB_EXPORT Orb::Ptr<ShowTrafficPolicyL4PortFieldSet> showTrafficPolicyL4PortFieldSetFactory(
     Orb::Ptr<const Classification::FieldSetConfig> fsConfig, Orb::String fieldSetName, bool filter,
     Classification::PortRange filterPorts);
+ORB_EXPORT decltype(showTrafficPolicyL4PortFieldSetFactory) ShowTrafficPolicyL4PortFieldSetIs;
 
 ORB_EXPORT Orb::Ptr<ShowTrafficPolicyVlanFieldSet> showTrafficPolicyVlanFieldSetFactory(
     Orb::Ptr<const Classification::FieldSetConfig> fsConfig, Orb::String fieldSetName, bool filter,
     Classification::VlanRange filterVlans);
+ORB_EXPORT decltype(showTrafficPolicyVlanFieldSetFactory) ShowTrafficPolicyVlanFieldSetIs;
 
 ORB_EXPORT Orb::Ptr<ShowTrafficPolicyMacFieldSet> showTrafficPolicyMacFieldSetFactory(
     Orb::Ptr<const Orb::Dir> configDir, Orb::String fieldSetName);
-
-// The creators: the same with the same arguments.
-inline constexpr auto& ShowTrafficPolicyPrefixFieldSetIs = showTrafficPolicyPrefixFieldSetFactory;
-inline constexpr auto& ShowTrafficPolicyL4PortFieldSetIs = showTrafficPolicyL4PortFieldSetFactory;
-inline constexpr auto& ShowTrafficPolicyVlanFieldSetIs = showTrafficPolicyVlanFieldSetFactory;
-inline constexpr auto& ShowTrafficPolicyMacFieldSetIs = showTrafficPolicyMacFieldSetFactory;
+ORB_EXPORT decltype(showTrafficPolicyMacFieldSetFactory) ShowTrafficPolicyMacFieldSetIs;
 
 }  // namespace TrafficPolicyCli

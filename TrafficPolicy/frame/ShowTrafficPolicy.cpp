@@ -9,23 +9,10 @@ ORB_DEFINE_TYPE(ShowTrafficPolicyCpu)
 ORB_DEFINE_TYPE(ShowTrafficPolicyInterface)
 ORB_DEFINE_TYPE(ShowTrafficPolicyVAcl)
 
+#define INITIAL(type, name) name##_(std::move(arguments.name)),
+
 ShowTrafficPolicyBase::ShowTrafficPolicyBase(ShowArguments arguments)
-    : policyJsonDictKeyword_(std::move(arguments.policyJsonDictKeyword)),
-      policyFeatureName_(std::move(arguments.policyFeatureName)),
-      config_(std::move(arguments.config)),
-      status_(std::move(arguments.status)),
-      counter_(std::move(arguments.counter)),
-      policyName_(std::move(arguments.policyName)),
-      summary_(arguments.summary),
-      errors_(arguments.errors),
-      detail_(arguments.detail),
-      counters_(arguments.counters),
-      byteCountersSupported_(arguments.byteCountersSupported),
-      fieldSetConfig_(std::move(arguments.fieldSetConfig)),
-      trafficPolicyHwStatus_(std::move(arguments.trafficPolicyHwStatus)),
-      policyMapCounters_(std::move(arguments.policyMapCounters)) {
-    fieldSetStateIs("");
-}
+    : TRAFFIC_POLICY_SHOW_ARGUMENTS(INITIAL) fieldSetState_(Orb::make<FieldSetState>("")) {}
 
 ShowTrafficPolicyBase::~ShowTrafficPolicyBase() = default;
 

@@ -66,6 +66,14 @@ TEST(SharedObject, keepsItsTypesInTheProcessesRegistry) {
     const auto* const type = Orb::typeByName("TrafficPolicyCli::ShowTrafficPolicyMacFieldSet");
     const auto object = type->create({nullptr, std::string("PRINTERS")});
     EXPECT_EQ(&object->fwkType(), type);
+    const auto target = Orb::make<TrafficPolicy::Counter>();
+    const auto helperOf = [&](const char* store, const std::vector<std::any>& arguments) {
+        const std::string name =
+            std::string("TrafficPolicyCli::TrafficPolicy") + store + "CounterSnapshotHelper";
+        return Orb::typeByName(name)->create(Orb::TypeInfo::Arguments(arguments));
+    };
+    EXPECT_TRUE(helperOf("Hive", {nullptr, target})->hasNotificationActive());
+    EXPECT_TRUE(helperOf("Reef", {nullptr, target, true})->hasNotificationActive());
 }
 
 TEST(SharedObject, countsItsRecordsAndTracesWhereTheProcessSeesThem) {
@@ -132,6 +140,7 @@ std::string exportsOf(const void* function) {
 TEST(SharedObject, exportsOnlyItsInterface) {
     const std::regex interface(
         R"(TrafficPolicyCli::(show\w+Factory|trafficPolicy\w+CounterSnapshotHelperFactory|)"
+        R"(ShowTrafficPolicy[A-Za-z4]+Is|TrafficPolicy\w+HelperIs|)"
         R"((ShowTrafficPolicy\w+::render)|(TrafficPolicy\w+::clearCounter))\(.*)");
     const std::regex typeRegistration(
         R"((guard variable for |reference temporary .* for )?TrafficPolicyCli::\w+::)"
@@ -139,17 +148,26 @@ TEST(SharedObject, exportsOnlyItsInterface) {
     std::istringstream lines(
         exportsOf(reinterpret_cast<const void*>(&TrafficPolicyCli::showTrafficPolicyVAclFactory)));
     std::string address, kind, name;
-    std::size_t strong = 0;
+    std::set<std::string> functions;
     while (lines >> address >> kind && std::getline(lines >> std::ws, name)) {
         const bool isShared = kind == "V" || kind == "W" || kind == "u";
         if (!isShared) {
             EXPECT_TRUE(std::regex_match(name, interface)) << kind << " " << name;
-            ++strong;
+            functions.insert(name.substr(0, name.find('(')));
         } else if (name.find("TrafficPolicyCli::") != std::string::npos) {
             EXPECT_TRUE(std::regex_match(name, typeRegistration)) << kind << " " << name;
         }
     }
-    EXPECT_GE(strong, 12U);
+    std::size_t factories = 0;
+    for (const std::string& function : functions) {
+        if (!function.ends_with("Factory")) continue;
+        ++factories;
+        std::string creator = function.substr(0, function.size() - 7) + "Is";
+        char& first = creator[creator.rfind(':') + 1];
+        first = static_cast<char>(std::toupper(first));
+        EXPECT_TRUE(functions.contains(creator)) << creator;
+    }
+    EXPECT_GE(factories, 9U);
 }
 
 }  // namespace
