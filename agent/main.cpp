@@ -113,6 +113,8 @@ int main(int argc, char** argv) {
     // Before any thread is started, so that none takes them.
     const sigset_t signals = CounterAgent::stopSignals();
     ::sigprocmask(SIG_BLOCK, &signals, nullptr);
+    // A store beyond the limit of a file's size (ulimit -f) is an error of writing.
+    std::signal(SIGXFSZ, SIG_IGN);
     try {
         const auto options = CounterAgent::parseOptions({argv + 1, argv + argc});
         if (!options.help) return CounterAgent::run(options);

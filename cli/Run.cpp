@@ -98,6 +98,7 @@ void installSignalHandlers() {
     struct sigaction action {};
     action.sa_handler = SIG_IGN;
     ::sigaction(SIGPIPE, &action, nullptr);
+    ::sigaction(SIGXFSZ, &action, nullptr);
 
     struct sigaction previous {};
     ::sigaction(SIGINT, nullptr, &previous);

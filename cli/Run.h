@@ -7,7 +7,8 @@
 namespace Cli {
 
 // Makes SIGINT the operator's interrupt (a second one ends the process; a SIGINT that was ignored
-// before stays so), and writing to a closed pipe an error instead of a signal.
+// before stays so), and writing to a closed pipe or beyond the limit of a file's size (ulimit -f)
+// an error instead of a signal.
 void installSignalHandlers();
 
 // Runs one command line: reports to standard output, complaints to standard error. arguments: those

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <pty.h>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -180,6 +181,42 @@ TEST_F(Tpcli, tellsWhenItsOutputIsLost) {
         EXPECT_EQ(closed.status, 141);
         EXPECT_THAT(closed.errors, IsEmpty());
     }
+}
+
+TEST_F(Tpcli, takesALimitOfFileSizesForAWriteError) {
+    const std::string counted =
+        R"({"policyMapStatus": {"EDGE": {"classMapStatus": {"web": ["ipv4"]},
+        "classCounter": {"web": {"uniqueId": 1, "packets": 1}}}}})";
+    fileIs(state_.file("status.json"), R"({"cpu": )" + counted + R"(, "interfaceInput": )" +
+                                           counted + R"(, "interfaceOutput": )" + counted + "}");
+    fileIs(state_.file("snapshots.json"), "{}");
+    const TemporaryFolder directory;
+    struct {
+        const char* program;
+        std::string words;
+        int status;
+        const char* errors;
+    } const rows[] = {
+        {TPCLI_PATH, "show --help", 3, "tpcli: standard output: File too large\n"},
+        {TPCLI_PATH, "clear traffic-policy counters", 2,
+         "tpcli: .*/snapshots.json.new-.*: cannot write: File too large\n"},
+        {COUNTERAGENT_PATH, "--once", 2,
+         "counteragent: .*: it cannot be written: File too large\n"},
+    };
+    for (const auto& row : rows) {
+        Arguments arguments = over(state_, row.words);
+        arguments.insert(arguments.begin(), row.program);
+        const int output =
+            ::open(directory.file("output").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+        const pid_t process = startProgram(arguments, output, directory.file("errors"), [] {
+            const rlimit limit{200, 200};
+            ::setrlimit(RLIMIT_FSIZE, &limit);
+        });
+        EXPECT_EQ(waitFor(process), row.status);
+        EXPECT_THAT(contentsOf(directory.file("errors")), MatchesRegex(row.errors));
+    }
+    EXPECT_EQ(contentsOf(state_.file("snapshots.json")), "{}");
+    EXPECT_FALSE(std::filesystem::exists(state_.file("counters.reef")));
 }
 
 // A prefix set whose listing is larger than a pipe and than the output buffer.
