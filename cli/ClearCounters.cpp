@@ -101,7 +101,7 @@ void report(const Session& session, const Outcome& outcome) {
 int clearCounters(const Session& session) {
     // The writer goes first: the live counts that are read below are those of its turn.
     const SnapshotsWriter writer(session.stateDirectory());
-    const StateDirectory::State& state = session.state();
+    const StateDirectory::State& state = session.currentState();
     Outcome outcome;
     Snapshots snapshots = snapshotsBefore(writer, session.stateDirectory(), outcome);
     clearFromStateDatabase(state.cpu, "cpu", snapshots.cpu, outcome);

@@ -55,6 +55,7 @@ bool countsBytes(const Session& session) {
 template <class Show>
 int print(const Show& show, const Session& session) {
     show->render(session.fd(), session.format(), session.revision());
+    session.endReport();
     return Orb::interruptRequested() ? ExitStatus::interrupted : ExitStatus::success;
 }
 
@@ -213,10 +214,13 @@ Plan planOf(const Words& words) {
         const Match match = grammar.match(words);
         return commands()[match.command].plan(match);
     } catch (const CommandError& error) {
-        const char* const reason = reasonAgainst(words, error.position());
-        if (reason == nullptr) throw;
-        throw CommandError(error.position(), reason, error.expected());
+        throw withReason(error, words);
     }
+}
+
+CommandError withReason(const CommandError& error, const Words& words) {
+    const char* const reason = reasonAgainst(words, error.position());
+    return reason == nullptr ? error : CommandError(error.position(), reason, error.expected());
 }
 
 }  // namespace Cli

@@ -25,5 +25,8 @@ const std::vector<Command>& commands();
 
 // Reads the words of one command. Throws CommandError.
 Plan planOf(const Words& words);
+// An error of the words, with the reason why no command begins like them, if there is a special
+// one.
+CommandError withReason(const CommandError& error, const Words& words);
 
 }  // namespace Cli

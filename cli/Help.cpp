@@ -42,6 +42,8 @@ std::string usageText() {
     std::string text =
         "Usage: tpcli [--state DIR] [--json] [--revision N]\n"
         "             [--trace FACILITY/LEVEL[,...]] WORDS...\n"
+        "       tpcli [OPTIONS] -c COMMAND [COMMAND...]\n"
+        "       tpcli [OPTIONS] <FILE\n"
         "       tpcli --help\n"
         "\n"
         "Commands:\n";
@@ -64,7 +66,12 @@ A word that reads as a keyword, whole or shortened, is one. A word in double
 quotes is always a NAME; the shell takes one pair of quotes away: '"cpu"'.
 
 Options, which may stand anywhere:
-  --state DIR     directory of the state documents; when absent the current one
+  --state DIR     directory of the state documents; when absent that of the
+                  environment variable TPCLI_STATE, else the current one
+  -c COMMAND      run this command, given as one argument, and those behind it;
+                  without -c and WORDS, the commands that standard input has,
+                  one on each line. The exit status is that of the first that
+                  failed
   --json          print JSON instead of text
   --revision N    revision of the JSON model; when absent 2
   --trace FACILITY/LEVEL[,...]
@@ -86,12 +93,21 @@ Exit status:
        interrupt ends the process at once
   141  the output went to a pipe that nobody reads any more
 
+A report of -c or of standard input can go through filters:
+  | include REGEX, | exclude REGEX    lines that match, or that do not
+  | begin REGEX       from the first line that matches
+  | section REGEX     whole policies and rules with a line that matches
+  | count             how many lines there are
+  | json              JSON instead of text
+  | save FILE         into a file
+
 Examples:
   tpcli --state examples/campus show traffic-policy interface errors
   tpcli --state examples/campus --json show traffic-policy COPP-MGMT cpu
   tpcli --state examples/campus show traffic-policy '"cpu"' interface summary
   tpcli --state examples/campus show traffic-policy field-set ipv4 prefix
         BLOCKLIST filter 10.97.0.0/16
+  tpcli -c 'show traffic-policy interface | section Drop | save dropped.txt'
 )";
 }
 

@@ -48,6 +48,8 @@ struct Option {
 
 constexpr Option table[] = {
     {"--help", "", [](const std::string&, Options& options) { options.help = true; }},
+    {"-c", "a command in one word",
+     [](const std::string& value, Options& options) { options.commands.push_back(value); }},
     {"--json", "", [](const std::string&, Options& options) { options.json = true; }},
     {"--state", "a directory",
      [](const std::string& value, Options& options) {
@@ -87,11 +89,12 @@ Options parseOptions(const std::vector<std::string>& arguments) {
     Options options;
     for (auto argument = arguments.begin(); argument != arguments.end(); ++argument) {
         if (*argument == "--") {
-            options.words.insert(options.words.end(), argument + 1, arguments.end());
+            Words& words = options.commands.empty() ? options.words : options.commands;
+            words.insert(words.end(), argument + 1, arguments.end());
             break;
         }
         if (argument->size() < 2 || argument->front() != '-') {
-            options.words.push_back(*argument);
+            (options.commands.empty() ? options.words : options.commands).push_back(*argument);
             continue;
         }
         // "--name value" or "--name=value".
@@ -109,6 +112,10 @@ Options parseOptions(const std::vector<std::string>& arguments) {
             value = *argument;
         }
         option.read(value, options);
+    }
+    if (!options.commands.empty() && !options.words.empty()) {
+        throw OptionError("-c: a command of one word each is expected, not " +
+                          quoted(options.words.front()));
     }
     return options;
 }

@@ -11,13 +11,19 @@
 namespace Cli {
 
 struct Options {
-    std::string stateDirectory = ".";
+    std::string stateDirectory;  // empty: none was named
     bool json = false;
     U32 revision = 2;
     std::vector<std::pair<std::string, U32>> traces;  // facilities and their levels
     bool dumpsBlip = false;
     bool help = false;
+    // Either the commands of -c and behind it, one line each, or the words of one command; without
+    // either, commands come from standard input.
+    std::vector<std::string> commands;
     Words words;
+
+    // Of reports: 1 text, 2 JSON.
+    U32 format() const { return json ? 2 : 1; }
 };
 
 // Reads the arguments behind the program's name. Throws OptionError.

@@ -3,28 +3,26 @@
 #include <signal.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
-#include <filesystem>
 
 #include "blip/Blip.h"
 #include "cli/Commands.h"
 #include "cli/ExitStatus.h"
+#include "cli/Failures.h"
 #include "cli/Help.h"
 #include "cli/Options.h"
+#include "cli/shell/Shell.h"
 #include "orb/ActivityLock.h"
 #include "orb/Interrupt.h"
 #include "orb/Trace.h"
 #include "state/StateError.h"
-#include "textout/RendererV2.h"
 #include "textout/TextOutBuffer.h"
 
 namespace Cli {
 
 namespace {
-
-void complain(const std::string& message) { std::fprintf(stderr, "tpcli: %s\n", message.c_str()); }
 
 class BlipDumpAtEnd {
   public:
@@ -50,46 +48,34 @@ int printHelp() {
     return ExitStatus::success;
 }
 
-// A state directory that was misnamed, or never made, is no fault of a document.
-std::string hintFor(const std::string& directory) {
-    std::error_code ignored;
-    const std::filesystem::path path(directory);
-    if (std::filesystem::exists(path / "config.json", ignored)) return "";
-    return "\ntpcli: name a state directory with --state DIR; an example comes with the sources: "
-           "--state examples/campus";
+// --state, else TPCLI_STATE, else the current directory.
+std::string stateDirectoryOf(const Options& options) {
+    if (!options.stateDirectory.empty()) return options.stateDirectory;
+    const char* const named = std::getenv("TPCLI_STATE");
+    return named != nullptr && *named != 0 ? named : ".";
 }
 
-int runCommand(const Options& options) {
-    const Plan plan = planOf(options.words);
-    for (const auto& [facility, level] : options.traces) {
-        Orb::traceFacility(facility).levelIs(level);
-    }
-    const BlipDumpAtEnd blipDumpAtEnd(options.dumpsBlip);
-    const auto format =
-        options.json ? textout::OutputFormat_t::json : textout::OutputFormat_t::text;
+int runCommand(const Plan& plan, const Options& options) {
+    const std::string directory = stateDirectoryOf(options);
+    StateReadOnce source(directory);
     try {
-        const Session session(options.stateDirectory, STDOUT_FILENO, static_cast<U32>(format),
-                              options.revision);
+        const Session session(directory, STDOUT_FILENO, options.format(), options.revision, source);
         const Orb::ActivityLockGuard lock;
         return plan(session);
     } catch (const StateDirectory::StateError& error) {
-        complain(error.what() + hintFor(options.stateDirectory));
-        return ExitStatus::badState;
+        throw StateDirectory::StateError(error.what() + hintFor(directory));
     }
 }
 
 int runOptions(const Options& options) {
     if (options.help) return printHelp();
-    if (options.words.empty()) {
-        std::fputs(usageText().c_str(), stderr);
-        return ExitStatus::badCommand;
+    const bool isOneCommand = options.commands.empty() && !options.words.empty();
+    const Plan plan = isOneCommand ? planOf(options.words) : Plan();
+    for (const auto& [facility, level] : options.traces) {
+        Orb::traceFacility(facility).levelIs(level);
     }
-    try {
-        return runCommand(options);
-    } catch (const CommandError& error) {
-        complain(explain(options.words, error));
-        return ExitStatus::badCommand;
-    }
+    const BlipDumpAtEnd blipDumpAtEnd(options.dumpsBlip);
+    return isOneCommand ? runCommand(plan, options) : runShell(options, stateDirectoryOf(options));
 }
 
 }  // namespace
@@ -118,22 +104,11 @@ void installSignalHandlers() {
 }
 
 int run(const std::vector<std::string>& arguments) {
-    try {
-        return runOptions(parseOptions(arguments));
-    } catch (const OptionError& error) {
-        complain(error.what());
-        return ExitStatus::badCommand;
-    } catch (const textout::SigIntException& interrupt) {
-        textout::printExiting(interrupt.what());
-        return ExitStatus::interrupted;
-    } catch (const textout::WriteError& error) {
-        if (error.code().value() == EPIPE) return ExitStatus::closedPipe;
-        complain("standard output: " + error.code().message());
-        return ExitStatus::notWritten;
-    } catch (const std::exception& error) {
-        complain(error.what());
-        return ExitStatus::fault;
-    }
+    Options options;
+    return reportFailures("", options.words, [&] {
+        options = parseOptions(arguments);
+        return runOptions(options);
+    });
 }
 
 }  // namespace Cli

@@ -2,7 +2,8 @@
 // command first asks.
 #pragma once
 
-#include <deque>
+#include <functional>
+#include <memory>
 #include <string>
 
 #include "reef/PolicyMapTypeCounters.h"
@@ -11,13 +12,46 @@
 
 namespace Cli {
 
+using StatePtr = std::shared_ptr<const StateDirectory::State>;
+
+// Where sessions have their states from. Both throw StateDirectory::StateError.
+class StateSource {
+  public:
+    virtual ~StateSource() = default;
+    // A state as the documents told it, which may be behind them by the time that reading takes.
+    virtual StatePtr loaded() = 0;
+    // The state as the documents tell it now.
+    virtual StatePtr current() = 0;
+};
+
+// Reads a state directory when first asked. What was read lives as long as the process: taking
+// 100,000 rules apart at the end would only keep the operator waiting.
+class StateReadOnce : public StateSource {
+  public:
+    explicit StateReadOnce(std::string directory) : directory_(std::move(directory)) {}
+    StatePtr loaded() override {
+        static auto& kept = *new StatePtr;
+        if (state_ == nullptr) {
+            state_ = std::make_shared<StateDirectory::State>(StateDirectory::readState(directory_));
+            kept = state_;
+        }
+        return state_;
+    }
+    StatePtr current() override { return loaded(); }
+
+  private:
+    std::string directory_;
+    StatePtr state_;
+};
+
 class Session {
   public:
-    Session(std::string stateDirectory, U32 fd, U32 format, U32 revision)
+    Session(std::string stateDirectory, U32 fd, U32 format, U32 revision, StateSource& source)
         : stateDirectory_(std::move(stateDirectory)),
           fd_(fd),
           format_(format),
           revision_(revision),
+          source_(source),
           counterStore_(
               Orb::make<Reef::StoreManager>(StateDirectory::counterStorePath(stateDirectory_))) {}
 
@@ -26,13 +60,15 @@ class Session {
     U32 format() const { return format_; }      // 1 text, 2 JSON
     U32 revision() const { return revision_; }  // of the JSON model
 
-    // Throws StateDirectory::StateError. What was read lives as long as the process: taking 100,000
-    // rules apart at the end would only keep the operator waiting.
+    // The state, the same one as long as the session lives. Throws StateDirectory::StateError.
     const StateDirectory::State& state() const {
-        static auto& read = *new std::deque<StateDirectory::State>;
-        if (state_ == nullptr) {
-            state_ = &read.emplace_back(StateDirectory::readState(stateDirectory_));
-        }
+        if (state_ == nullptr) state_ = source_.loaded();
+        return *state_;
+    }
+    // The same, as the documents tell it at the time of the first call. REQUIRES: state() was not
+    // called before.
+    const StateDirectory::State& currentState() const {
+        if (state_ == nullptr) state_ = source_.current();
         return *state_;
     }
     // The shared-memory counter store. Nothing is opened before its first count is read.
@@ -42,13 +78,22 @@ class Session {
         return Orb::make<PolicyMap::Counters::PolicyMapTypeCounters>(counterStore_, direction);
     }
 
+    // What is done when the report is whole: what the command says next, on standard error, comes
+    // behind it.
+    void atEndOfReport(std::function<void()> action) { atEndOfReport_ = std::move(action); }
+    void endReport() const {
+        if (atEndOfReport_) atEndOfReport_();
+    }
+
   private:
     std::string stateDirectory_;
     U32 fd_;
     U32 format_;
     U32 revision_;
-    mutable const StateDirectory::State* state_ = nullptr;
+    StateSource& source_;
+    mutable StatePtr state_;
     Orb::Ptr<Reef::StoreManager> counterStore_;
+    std::function<void()> atEndOfReport_;
 };
 
 }  // namespace Cli

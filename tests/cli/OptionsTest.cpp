@@ -23,7 +23,7 @@ TEST(Options, mayStandAnywhere) {
 
 TEST(Options, areModestWhenAbsent) {
     const auto options = Cli::parseOptions({"show", "-"});
-    EXPECT_EQ(options.stateDirectory, ".");
+    EXPECT_EQ(options.stateDirectory, "");
     EXPECT_EQ(options.revision, 2U);
     EXPECT_FALSE(options.json || options.help || options.dumpsBlip || !options.traces.empty());
     EXPECT_THAT(options.words, ElementsAre("show", "-"));
@@ -37,8 +37,11 @@ TEST(Options, sayWhatWouldBeRight) {
         std::string complaint;
     } const rows[] = {
         {{"--jsno"},
-         "unknown option \"--jsno\", expected --help, --json, --state, --revision or --trace"},
-        {{"-h"}, "unknown option \"-h\", expected --help, --json, --state, --revision or --trace"},
+         "unknown option \"--jsno\", expected --help, -c, --json, --state, --revision or --trace"},
+        {{"-h"},
+         "unknown option \"-h\", expected --help, -c, --json, --state, --revision or --trace"},
+        {{"-c", "show", "-c"}, "-c needs a value, expected a command in one word"},
+        {{"show", "cpu", "-c", "show"}, "-c: a command of one word each is expected, not \"show\""},
         {{"--json=yes"}, "--json takes no value"},
         {{"show", "--state"}, "--state needs a value, expected a directory"},
         {{"--state="}, "--state: \"\" is empty, expected a directory"},

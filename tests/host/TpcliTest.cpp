@@ -88,9 +88,6 @@ TEST_F(Tpcli, refusesWrongCommandLines) {
         EXPECT_EQ(outcome.status, 1);
         EXPECT_EQ(outcome.output + outcome.errors, row.errors);
     }
-    const Outcome nothing = run("");
-    EXPECT_EQ(nothing.status, 1);
-    EXPECT_THAT(nothing.errors, StartsWith("Usage: tpcli "));
     // Words are looked at before the state.
     EXPECT_EQ(runTpcli({"show", "traffic-policy", "field-set", "vlan", "filter", "9-8"}).status, 1);
 }

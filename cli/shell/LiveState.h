@@ -1,0 +1,96 @@
+// The state of a directory, kept loaded. A second thread reads the documents, and again whenever
+// they change, and puts what it has read in place under the activity lock; sessions that run keep
+// the version that they began with. Documents with a mistake are refused, and the former version
+// stays in force.
+#pragma once
+
+#include <sys/stat.h>
+
+#include <array>
+#include <condition_variable>
+#include <ctime>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "cli/Session.h"
+
+namespace Cli::Shell {
+
+class LiveState : public StateSource {
+  public:
+    // Begins to read. Throws std::system_error.
+    explicit LiveState(std::string directory);
+    // Waits for a reading that is under way.
+    ~LiveState() override;
+    LiveState(const LiveState&) = delete;
+    LiveState& operator=(const LiveState&) = delete;
+
+    // The version in force. The first call waits until there is one, without the activity lock,
+    // which the calling thread holds; then throws what StateDirectory::readState() threw, or
+    // textout::SigIntException when the operator interrupts the wait.
+    StatePtr loaded() override;
+    // The version in force if it is of the documents as they stand, else one read now.
+    StatePtr current() override;
+    // The version in force; null while there is none.
+    StatePtr loadedSoFar() const;
+
+    // Has the documents looked at, for changes that the system does not tell of (on network file
+    // systems, behind links).
+    void look();
+    bool isReading() const;
+
+    // What happened since the last call, to tell the operator; nothing when nothing did.
+    std::optional<std::string> takeNews();
+    // Readable when there are news.
+    int newsDescriptor() const { return news_; }
+    // Why the documents as they stand are refused, and what is in force instead; empty when they
+    // are not, or when nothing is in force.
+    std::string refusal() const;
+
+  private:
+    // Whether a document is still the one that was read.
+    struct Identity {
+        dev_t device = 0;
+        ino_t file = 0;
+        off_t size = 0;
+        timespec changed{};
+        bool operator==(const Identity& other) const;
+    };
+    using Identities = std::array<Identity, 2>;
+
+    Identities identities() const;
+    void work();
+    void read();
+    bool waitForChange();
+    void watch();
+    void wake() const;
+    void putInPlace(StatePtr state, const Identities& identities);
+    void tell(std::string news);
+    StatePtr owned(StateDirectory::State state);
+
+    const std::string directory_;
+    int news_ = -1;
+    int wake_ = -1;
+    int notify_ = -1;
+    int watched_ = -1;
+
+    mutable std::mutex mutex_;  // taken behind the activity lock
+    std::condition_variable changed_;
+    StatePtr version_;
+    Identities versionOf_{};
+    std::time_t versionTime_ = 0;
+    Identities lastRead_{};
+    bool isReading_ = true;
+    bool isWanted_ = false;  // although nothing changed
+    bool isEnding_ = false;
+    std::string refusal_;
+    std::optional<std::string> newsText_;
+    std::vector<const StateDirectory::State*> retired_;
+
+    std::thread thread_;
+};
+
+}  // namespace Cli::Shell

@@ -1,0 +1,83 @@
+#include "cli/shell/ReportStream.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "textout/Interrupt.h"
+
+namespace Cli::Shell {
+
+namespace {
+
+constexpr int pollMilliseconds = 5;
+constexpr std::size_t chunkSize = 1 << 16;
+
+// Waits for input; throws SigIntException once the operator has interrupted.
+void waitFor(int fd) {
+    pollfd ready{fd, POLLIN, 0};
+    do {
+        textout::checkInterrupt();
+    } while (::poll(&ready, 1, pollMilliseconds) <= 0);
+}
+
+bool isInputWaiting(int fd) {
+    pollfd ready{fd, POLLIN, 0};
+    return ::poll(&ready, 1, 0) > 0 && (ready.revents & POLLIN) != 0;
+}
+
+}  // namespace
+
+ReportStream::ReportStream(std::unique_ptr<Sink> sink) : sink_(std::move(sink)) {
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0) {
+        throw std::system_error(errno, std::generic_category(), "pipe");
+    }
+    reader_ = ends[0];
+    writer_ = ends[1];
+    // Signals go to the thread of the command, which they are to wake.
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    ::pthread_sigmask(SIG_BLOCK, &all, &before);
+    thread_ = std::thread([this] { carry(); });
+    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
+ReportStream::~ReportStream() {
+    if (writer_ >= 0) ::close(writer_);
+    if (thread_.joinable()) thread_.join();
+}
+
+void ReportStream::carry() {
+    try {
+        std::vector<char> chunk(chunkSize);
+        for (;;) {
+            waitFor(reader_);
+            const ssize_t count = ::read(reader_, chunk.data(), chunk.size());
+            if (count <= 0) break;
+            sink_->write({chunk.data(), static_cast<std::size_t>(count)});
+            if (!isInputWaiting(reader_)) sink_->flush();
+        }
+        sink_->end(isWhole_);
+    } catch (...) {
+        failure_ = std::current_exception();
+    }
+    ::close(reader_);  // who still writes learns that nobody reads
+    sink_.reset();
+}
+
+void ReportStream::finish() {
+    isWhole_ = true;
+    if (writer_ >= 0) ::close(std::exchange(writer_, -1));
+    if (thread_.joinable()) thread_.join();
+    if (failure_) std::rethrow_exception(std::exchange(failure_, nullptr));
+}
+
+}  // namespace Cli::Shell
