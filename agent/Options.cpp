@@ -95,11 +95,14 @@ Usage: counteragent [--state DIR] [--recreate] [--once] [--rate RATE]...
   --help        print this text
 
 Without a store the agent makes one: the counters of interface policies in status.json,
-input and output, with the figures and identities given there. A store that stands is
-continued with its identities and figures, and the documents are not read; counters
-that came or went since then need --recreate. What another agent left unfinished when
-it died is taken back. A named counter that counts per interface adds to one of its
-interfaces after the other, and to its total. Without --rate nothing is counted.
+input and output, with the figures and identities given there. A counter that was cleared
+under its identity (snapshots.json) gets a new one. A store that stands is continued with
+its identities and figures; counters that came or went since then need --recreate. What
+another agent left unfinished when it died is taken back. A damaged record has its former
+counts again, or, when they are damaged too, counts from 0 under a new identity.
+
+A named counter that counts per interface adds to one of its interfaces after the other,
+and to its total. Without --rate nothing is counted.
 
 Exit status:
   0  ended by SIGTERM or SIGINT, or --once: every record is finished

@@ -13,6 +13,7 @@
 #include "reef/CorruptionDetectedException.h"
 #include "reef/Directory.h"
 #include "state/CounterStore.h"
+#include "state/Snapshots.h"
 #include "state/State.h"
 
 namespace CounterAgent {
@@ -56,12 +57,21 @@ double secondsNow() {
 }
 
 Reef::StoreWriter openStore(const Options& options, const std::string& path) {
+    // A snapshot applies to whatever bears its identity: a counter that begins anew must not.
+    Reef::UsedIdentities used;
+    bool isUsedKnown = true;
+    try {
+        used = StateDirectory::identitiesOf(StateDirectory::readSnapshots(options.stateDirectory));
+    } catch (const StateDirectory::StateError&) {
+        isUsedKnown = false;  // a clear or a show says so to whom it concerns
+    }
     const bool stands = std::filesystem::exists(std::filesystem::symlink_status(path));
-    if (stands && !options.recreate) return Reef::StoreWriter::resume(path);
+    if (stands && !options.recreate) return Reef::StoreWriter::resume(path, used);
     const auto state = StateDirectory::readState(options.stateDirectory);
+    const bool isFirst = isUsedKnown && !options.recreate;
     return Reef::StoreWriter::create(
         path, state.interfaceInput, state.interfaceOutput,
-        options.recreate ? Reef::Identities::unused : Reef::Identities::ofStatus);
+        isFirst ? Reef::Identities::ofStatus : Reef::Identities::unused, used);
 }
 
 void count(Reef::StoreWriter& writer, Counting& counting) {
@@ -82,9 +92,13 @@ int run(const Options& options) {
     const std::string store = "counter store " + Orb::escaped(path);
     try {
         Reef::StoreWriter writer = openStore(options, path);
+        if (writer.recordsRestored() != 0) {
+            say(store + ": " + std::to_string(writer.recordsRestored()) +
+                " damaged records have their former counts again");
+        }
         if (writer.recordsReset() != 0) {
             say(store + ": " + std::to_string(writer.recordsReset()) +
-                " damaged records count from 0 again");
+                " damaged records count from 0 again, as new counters");
         }
         Counting counting(writer.directory(), options.rates);
         if (options.once) return 0;
@@ -95,6 +109,9 @@ int run(const Options& options) {
     } catch (const OptionError& error) {
         say(error.what());
         return badOptions;
+    } catch (const Cairn::UnreadableException& failure) {
+        say(store + ": " + failure.what());
+        return badState;
     } catch (const Cairn::CorruptionDetectedException& damage) {
         say(store + ": " + damage.what() + "; --recreate makes it anew");
         return badState;

@@ -21,30 +21,44 @@ void say(const std::string& message) { std::fprintf(stderr, "tpcli: %s\n", messa
 // What a clear did.
 struct Outcome {
     U64 counters = 0;
-    bool isChanged = false;  // there is something to save
-    bool isWhole = true;     // no target was left out
+    bool isChanged = false;   // there is something to save
+    bool isWhole = true;      // no target was left out, nothing failed
+    bool wasDamaged = false;  // the document that is replaced
 };
 
-// The snapshots as they stand. A damaged document has none, and is kept under another name.
-Snapshots snapshotsBefore(const SnapshotsWriter& writer, const std::string& directory,
-                          Outcome& outcome) {
+// The snapshots as they stand. Only a document that was read whole can be known to be damaged, and
+// then has none; one that cannot be read may hold all of them, and ends the clear. So does a
+// damaged one behind a link, which may have been set to anybody's file.
+Snapshots snapshotsBefore(const SnapshotsWriter& writer, Outcome& outcome) {
     try {
-        return StateDirectory::readSnapshots(directory);
+        return writer.read();
+    } catch (const StateDirectory::UnreadableError&) {
+        throw;
     } catch (const StateDirectory::StateError& error) {
+        if (writer.isLinked()) {
+            throw StateDirectory::StateError(
+                error.what() + std::string("; a damaged document that snapshots.json links to is "
+                                           "not replaced: mend it or remove the link"));
+        }
         say(error.what());
-        say("the damaged document is kept as " + writer.keepDamaged());
-        outcome.isChanged = true;
+        outcome.isChanged = outcome.wasDamaged = true;
         return {};
     }
 }
 
-// The same once more, when there is nothing left to say.
-Snapshots snapshotsAgain(const std::string& directory) {
-    try {
-        return StateDirectory::readSnapshots(directory);
-    } catch (const StateDirectory::StateError&) {
-        return {};
+// A copy of its own: a clear changes the versions of named counters where they are.
+TargetPtr copyOf(const TrafficPolicy::Counter& target) {
+    auto copy = Orb::make<TrafficPolicy::Counter>();
+    copy->timestampIs(target.timestamp());
+    copy->snapshotIs(target.snapshot());
+    for (const auto& [key, version] : target.namedSnapshot()) {
+        const auto own = copy->namedSnapshotIs(key, version->uniqueId());
+        own->totalCountIs(version->totalCount());
+        for (const auto& [intfId, data] : version->perIntfCount()) {
+            own->perIntfCountIs(intfId, data->uniqueId())->countDataIs(data->countData());
+        }
     }
+    return copy;
 }
 
 void clearFromStateDatabase(const Orb::Ptr<const TrafficPolicy::Status>& status,
@@ -66,29 +80,39 @@ void clearFromStateDatabase(const Orb::Ptr<const TrafficPolicy::Status>& status,
 // records that are not available keep their former snapshot.
 void clearFromCounterStore(const Session& session, Snapshots& snapshots, Outcome& outcome) {
     U64 cleared = 0;
-    const auto clear = [&](Direction direction, const TargetPtr& target) {
+    const auto clear = [&](Direction direction, const TrafficPolicy::Counter& before) {
+        const TargetPtr target = copyOf(before);
         const auto helper = TrafficPolicyCli::trafficPolicyReefCounterSnapshotHelperFactory(
             session.counters(direction), target, true);
         helper->clearCounter();
         cleared += helper->clearedCounters();
+        return target;
     };
-    clear(Direction::input, snapshots.interfaceInput);
-    clear(Direction::output, snapshots.interfaceOutput);
-    if (session.counterStore()->damage().empty()) {
-        outcome.counters += cleared;
-        outcome.isChanged = true;
-        outcome.isWhole = outcome.isWhole && session.counterStore()->recordsNotAvailable() == 0;
-    } else {
-        const Snapshots before = snapshotsAgain(session.stateDirectory());
-        snapshots.interfaceInput = before.interfaceInput;
-        snapshots.interfaceOutput = before.interfaceOutput;
+    const TargetPtr input = clear(Direction::input, *snapshots.interfaceInput);
+    const TargetPtr output = clear(Direction::output, *snapshots.interfaceOutput);
+    if (!session.counterStore()->damage().empty()) {
         outcome.isWhole = false;
+        return;
     }
+    snapshots.interfaceInput = input;
+    snapshots.interfaceOutput = output;
+    outcome.counters += cleared;
+    outcome.isChanged = true;
+    outcome.isWhole = outcome.isWhole && session.counterStore()->recordsNotAvailable() == 0;
 }
 
-void report(const Session& session, const Outcome& outcome) {
-    textout::TextOutBuffer out(session.fd());
-    textout::RendererV2 renderer(out, session.format(), session.revision());
+void save(const SnapshotsWriter& writer, const Snapshots& snapshots, Outcome& outcome) {
+    if (outcome.wasDamaged) say("the damaged document is kept as " + writer.keepDamaged());
+    const std::string failure = writer.save(snapshots);
+    if (!failure.empty()) {
+        say(failure);
+        outcome.isWhole = false;
+    }
+    // One that came while the new document was put in place came too late to stop anything.
+    Orb::interruptRequestedIs(false);
+}
+
+void report(textout::RendererV2& renderer, const Outcome& outcome) {
     renderer.documentBegin();
     renderer.pair("clearedCounters", outcome.counters);
     renderer.text("Cleared ").number(outcome.counters).text(" traffic-policy counters").endLine();
@@ -103,7 +127,7 @@ int clearCounters(const Session& session) {
     const SnapshotsWriter writer(session.stateDirectory());
     const StateDirectory::State& state = session.currentState();
     Outcome outcome;
-    Snapshots snapshots = snapshotsBefore(writer, session.stateDirectory(), outcome);
+    Snapshots snapshots = snapshotsBefore(writer, outcome);
     clearFromStateDatabase(state.cpu, "cpu", snapshots.cpu, outcome);
     if (!state.hwStatus) {
         say("no hardware status: there are no interface counters to clear");
@@ -115,9 +139,18 @@ int clearCounters(const Session& session) {
         clearFromStateDatabase(state.interfaceOutput, "interfaceOutput", snapshots.interfaceOutput,
                                outcome);
     }
-    textout::checkInterrupt();  // the last moment at which nothing has changed
-    if (outcome.isChanged) writer.save(snapshots);
-    report(session, outcome);
+    // Its memory is asked for while the clear may still fail.
+    textout::TextOutBuffer out(session.fd());
+    textout::RendererV2 renderer(out, session.format(), session.revision());
+    if (outcome.isChanged) save(writer, snapshots, outcome);
+    try {
+        report(renderer, outcome);
+    } catch (...) {
+        // Whoever cannot read the report learns it here.
+        std::fprintf(stderr, "tpcli: %llu traffic-policy counters were cleared\n",
+                     static_cast<unsigned long long>(outcome.counters));
+        throw;
+    }
     return outcome.isWhole ? ExitStatus::success : ExitStatus::badState;
 }
 

@@ -38,8 +38,13 @@ class File {
     throw StateError(name + ": " + wrong + ", expected " + expected);
 }
 
-[[noreturn]] void refuseUnreadable(const std::string& name, const char* operation) {
-    refuse(name, std::string(operation) + ": " + std::strerror(errno), "a readable regular file");
+[[noreturn]] void refuseUnreadable(const std::string& name, const std::string& wrong,
+                                   const std::string& expected = "a readable regular file") {
+    throw UnreadableError(name + ": " + wrong + ", expected " + expected);
+}
+
+[[noreturn]] void refuseFailed(const std::string& name, const char* operation) {
+    refuseUnreadable(name, std::string(operation) + ": " + std::strerror(errno));
 }
 
 // How many of the bytes that were asked for are there.
@@ -48,7 +53,7 @@ std::size_t readAll(const File& file, const std::string& name, char* data, std::
     while (done < size) {
         const ssize_t count = ::read(file.descriptor(), data + done, size - done);
         if (count < 0 && errno == EINTR) continue;
-        if (count < 0) refuseUnreadable(name, "cannot be read");
+        if (count < 0) refuseFailed(name, "cannot be read");
         if (count == 0) break;
         done += static_cast<std::size_t>(count);
     }
@@ -57,21 +62,21 @@ std::size_t readAll(const File& file, const std::string& name, char* data, std::
 
 simdjson::padded_string readFile(const std::string& path, const std::string& name) {
     const File file(path);
-    if (!file.isOpen()) refuseUnreadable(name, "cannot be opened");
+    if (!file.isOpen()) refuseFailed(name, "cannot be opened");
     struct stat status {};
-    if (::fstat(file.descriptor(), &status) != 0) refuseUnreadable(name, "cannot be read");
-    if (!S_ISREG(status.st_mode)) refuse(name, "is no regular file", "a readable regular file");
+    if (::fstat(file.descriptor(), &status) != 0) refuseFailed(name, "cannot be read");
+    if (!S_ISREG(status.st_mode)) refuseUnreadable(name, "is no regular file");
     const auto size = static_cast<std::size_t>(status.st_size);
     if (size > Document::maxSize) {
-        refuse(name, "has " + std::to_string(size) + " bytes",
-               "at most " + std::to_string(Document::maxSize));
+        refuseUnreadable(name, "has " + std::to_string(size) + " bytes",
+                         "at most " + std::to_string(Document::maxSize));
     }
     simdjson::padded_string text(size);
     if (size > 0 && text.data() == nullptr) {
-        refuse(name, "does not fit into memory", "a smaller document");
+        refuseUnreadable(name, "does not fit into memory", "a smaller document");
     }
     if (readAll(file, name, text.data(), size) != size) {
-        refuse(name, "became shorter while it was read", "a document that stands still");
+        refuseUnreadable(name, "became shorter while it was read", "a document that stands still");
     }
     return text;
 }
@@ -83,6 +88,9 @@ simdjson::dom::element parse(const std::string& path, const std::string& name,
     simdjson::dom::element root;
     const simdjson::error_code error = parser.parse_into_document(parsed, text).get(root);
     if (error == simdjson::SUCCESS) return root;
+    if (error == simdjson::MEMALLOC) {
+        refuseUnreadable(name, "does not fit into memory", "a smaller document");
+    }
     if (const auto fault = findSyntaxFault(text)) {
         refuse(name + ": line " + std::to_string(fault->line) + ", column " +
                    std::to_string(fault->column),

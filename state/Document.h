@@ -9,7 +9,8 @@ namespace StateDirectory {
 
 class Document {
   public:
-    // Reads a regular file of at most maxSize bytes. Throws StateError.
+    // Reads a regular file of at most maxSize bytes. Throws UnreadableError when that fails, and
+    // StateError when the text is no JSON.
     explicit Document(const std::string& path);
 
     // Valid as long as the document.

@@ -199,13 +199,33 @@ class Writer {
 }  // namespace
 
 Snapshots readSnapshots(const std::string& directory) {
+    return readSnapshotsDocument(snapshotsPath(directory));
+}
+
+Snapshots readSnapshotsDocument(const std::string& path) {
     Snapshots snapshots;
-    const std::string path = directory + "/snapshots.json";
     struct stat status {};
     if (::lstat(path.c_str(), &status) != 0 && errno == ENOENT) return snapshots;
     const Document document(path);
     readObject(document.root(), snapshotsKeys, snapshots);
     return snapshots;
+}
+
+std::unordered_set<U64> identitiesOf(const Snapshots& snapshots) {
+    std::unordered_set<U64> identities;
+    for (const auto& target :
+         {snapshots.cpu, snapshots.interfaceInput, snapshots.interfaceOutput}) {
+        for (const auto& [key, version] : target->snapshot()) {
+            identities.insert(version.uniqueId.value);
+        }
+        for (const auto& [key, version] : target->namedSnapshot()) {
+            identities.insert(version->uniqueId().value);
+            for (const auto& [intfId, data] : version->perIntfCount()) {
+                identities.insert(data->uniqueId().value);
+            }
+        }
+    }
+    return identities;
 }
 
 std::string snapshotsText(const Snapshots& snapshots) {

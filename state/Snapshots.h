@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <unordered_set>
 
 #include "hive/PolicyMapStatus.h"
 #include "state/StateError.h"
@@ -15,9 +16,18 @@ struct Snapshots {
     Orb::Ptr<TrafficPolicy::Counter> interfaceOutput = Orb::make<TrafficPolicy::Counter>();
 };
 
+inline std::string snapshotsPath(const std::string& directory) {
+    return directory + "/snapshots.json";
+}
+
 // Reads snapshots.json of the directory. Without such a file the stores are empty: nothing was ever
-// cleared. Throws StateError when the document is unreadable or has a mistake.
+// cleared. Throws UnreadableError when it cannot be read, and StateError when it has a mistake.
 Snapshots readSnapshots(const std::string& directory);
+// The same of the document's own path.
+Snapshots readSnapshotsDocument(const std::string& path);
+
+// The identities of all records that a snapshot was taken of.
+std::unordered_set<U64> identitiesOf(const Snapshots& snapshots);
 
 // The document that readSnapshots() reads back as the same snapshots; entries ascend by name.
 // Throws StateError when a snapshot bears a name or an identity that the reader would refuse.

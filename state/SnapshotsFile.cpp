@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
@@ -15,16 +16,17 @@
 #include <thread>
 
 #include "orb/Escape.h"
+#include "orb/FileAccess.h"
 #include "textout/Interrupt.h"
 
 namespace StateDirectory {
 
 namespace {
 
-constexpr auto documentName = "snapshots.json";
 constexpr auto lockName = "snapshots.lock";
 constexpr std::string_view temporaryPrefix = "snapshots.json.new-";
-constexpr mode_t fileMode = 0640;
+constexpr mode_t newDocumentMode = 0666;  // less what the process masks
+constexpr mode_t lockMode = 0644;
 
 [[noreturn]] void fail(const std::string& path, std::string_view doing) {
     throw StateError(Orb::escaped(path) + ": " + std::string(doing) + ": " + std::strerror(errno));
@@ -40,19 +42,45 @@ class Descriptor {
         if (fd_ >= 0) ::close(fd_);
     }
     int get() const { return fd_; }
+    bool isOpen() const { return fd_ >= 0; }
 
   private:
     int fd_;
 };
 
+// Where the document is: at the path, or where a link at the path leads.
+std::string documentBehind(const std::string& path) {
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) return path;
+    char* const resolved = ::realpath(path.c_str(), nullptr);
+    if (resolved == nullptr) fail(path, "cannot follow the link");
+    std::string document = resolved;
+    std::free(resolved);
+    return document;
+}
+
+// The lock holds nothing, and a lock is taken on a file that is open for reading just as well. So
+// everybody who may make the first lock, or read that of another, may clear.
 int openLock(const std::string& path) {
-    const int fd =
-        ::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, fileMode);
+    constexpr int flags = O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
+    int fd = -1;
+    do {
+        fd = ::open(path.c_str(), flags);
+        // Separate steps: where everybody may write, the system refuses O_CREAT on another's file.
+        if (fd < 0 && errno == ENOENT)
+            fd = ::open(path.c_str(), flags | O_CREAT | O_EXCL, lockMode);
+    } while (fd < 0 && (errno == EEXIST || errno == EINTR));
     if (fd < 0) fail(path, "cannot open the lock of the snapshots");
     struct stat status {};
     if (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
         ::close(fd);
         throw StateError(Orb::escaped(path) + ": is no regular file");
+    }
+    // Whatever the process masks. Only the owner may; others have it open already.
+    if ((status.st_mode & lockMode) != lockMode && status.st_uid == ::geteuid() &&
+        ::fchmod(fd, lockMode) != 0) {
+        ::close(fd);
+        fail(path, "cannot set the mode");
     }
     return fd;
 }
@@ -76,15 +104,49 @@ void writeAll(int fd, std::string_view text, const std::string& path) {
     }
 }
 
-void syncDirectory(const std::string& directory) {
-    const Descriptor fd(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (fd.get() < 0 || ::fsync(fd.get()) != 0) fail(directory, "cannot sync the directory");
-}
+// A new file that is gone at the end of its life unless it was renamed.
+class Temporary {
+  public:
+    // Its name is the first free one that begins like this.
+    Temporary(const std::string& begin, mode_t mode) : fd_(open(begin, mode)) {}
+    Temporary(const Temporary&) = delete;
+    Temporary& operator=(const Temporary&) = delete;
+    ~Temporary() {
+        if (!path_.empty()) ::unlink(path_.c_str());
+    }
+    int fd() const { return fd_.get(); }
+    const std::string& path() const { return path_; }
+    void rename(const std::string& to) {
+        if (::rename(path_.c_str(), to.c_str()) != 0) fail(path_, "cannot rename");
+        path_.clear();
+    }
+
+  private:
+    int open(const std::string& begin, mode_t mode) {
+        // Names are taken only by what a killed writer left and this user may not remove.
+        constexpr int mostNames = 1000;
+        int fd = -1;
+        for (int i = 0; fd < 0 && i < mostNames; ++i) {
+            const std::string path = begin + std::to_string(i);
+            fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+            if (fd < 0 && errno != EEXIST) fail(path, "cannot make a temporary file");
+            if (fd >= 0) path_ = path;
+        }
+        if (fd < 0) fail(begin, "cannot make a temporary file");
+        return fd;
+    }
+
+    std::string path_;
+    Descriptor fd_;
+};
 
 }  // namespace
 
-SnapshotsWriter::SnapshotsWriter(std::string directory)
-    : directory_(std::move(directory)), lock_(openLock(pathOf(lockName))) {
+SnapshotsWriter::SnapshotsWriter(const std::string& directory)
+    : document_(documentBehind(snapshotsPath(directory))) {
+    isLinked_ = document_ != snapshotsPath(directory);
+    directory_ = isLinked_ ? document_.substr(0, document_.rfind('/')) : directory;
+    lock_ = openLock(pathOf(lockName));
     try {
         waitForLock(lock_, pathOf(lockName));
     } catch (...) {
@@ -98,39 +160,44 @@ SnapshotsWriter::~SnapshotsWriter() { ::close(lock_); }
 
 void SnapshotsWriter::removeTemporaries() const {
     std::error_code ignored;  // what cannot be removed is no obstacle to writing
-    for (const auto& entry : std::filesystem::directory_iterator(directory_, ignored)) {
-        if (entry.path().filename().string().starts_with(temporaryPrefix)) {
-            std::filesystem::remove(entry.path(), ignored);
+    std::filesystem::directory_iterator entry(directory_, ignored);
+    for (; entry != std::filesystem::directory_iterator(); entry.increment(ignored)) {
+        if (entry->path().filename().string().starts_with(temporaryPrefix)) {
+            std::filesystem::remove(entry->path(), ignored);
         }
     }
 }
 
 std::string SnapshotsWriter::keepDamaged() const {
-    const std::string stem = documentName + (".damaged-" + std::to_string(std::time(nullptr)));
+    const std::string stem = document_ + ".damaged-" + std::to_string(std::time(nullptr));
     for (int attempt = 1;; ++attempt) {
-        std::string name = attempt == 1 ? stem : stem + "-" + std::to_string(attempt);
-        if (::link(pathOf(documentName).c_str(), pathOf(name).c_str()) == 0) return name;
-        if (errno != EEXIST) fail(pathOf(documentName), "cannot keep the damaged document");
+        const std::string path = attempt == 1 ? stem : stem + "-" + std::to_string(attempt);
+        if (::link(document_.c_str(), path.c_str()) == 0) return path.substr(directory_.size() + 1);
+        if (errno != EEXIST) fail(document_, "cannot keep the damaged document");
     }
 }
 
-void SnapshotsWriter::save(const Snapshots& snapshots) const {
+std::string SnapshotsWriter::save(const Snapshots& snapshots) const {
     const std::string text = snapshotsText(snapshots);
-    std::string temporary = pathOf(std::string(temporaryPrefix) + "XXXXXX");
-    const Descriptor fd(::mkostemp(temporary.data(), O_CLOEXEC));
-    if (fd.get() < 0) fail(temporary, "cannot make a temporary file");
-    try {
-        writeAll(fd.get(), text, temporary);
-        if (::fchmod(fd.get(), fileMode) != 0) fail(temporary, "cannot set the mode");
-        if (::fsync(fd.get()) != 0) fail(temporary, "cannot sync");
-        if (::rename(temporary.c_str(), pathOf(documentName).c_str()) != 0) {
-            fail(temporary, "cannot rename");
-        }
-    } catch (const StateError&) {
-        ::unlink(temporary.c_str());
-        throw;
+    // Opened before anything changes, when it may still fail.
+    const Descriptor directory(::open(directory_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!directory.isOpen()) fail(directory_, "cannot be opened");
+    struct stat former {};
+    const bool isFirst = ::stat(document_.c_str(), &former) != 0;
+    if (isFirst && errno != ENOENT) fail(document_, "cannot be examined");
+
+    Temporary temporary(pathOf(std::string(temporaryPrefix)), isFirst ? newDocumentMode : 0600);
+    writeAll(temporary.fd(), text, temporary.path());
+    if (!isFirst && !Orb::accessIs(temporary.fd(), former)) {
+        fail(temporary.path(), "cannot set the mode");
     }
-    syncDirectory(directory_);
+    if (::fsync(temporary.fd()) != 0) fail(temporary.path(), "cannot sync");
+    textout::checkInterrupt();  // the last moment at which nothing has changed
+    temporary.rename(document_);
+
+    if (::fsync(directory.get()) == 0) return "";
+    return Orb::escaped(directory_) + ": cannot sync the directory: " + std::strerror(errno) +
+           "; the new snapshots may not outlast a power failure";
 }
 
 }  // namespace StateDirectory

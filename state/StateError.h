@@ -12,4 +12,10 @@ class StateError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// A document could not be read whole: what it holds is not known, and may well be in order.
+class UnreadableError : public StateError {
+  public:
+    using StateError::StateError;
+};
+
 }  // namespace StateDirectory

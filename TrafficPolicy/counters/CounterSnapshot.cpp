@@ -1,5 +1,8 @@
 #include "counters/CounterSnapshot.h"
 
+#include <set>
+#include <vector>
+
 #include "frame/Creator.h"
 #include "frame/Trace.h"
 #include "reef/CorruptionDetectedException.h"
@@ -9,6 +12,8 @@ namespace TrafficPolicyCli {
 
 using PolicyMap::IntfCountData;
 using PolicyMap::PacketDataStatus;
+using PolicyMap::Counters::PolicyMapCounters;
+using PolicyMap::Counters::PolicyMapKey;
 using TrafficPolicy::Counter;
 using TrafficPolicy::CounterKey;
 using TrafficPolicy::CounterVersion;
@@ -47,10 +52,10 @@ void snapshotClass(Counter& target, const Orb::String& policyName, const PacketD
                       CounterVersion{record.uniqueId(), record.count().packets});
 }
 
-void removeGoneInterfaces(NamedCounterVersion& version, const PacketDataStatus& live) {
+void removeGoneInterfaces(NamedCounterVersion& version, const std::set<Wire::IntfId>& live) {
     const auto& snapshots = version.perIntfCount();
     for (auto at = snapshots.begin(); at != snapshots.end();) {
-        at = live.perIntfCount().contains(at->first) ? std::next(at) : version.perIntfCountDel(at);
+        at = live.contains(at->first) ? std::next(at) : version.perIntfCountDel(at);
     }
 }
 
@@ -61,12 +66,11 @@ void _cleanupStaleSnapshots(
     const Orb::Ptr<const PolicyMap::PolicyMapCounterStatusReaderBase>& reader) {
     SHOW_TRACE_ENTRY();
     for (auto at = counter->snapshot().begin(); at != counter->snapshot().end();) {
-        const bool isLive =
-            reader->classCounterData({at->key.policyName, ""}, at->key.className) != nullptr;
+        const bool isLive = reader->hasClassCounter({at->key.policyName, ""}, at->key.className);
         at = isLive ? at + 1 : counter->snapshotDel(at);
     }
     for (auto at = counter->namedSnapshot().begin(); at != counter->namedSnapshot().end();) {
-        const auto live = reader->namedCounterData({at->key.policyName, ""}, at->key.counterName);
+        const auto live = reader->namedCounterIntfs({at->key.policyName, ""}, at->key.counterName);
         if (live) removeGoneInterfaces(*at->value, *live);
         at = live ? at + 1 : counter->namedSnapshotDel(at);
     }
@@ -104,8 +108,13 @@ void TrafficPolicyReefCounterSnapshotHelper::clearCounter() {
     SHOW_TRACE_ENTRY();
     if (!counters()) return;
     try {
+        // All is read before anything is written: a store that is damaged half-way leaves the
+        // target as it was.
+        std::vector<std::pair<PolicyMapKey, PolicyMapCounters>> live;
         for (const auto& key : counters()->policyMapKeys()) {
-            const auto policy = counters()->policyMapCounters(key);
+            live.emplace_back(key, counters()->policyMapCounters(key));
+        }
+        for (const auto& [key, policy] : live) {
             for (const auto& record : policy.namedCounter) {
                 snapshotNamed(*target(), key.policyName, *record, perInterface());
             }
@@ -115,9 +124,7 @@ void TrafficPolicyReefCounterSnapshotHelper::clearCounter() {
             clearedCounters_ += policy.namedCounter.size() + policy.classCounter.size();
         }
         target()->timestampIs(Orb::now());
-        if (counters()->manager()->recordsNotAvailable() == 0) {
-            _cleanupStaleSnapshots(target(), this);
-        }
+        _cleanupStaleSnapshots(target(), this);
     } catch (const Cairn::CorruptionDetectedException& corruption) {
         ReefValueMapBase::handleCorruptionDetected(corruption.what(), counters()->manager());
     }

@@ -34,14 +34,13 @@ class TrafficPolicyReefCounterSnapshotHelper : public PolicyMap::PolicyMapReefCo
         const Orb::Ptr<const PolicyMap::Counters::PolicyMapTypeCounters>& source,
         Orb::Ptr<TrafficPolicy::Counter> target, bool perInterface);
 
-    // The same. A damaged store is handed to the corruption handler; what the target holds then is
-    // not to be kept: whoever saves it asks the store's manager first. While single records of the
-    // store are not available, no snapshot is removed, for theirs are needed again.
+    // The same. A damaged store is handed to the corruption handler, and the target stays as it
+    // was. A single record that is not available keeps its former snapshot.
     virtual void clearCounter();
 };
 
 // Removes the snapshots, and those of single interfaces, whose live record the reader does not
-// have.
+// have. Throws Cairn::CorruptionDetectedException when the reader's store cannot tell.
 void _cleanupStaleSnapshots(
     Orb::Ptr<TrafficPolicy::Counter> counter,
     const Orb::Ptr<const PolicyMap::PolicyMapCounterStatusReaderBase>& reader);

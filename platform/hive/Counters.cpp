@@ -9,6 +9,20 @@ ORB_DEFINE_TYPE(PacketDataStatus)
 ORB_DEFINE_TYPE(PolicyMapCounterStatusReaderBase)
 ORB_DEFINE_TYPE(PolicyMapHiveCounterStatusReader)
 
+bool PolicyMapCounterStatusReaderBase::hasClassCounter(const PolicyMapSmKey& key,
+                                                       const Orb::String& className) const {
+    return classCounterData(key, className) != nullptr;
+}
+
+std::optional<std::set<Wire::IntfId>> PolicyMapCounterStatusReaderBase::namedCounterIntfs(
+    const PolicyMapSmKey& key, const Orb::String& counterName) const {
+    const auto record = namedCounterData(key, counterName);
+    if (!record) return std::nullopt;
+    std::set<Wire::IntfId> interfaces;
+    for (const auto& [intfId, data] : record->perIntfCount()) interfaces.insert(intfId);
+    return interfaces;
+}
+
 PolicyMapHiveCounterStatusReader::PolicyMapHiveCounterStatusReader(
     Orb::Ptr<const PolicyMapTypeStatus> status)
     : status_(std::move(status)) {}

@@ -2,6 +2,8 @@
 // leaves. Counts are unsigned 64-bit numbers of packets and bytes.
 #pragma once
 
+#include <optional>
+#include <set>
 #include <string_view>
 
 #include "orb/HashMap2018.h"
@@ -78,6 +80,11 @@ class ORB_EXPORT PolicyMapCounterStatusReaderBase : public Orb::PtrInterface {
     // How many rule records, and named ones, the store has of a policy.
     virtual U32 numClasses(const PolicyMapSmKey& key) const = 0;
     virtual U32 numNamedCounters(const PolicyMapSmKey& key) const = 0;
+    // Whether the store has a record of the rule, and which interfaces it has of a named counter
+    // (nothing: no such counter), be their counts available or not.
+    virtual bool hasClassCounter(const PolicyMapSmKey& key, const Orb::String& className) const;
+    virtual std::optional<std::set<Wire::IntfId>> namedCounterIntfs(
+        const PolicyMapSmKey& key, const Orb::String& counterName) const;
 };
 
 // Over the status tree of the state database. A null tree reads as empty.

@@ -13,4 +13,10 @@ class ORB_EXPORT CorruptionDetectedException : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// Thrown when it cannot be read: what it holds is not known, and may well be in order.
+class ORB_EXPORT UnreadableException : public CorruptionDetectedException {
+  public:
+    using CorruptionDetectedException::CorruptionDetectedException;
+};
+
 }  // namespace Cairn

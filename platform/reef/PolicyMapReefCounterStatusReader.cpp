@@ -54,4 +54,15 @@ U32 PolicyMapReefCounterStatusReader::numNamedCounters(const PolicyMapSmKey& key
         counters_, [&](const auto& counters) { return counters.numNamedCounters(key.policyName); });
 }
 
+bool PolicyMapReefCounterStatusReader::hasClassCounter(const PolicyMapSmKey& key,
+                                                       const Orb::String& className) const {
+    return counters_ && counters_->hasClassCounter(key.policyName, className);
+}
+
+std::optional<std::set<Wire::IntfId>> PolicyMapReefCounterStatusReader::namedCounterIntfs(
+    const PolicyMapSmKey& key, const Orb::String& counterName) const {
+    if (!counters_) return std::nullopt;
+    return counters_->namedCounterIntfs(key.policyName, counterName);
+}
+
 }  // namespace PolicyMap

@@ -76,6 +76,28 @@ U32 PolicyMapTypeCounters::numNamedCounters(const Orb::String& policyName) const
     return policy == nullptr ? 0 : policy->namedCount;
 }
 
+bool PolicyMapTypeCounters::hasClassCounter(const Orb::String& policyName,
+                                            const Orb::String& className) const {
+    const PolicyEntry* const policy = policyOf(policyName);
+    return policy != nullptr && manager_->directory().rule(*policy, className).has_value();
+}
+
+std::optional<std::set<Wire::IntfId>> PolicyMapTypeCounters::namedCounterIntfs(
+    const Orb::String& policyName, const Orb::String& counterName) const {
+    const PolicyEntry* const policy = policyOf(policyName);
+    if (policy == nullptr) return std::nullopt;
+    const Directory& directory = manager_->directory();
+    const auto named = directory.namedCounter(*policy, counterName);
+    if (!named) return std::nullopt;
+    const CounterEntry& entry = directory.counters[*named];
+    std::set<Wire::IntfId> interfaces;
+    for (const CounterEntry& row :
+         std::span(directory.counters).subspan(entry.firstInterface, entry.interfaceCount)) {
+        interfaces.emplace(Orb::String(directory.nameOf(row.name)));
+    }
+    return interfaces;
+}
+
 Orb::Ptr<const PacketDataStatus> PolicyMapTypeCounters::dataOf(U32 counter) const {
     const auto counts = manager_->counts(counter);
     if (!counts) return nullptr;

@@ -49,6 +49,11 @@ class ORB_EXPORT PolicyMapTypeCounters : public Orb::PtrInterface {
     // How many the store has of them, whether available or not.
     U32 numClasses(const Orb::String& policyName) const;
     U32 numNamedCounters(const Orb::String& policyName) const;
+    // Whether it has a rule's record, and of which interfaces a named counter's (nothing: it has no
+    // such counter), whether available or not.
+    bool hasClassCounter(const Orb::String& policyName, const Orb::String& className) const;
+    std::optional<std::set<Wire::IntfId>> namedCounterIntfs(const Orb::String& policyName,
+                                                            const Orb::String& counterName) const;
 
   private:
     const Reef::PolicyEntry* policyOf(std::string_view name) const;

@@ -7,10 +7,11 @@
 // counts. The writer makes the sequence odd, fills the other pair, and makes it even again, two
 // higher than before; it waits for nobody. A reader takes a pair only when the sequence was even
 // and the same before and after. A writer that dies half-way leaves an odd sequence and the former
-// pair whole: taking the sequence one back restores the record exactly.
+// pair whole: setting the sequence to that pair's restores the record exactly.
 //
 // The check word ties a pair to its sequence and to the identity of its counter, so a record that
-// anything but a writer changed is found out.
+// anything but a writer changed is found out: no pair fits the sequence, or, when the sequence fell
+// back by one write, both do.
 #pragma once
 
 #include <array>
@@ -41,13 +42,11 @@ struct alignas(recordSize) Record {
         if (before % 2 != 0) return RecordState::inProgress;
         // Each acquire keeps the loads that follow behind it, the second one of the sequence
         // included; a word of a later write seen here makes that load see the later sequence.
-        const Pair& pair = pairs[before / 2 % 2];
-        counts.packets = pair.packets.load(std::memory_order_acquire);
-        counts.bytes = pair.bytes.load(std::memory_order_acquire);
-        const U64 check = pair.check.load(std::memory_order_acquire);
+        const bool isWhole = load(identity, before, counts);
+        PolicyMap::PacketAndByte later;
+        const bool isOutdated = load(identity, before + 2, later);
         if (sequence.load(std::memory_order_relaxed) != before) return RecordState::inProgress;
-        return check == checkOf(identity, before, counts) ? RecordState::whole
-                                                          : RecordState::damaged;
+        return isWhole && !isOutdated ? RecordState::whole : RecordState::damaged;
     }
 
     // For the only writer. Each release keeps the odd sequence before the word.
@@ -69,13 +68,28 @@ struct alignas(recordSize) Record {
                 pair.bytes.load(std::memory_order_relaxed)};
     }
 
-    // Takes back what a writer that died left unfinished.
-    void restore() {
-        const U64 left = sequence.load(std::memory_order_relaxed);
-        sequence.store(left & ~U64{1}, std::memory_order_release);
+    // For the only writer, before it first writes: goes back to the last pair that is whole, when a
+    // writer that died left another unfinished or the record is damaged. False: none is.
+    bool restore(U64 identity) {
+        const U64 left = sequence.load(std::memory_order_relaxed) & ~U64{1};
+        for (const U64 candidate : {left + 2, left, left - 2}) {
+            PolicyMap::PacketAndByte counts;
+            if (!load(identity, candidate, counts)) continue;
+            const bool isLast = !load(identity, candidate + 2, counts);
+            sequence.store(isLast ? candidate : candidate + 2, std::memory_order_release);
+            return true;
+        }
+        return false;
     }
 
   private:
+    // Loads the pair of a sequence; false: it is of another one, or damaged.
+    bool load(U64 identity, U64 of, PolicyMap::PacketAndByte& counts) const {
+        const Pair& pair = pairs[of / 2 % 2];
+        counts.packets = pair.packets.load(std::memory_order_acquire);
+        counts.bytes = pair.bytes.load(std::memory_order_acquire);
+        return pair.check.load(std::memory_order_acquire) == checkOf(identity, of, counts);
+    }
     static U64 checkOf(U64 identity, U64 sequence, const PolicyMap::PacketAndByte& counts) {
         return Orb::mixBits(identity + counts.packets) ^
                Orb::mixBits(Orb::mixBits(sequence + Header::storeMagic) + counts.bytes);

@@ -11,7 +11,7 @@ namespace {
 
 class ContentsBuilder {
   public:
-    explicit ContentsBuilder(std::optional<U64> firstIdentity) : nextIdentity_(firstIdentity) {}
+    ContentsBuilder(UnusedIdentities& unused, bool keepOwn) : unused_(unused), keepOwn_(keepOwn) {}
 
     void add(Direction direction, const PolicyMapTypeStatus& status) {
         for (const auto& [name, policy] : status.policyMapStatus()) add(direction, *policy);
@@ -47,7 +47,8 @@ class ContentsBuilder {
             throw std::runtime_error("there are more than " + std::to_string(maxCounters) +
                                      " counters, and a store holds no more");
         }
-        const U64 value = nextIdentity_ ? (*nextIdentity_)++ : identity.value;
+        const bool keeps = keepOwn_ && !unused_.used().contains(identity.value);
+        const U64 value = keeps ? identity.value : unused_.next();
         contents_.directory.counters.push_back({.identity = value, .name = rangeOf(name)});
         contents_.counts.push_back(counts);
     }
@@ -70,7 +71,8 @@ class ContentsBuilder {
     }
 
     StoreContents contents_;
-    std::optional<U64> nextIdentity_;
+    UnusedIdentities& unused_;
+    bool keepOwn_;
     Orb::HashMap2018<Orb::String, NameRange> ranges_;
 };
 
@@ -78,8 +80,8 @@ class ContentsBuilder {
 
 StoreContents contentsOf(const Orb::Ptr<const PolicyMapTypeStatus>& input,
                          const Orb::Ptr<const PolicyMapTypeStatus>& output,
-                         std::optional<U64> firstIdentity) {
-    ContentsBuilder builder(firstIdentity);
+                         UnusedIdentities& unused, bool keepOwn) {
+    ContentsBuilder builder(unused, keepOwn);
     if (input) builder.add(Direction::input, *input);
     if (output) builder.add(Direction::output, *output);
     return builder.take();

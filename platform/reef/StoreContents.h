@@ -3,6 +3,7 @@
 
 #include "hive/PolicyMapStatus.h"
 #include "reef/Directory.h"
+#include "reef/UnusedIdentities.h"
 
 namespace Reef {
 
@@ -11,10 +12,11 @@ struct StoreContents {
     std::vector<PolicyMap::PacketAndByte> counts;  // by counter
 };
 
-// The counters of both directions (null: none). With firstIdentity they get the identities from
-// there on instead of their own. Throws std::runtime_error when they are too many for a store.
+// The counters of both directions (null: none). A counter gets an unused identity when its own is
+// among the used ones, or when none keeps its own. Throws std::runtime_error when they are too many
+// for a store.
 StoreContents contentsOf(const Orb::Ptr<const PolicyMap::PolicyMapTypeStatus>& input,
                          const Orb::Ptr<const PolicyMap::PolicyMapTypeStatus>& output,
-                         std::optional<U64> firstIdentity);
+                         UnusedIdentities& unused, bool keepOwn);
 
 }  // namespace Reef

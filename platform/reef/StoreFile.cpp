@@ -14,6 +14,7 @@
 namespace Reef {
 
 using Cairn::CorruptionDetectedException;
+using Cairn::UnreadableException;
 
 namespace {
 
@@ -27,7 +28,7 @@ FileDescriptor openStore(const std::string& path, StoreAccess access) {
     if (file.isOpen()) return file;
     if (errno == ELOOP) throw CorruptionDetectedException("it is a symbolic link");
     if (errno == ENOENT) throw CorruptionDetectedException("there is no such file");
-    throw CorruptionDetectedException("it cannot be opened: " + systemError());
+    throw UnreadableException("it cannot be opened: " + systemError());
 }
 
 // Fills the memory with the file from an offset on, which moves behind it.
@@ -38,7 +39,7 @@ void readAt(const FileDescriptor& file, U64& offset, std::span<T> memory) {
         const ssize_t count =
             ::pread(file.number(), rest.data(), rest.size(), static_cast<off_t>(offset));
         if (count < 0 && errno == EINTR) continue;
-        if (count < 0) throw CorruptionDetectedException("it cannot be read: " + systemError());
+        if (count < 0) throw UnreadableException("it cannot be read: " + systemError());
         if (count == 0) throw CorruptionDetectedException(tooShort);
         offset += static_cast<U64>(count);
         rest = rest.subspan(static_cast<std::size_t>(count));
@@ -81,7 +82,7 @@ std::string systemError() { return std::strerror(errno); }
 U64 sizeOfRegularFile(const FileDescriptor& file) {
     struct stat status = {};
     if (::fstat(file.number(), &status) != 0) {
-        throw CorruptionDetectedException("it cannot be examined: " + systemError());
+        throw UnreadableException("it cannot be examined: " + systemError());
     }
     if (!S_ISREG(status.st_mode)) throw CorruptionDetectedException("it is not a regular file");
     return static_cast<U64>(status.st_size);
@@ -124,7 +125,7 @@ void StoreFile::map(StoreAccess access) {
     const int protection = access == StoreAccess::read ? PROT_READ : PROT_READ | PROT_WRITE;
     void* const memory = ::mmap(nullptr, size_, protection, MAP_SHARED, file_.number(), 0);
     if (memory == MAP_FAILED) {
-        throw CorruptionDetectedException("it cannot be mapped: " + systemError());
+        throw UnreadableException("it cannot be mapped: " + systemError());
     }
     base_ = static_cast<std::byte*>(memory);
     records_ = static_cast<Record*>(static_cast<void*>(base_ + recordsOffset(header_)));

@@ -46,6 +46,7 @@ class StoreFile {
     ~StoreFile();
 
     const Directory& directory() const { return directory_; }
+    const FileDescriptor& descriptor() const { return file_; }
     // The mapping of the whole file, and the records in it: touched within guardedAccess() only.
     std::span<const std::byte> mapping() const { return {base_, size_}; }
     Record* records() const { return records_; }

@@ -4,13 +4,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <filesystem>
 #include <stdexcept>
 
 #include "orb/Escape.h"
+#include "orb/FileAccess.h"
 #include "reef/BusGuard.h"
 #include "reef/CorruptionDetectedException.h"
 #include "reef/StoreContents.h"
@@ -60,8 +59,13 @@ FileDescriptor openLocked(const std::string& path, int flags) {
             if (errno == ELOOP) failed(path, "it is a symbolic link");
             failedCall(path, "it cannot be opened");
         }
-        sizeOfRegularFile(file);
-        if (!takeLock(file)) failed(path, "another agent is counting into it");
+        struct stat status = {};
+        if (::fstat(file.number(), &status) != 0) failedCall(path, "it cannot be examined");
+        if (!S_ISREG(status.st_mode)) failed(path, "it is not a regular file; move it away first");
+        if (!takeLock(file)) {
+            if (errno != EAGAIN && errno != EACCES) failedCall(path, "it cannot be locked");
+            failed(path, "another agent is counting into it");
+        }
         if (standsAt(path, file)) return file;
     }
 }
@@ -91,8 +95,6 @@ void writeStore(const std::string& path, const FileDescriptor& file,
     for (std::size_t i = 0; i < records.size(); ++i) {
         records[i].write(directory.counters[i].identity, contents.counts[i]);
     }
-    // Whatever the process masks: readers are of the group.
-    if (::fchmod(file.number(), fileMode) != 0) failedCall(path, "its mode cannot be set");
     if (::ftruncate(file.number(), 0) != 0) failedCall(path, "it cannot be written");
     writeAll(path, file, std::as_bytes(std::span(&header, 1)));
     writeAll(path, file, std::as_bytes(std::span(directory.policies)));
@@ -105,31 +107,62 @@ void writeStore(const std::string& path, const FileDescriptor& file,
     if (::fsync(file.number()) != 0) failedCall(path, "it cannot be written");
 }
 
-void renameOver(const std::string& from, const std::string& to) {
-    if (::rename(from.c_str(), to.c_str()) != 0) failedCall(to, "it cannot be put in place");
-    const std::filesystem::path parent = std::filesystem::path(to).parent_path();
-    const FileDescriptor folder(
-        ::open(parent.empty() ? "." : parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!folder.isOpen() || ::fsync(folder.number()) != 0) {
-        failedCall(to, "its directory cannot be synced");
-    }
+void addIdentities(UsedIdentities& used, const Directory& directory) {
+    for (const CounterEntry& counter : directory.counters) used.insert(counter.identity);
 }
 
-// Where identities begin that no record has had: beyond the clock and all of the former store.
-// Those so high that no clock reaches them come from a status, and stay clear of the range.
-U64 unusedIdentity(const std::string& path) {
-    const auto now = std::chrono::system_clock::now().time_since_epoch();
-    U64 first = static_cast<U64>(std::chrono::nanoseconds(now).count());
+// Those, and those of the store at the path.
+UsedIdentities withThoseOfStore(UsedIdentities used, const std::string& path) {
     try {
-        const StoreFile former(path, StoreAccess::read);
-        for (const CounterEntry& counter : former.directory().counters) {
-            if (counter.identity < U64{1} << 62) first = std::max(first, counter.identity + 1);
-        }
+        addIdentities(used, StoreFile(path, StoreAccess::read).directory());
     } catch (const CorruptionDetectedException&) {
         // No store, or none that shows identities to anybody.
     }
-    return first;
+    return used;
 }
+
+// A store that is written beside the path it is for, locked; gone at the end of its life unless it
+// was put in place.
+class NewStore {
+  public:
+    explicit NewStore(const std::string& path)
+        : path_(path), temporary_(path + ".new"), file_(openLocked(temporary_, O_CREAT)) {}
+    NewStore(const NewStore&) = delete;
+    NewStore& operator=(const NewStore&) = delete;
+    ~NewStore() {
+        if (file_.isOpen()) ::unlink(temporary_.c_str());
+    }
+
+    // Writes it and puts it in the place of the former one (not open: none), which the caller has
+    // locked, so that nobody takes that up meanwhile.
+    FileDescriptor putInPlace(const FileDescriptor& former, const StoreContents& contents) {
+        struct stat status = {};
+        if (former.isOpen() && ::fstat(former.number(), &status) != 0) {
+            failedCall(path_, "it cannot be examined");
+        }
+        // Whatever the process masks: readers of the first one are of the group.
+        const bool isSet = former.isOpen() ? Orb::accessIs(file_.number(), status)
+                                           : ::fchmod(file_.number(), fileMode) == 0;
+        if (!isSet) failedCall(temporary_, "its mode cannot be set");
+        writeStore(temporary_, file_, contents);
+        if (::rename(temporary_.c_str(), path_.c_str()) != 0) {
+            failedCall(path_, "it cannot be put in place");
+        }
+        FileDescriptor placed = std::move(file_);
+        const std::filesystem::path parent = std::filesystem::path(path_).parent_path();
+        const FileDescriptor folder(
+            ::open(parent.empty() ? "." : parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (!folder.isOpen() || ::fsync(folder.number()) != 0) {
+            failedCall(path_, "its directory cannot be synced");
+        }
+        return placed;
+    }
+
+  private:
+    std::string path_;
+    std::string temporary_;
+    FileDescriptor file_;
+};
 
 }  // namespace
 
@@ -144,28 +177,22 @@ StoreWriter::~StoreWriter() = default;
 StoreWriter StoreWriter::create(const std::string& path,
                                 const Orb::Ptr<const PolicyMapTypeStatus>& input,
                                 const Orb::Ptr<const PolicyMapTypeStatus>& output,
-                                Identities identities) {
-    const std::string temporary = path + ".new";
-    FileDescriptor file = openLocked(temporary, O_CREAT);
-    try {
-        // Held until the new store stands, so that nobody takes up the former one meanwhile.
-        const FileDescriptor former = openLocked(path, 0);
-        std::optional<U64> firstIdentity;
-        if (identities == Identities::unused) firstIdentity = unusedIdentity(path);
-        writeStore(temporary, file, contentsOf(input, output, firstIdentity));
-        renameOver(temporary, path);
-    } catch (...) {
-        ::unlink(temporary.c_str());
-        throw;
-    }
-    return StoreWriter(std::make_unique<StoreFile>(std::move(file), StoreAccess::write));
+                                Identities identities, const UsedIdentities& used) {
+    NewStore store(path);
+    const FileDescriptor former = openLocked(path, 0);
+    UnusedIdentities unused(withThoseOfStore(used, path));
+    const StoreContents contents =
+        contentsOf(input, output, unused, identities == Identities::ofStatus);
+    return StoreWriter(
+        std::make_unique<StoreFile>(store.putInPlace(former, contents), StoreAccess::write));
 }
 
-StoreWriter StoreWriter::resume(const std::string& path) {
+StoreWriter StoreWriter::resume(const std::string& path, const UsedIdentities& used) {
     FileDescriptor file = openLocked(path, 0);
     if (!file.isOpen()) throw CorruptionDetectedException("there is no such file");
     StoreWriter writer(std::make_unique<StoreFile>(std::move(file), StoreAccess::write));
-    writer.restoreRecords();
+    const std::vector<U32> lost = writer.restoreRecords();
+    if (!lost.empty()) writer.replaceLost(path, lost, used);
     return writer;
 }
 
@@ -188,23 +215,46 @@ void StoreWriter::add(std::span<const Increment> increments) {
     }
 }
 
-void StoreWriter::restoreRecords() {
+std::vector<U32> StoreWriter::restoreRecords() {
     Record* const records = file_->records();
     const auto& counters = directory().counters;
-    U32 reset = 0;
+    std::vector<U32> lost;
+    U32 restored = 0;
     const auto restoreAll = [&] {
-        for (std::size_t i = 0; i < counters.size(); ++i) {
-            records[i].restore();
+        for (U32 i = 0; i < counters.size(); ++i) {
             PolicyMap::PacketAndByte counts;
-            if (records[i].read(counters[i].identity, counts) == RecordState::whole) continue;
-            records[i].write(counters[i].identity, {});
-            ++reset;
+            const U64 identity = counters[i].identity;
+            const bool isDamaged = records[i].read(identity, counts) == RecordState::damaged;
+            if (!records[i].restore(identity)) {
+                lost.push_back(i);
+            } else if (isDamaged) {
+                ++restored;
+            }
         }
     };
     if (!guardedAccess(file_->mapping(), restoreAll)) {
         throw CorruptionDetectedException("it was cut short while it was read");
     }
-    recordsReset_ = reset;
+    recordsRestored_ = restored;
+    recordsReset_ = static_cast<U32>(lost.size());
+    return lost;
+}
+
+void StoreWriter::replaceLost(const std::string& path, std::span<const U32> lost,
+                              const UsedIdentities& used) {
+    StoreContents contents{directory(), {}};
+    auto& counters = contents.directory.counters;
+    contents.counts.resize(counters.size());
+    for (U32 i = 0; i < counters.size(); ++i) file_->read(i, contents.counts[i]);
+    UsedIdentities all = used;
+    addIdentities(all, directory());
+    UnusedIdentities unused(std::move(all));
+    for (const U32 counter : lost) {
+        counters[counter].identity = unused.next();
+        contents.counts[counter] = {};
+    }
+    file_ = std::make_unique<StoreFile>(NewStore(path).putInPlace(file_->descriptor(), contents),
+                                        StoreAccess::write);
 }
 
 }  // namespace Reef

@@ -1,6 +1,7 @@
 // counteragent as its users run it, on a state of one rule and one counter per interface.
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <chrono>
@@ -86,6 +87,65 @@ TEST_F(CounterAgent, countsUntilItIsStoppedAndGoesOnLater) {
     EXPECT_EQ(run("--once --recreate").status, 0);
     EXPECT_EQ(counters().namedCounter.front()->count(), (PacketAndByte{5, 320}));
     EXPECT_GT(counters().namedCounter.front()->uniqueId().value, 4U);
+}
+
+// A snapshot of a counter that is gone must not apply to the one that begins in its place.
+TEST_F(CounterAgent, givesNoIdentityTwice) {
+    const auto identities = [&] {
+        const PolicyMapCounters now = counters();
+        const auto& hits = *now.namedCounter.front();
+        std::vector<U64> found = {now.classCounter.front()->uniqueId().value};
+        found.push_back(hits.uniqueId().value);
+        for (const auto& [intfId, data] : hits.perIntfCount()) {
+            found.push_back(data->uniqueId().value);
+        }
+        return found;
+    };
+    const std::string snapshots = R"({"interfaceInput": {"snapshot": {"EDGE": {"web": {
+        "uniqueId": 1, "packets": 5000}}}, "namedSnapshot": {"EDGE": {"HITS": {"uniqueId": 9,
+        "perIntfCount": {"Ethernet1": {"uniqueId": 3, "packets": 4000}}}}}}})";
+    EXPECT_EQ(run("--once").status, 0);
+    EXPECT_EQ(identities(), (std::vector<U64>{1, 2, 3, 4}));
+    fileIs(state_.file("snapshots.json"), snapshots);
+    std::filesystem::remove(store());
+    EXPECT_EQ(run("--once").status, 0);
+    const auto lost = identities();
+    EXPECT_TRUE(lost[0] > 9 && lost[1] == 2 && lost[2] > 9 && lost[3] == 4);
+
+    // The rule's record, whose both pairs are damaged.
+    std::fstream(store(), std::ios::in | std::ios::out | std::ios::binary)
+        .seekp(static_cast<std::streamoff>(std::filesystem::file_size(store())) - 4 * 64 + 8)
+        .write(std::string(48, 'x').data(), 48);
+    const Outcome outcome = run("--once");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.errors, "counteragent: counter store " + store() +
+                                  ": 1 damaged records count from 0 again, as new counters\n");
+    EXPECT_EQ(counters().classCounter.front()->count(), (PacketAndByte{0, 0}));
+    const auto damaged = identities();
+    EXPECT_TRUE(damaged[0] > lost[0] && damaged[1] == 2 && damaged[2] == lost[2]);
+
+    // Snapshots that cannot be read may hold any.
+    std::filesystem::remove(store());
+    std::filesystem::remove(state_.file("snapshots.json"));
+    std::filesystem::create_directory(state_.file("snapshots.json"));
+    EXPECT_EQ(run("--once").status, 0);
+    EXPECT_GT(identities()[1], 9U);
+}
+
+// What stands in the way is named, and nothing is advised that would not help.
+TEST_F(CounterAgent, tellsWhatIsNoStore) {
+    run("--once");
+    for (const std::string name : {".new", ""}) {
+        const std::string path = store() + name;
+        std::filesystem::remove(path);
+        ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+        const Outcome outcome = run("--once --recreate");
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_EQ(outcome.errors, "counteragent: counter store " + path +
+                                      ": it is not a regular file; move it away first\n");
+        EXPECT_EQ(run("--once").status, name.empty() ? 2 : 0);
+        EXPECT_EQ(std::filesystem::remove(path), true);
+    }
 }
 
 TEST_F(CounterAgent, keepsOthersOut) {

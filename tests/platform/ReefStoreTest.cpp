@@ -150,6 +150,50 @@ TEST_F(ReefStore, getsNewIdentitiesWhenItIsMadeAnew) {
     EXPECT_EQ(walk(early), expected()) << "the one that was open is another file";
 }
 
+// Each record in turn: one pair is gone, or both.
+TEST_F(ReefStore, startsALostRecordUnderAnIdentityOfItsOwn) {
+    create();
+    Figures figures = expected();
+    { StoreWriter::resume(path).add(std::vector<Increment>(1, {1, {5, 5}})); }
+    ::chmod(path.c_str(), 0604);
+    overwrite(placeOf(1) + 8, "damage to pair 0");
+    const Reef::UsedIdentities used = {7};
+    EXPECT_EQ(StoreWriter::resume(path, used).recordsRestored(), 1U);
+    EXPECT_EQ(walk(manager()), figures) << "the former pair";
+
+    const std::string unused = "input core rule dns";
+    overwrite(placeOf(1) + 32, "damage to pair 1");
+    {
+        StoreWriter writer = StoreWriter::resume(path, used);
+        EXPECT_EQ(writer.recordsReset(), 1U);
+        writer.add(std::vector<Increment>(1, {1, {2, 128}}));
+    }
+    Figures now = walk(manager());
+    EXPECT_GT(now[unused].identity, 1000U);
+    EXPECT_EQ(now[unused].count, (PacketAndByte{2, 128}));
+    const U64 first = now[unused].identity;
+    now[unused] = figures[unused];
+    EXPECT_EQ(now, figures) << "the others stay";
+    struct stat status = {};
+    EXPECT_EQ(::stat(path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0604U);
+
+    // Neither of the used ones, whatever the clock says.
+    Reef::UnusedIdentities identities({});
+    const U64 next = identities.next();
+    Reef::UnusedIdentities others({next + 1, next + 2});
+    for (int i = 0; i < 4; ++i) EXPECT_FALSE(others.used().contains(others.next()));
+    EXPECT_NE(first, next);
+    // A store that was lost: what something was kept of gets another identity, the rest its own.
+    std::filesystem::remove(path);
+    StoreWriter::create(path, input.status, output.status, Identities::ofStatus,
+                        {figures[unused].identity});
+    now = walk(manager());
+    EXPECT_NE(now[unused].identity, figures[unused].identity);
+    now[unused].identity = figures[unused].identity;
+    EXPECT_EQ(now, figures);
+}
+
 TEST_F(ReefStore, hasOneAgentAtATimeAndTellsWhyItCannotBeMade) {
     const StoreWriter writer = create();
     EXPECT_THROW(StoreWriter::resume(path), std::runtime_error);
@@ -229,22 +273,66 @@ TEST(ReefRecordThreads, shareARecordWithoutARace) {
     EXPECT_EQ(counts.packets, 20'000U);
 }
 
-TEST(ReefRecord, isFoundOutWhenAnyByteChanges) {
-    Record record;
-    record.write(5, {1000, 64000});
-    record.write(5, {1001, 64064});
-    PacketAndByte counts;
-    int found = 0;
-    for (std::size_t at = 0; at < sizeof record; ++at) {
-        Record damaged;
-        std::memcpy(static_cast<void*>(&damaged), static_cast<const void*>(&record), sizeof record);
-        reinterpret_cast<unsigned char*>(&damaged)[at] ^= 0x10;
-        const bool isWhole = damaged.read(5, counts) == RecordState::whole;
-        EXPECT_TRUE(!isWhole || counts == (PacketAndByte{1001, 64064})) << "byte " << at;
-        found += isWhole ? 0 : 1;
+// As a process sees it: with a byte changed.
+struct DamagedRecord : Record {
+    DamagedRecord(const Record& whole, std::size_t at, int bits) {
+        std::memcpy(static_cast<void*>(this), static_cast<const void*>(&whole), sizeof whole);
+        reinterpret_cast<unsigned char*>(this)[at] ^= static_cast<unsigned char>(bits);
     }
-    EXPECT_EQ(found, 4 * 8) << "the sequence and the three words of the pair in force";
+};
+
+TEST(ReefRecord, isFoundOutAndMendedWhenAnyBitChanges) {
+    // The sequence of the third write becomes that of the second by one bit.
+    Record record;
+    for (const U64 packets : {U64{1000}, U64{1001}, U64{1002}}) {
+        record.write(5, {packets, packets * 64});
+    }
+    PacketAndByte counts;
+    for (std::size_t bit = 0; bit < sizeof record * 8; ++bit) {
+        DamagedRecord damaged(record, bit / 8, 1 << bit % 8);
+        const bool isOfSequence = bit < 64;
+        const bool isOfPairInForce = bit / 64 >= 4 && bit / 64 < 7;
+        ASSERT_EQ(damaged.read(5, counts) == RecordState::whole, !isOfSequence && !isOfPairInForce)
+            << "bit " << bit;
+        // The pair in force is the second one; without it there is the one before. Neither fits a
+        // sequence that is far off.
+        const bool isLost = isOfSequence && bit > 2;
+        ASSERT_EQ(damaged.restore(5), !isLost) << "bit " << bit;
+        if (isLost) continue;
+        ASSERT_EQ(damaged.read(5, counts), RecordState::whole) << "bit " << bit;
+        const U64 packets = isOfPairInForce ? 1001 : 1002;
+        ASSERT_EQ(counts, (PacketAndByte{packets, packets * 64})) << "bit " << bit;
+        damaged.write(5, {7, 7});
+        ASSERT_EQ(damaged.read(5, counts), RecordState::whole) << "bit " << bit;
+        ASSERT_EQ(counts.packets, 7U);
+    }
     EXPECT_EQ(record.read(6, counts), RecordState::damaged) << "the record of another counter";
+    EXPECT_FALSE(record.restore(6));
+}
+
+// A writer that dies between any two words of a write.
+TEST(ReefRecord, isWholeAgainWhereverItsWriterDied) {
+    Record record;
+    U64 words[2][8];
+    for (const U64 packets : {U64{1}, U64{2}, U64{3}}) {
+        record.write(5, {packets, packets});
+        if (packets > 1) {
+            std::memcpy(words[packets - 2], static_cast<const void*>(&record), sizeof record);
+        }
+    }
+    words[0][0] += 1;  // the sequence while a write is under way
+    std::size_t written = 0;
+    for (const std::size_t word : {4U, 5U, 6U, 0U}) {
+        Record left;
+        std::memcpy(static_cast<void*>(&left), words[0], sizeof left);
+        PacketAndByte counts;
+        EXPECT_EQ(left.read(5, counts), RecordState::inProgress);
+        EXPECT_TRUE(left.restore(5));
+        EXPECT_EQ(left.read(5, counts), RecordState::whole);
+        EXPECT_EQ(counts.packets, written == 3 ? 3U : 2U);
+        words[0][word] = words[1][word];
+        ++written;
+    }
 }
 
 }  // namespace

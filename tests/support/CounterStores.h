@@ -31,6 +31,12 @@ class ReefFolder : TemporaryFolder {
         std::fstream store(file("counters.reef"), std::ios::in | std::ios::out | std::ios::binary);
         store.seekp(-fromEnd * static_cast<int>(Reef::recordSize), std::ios::end).put(3);
     }
+    // Cuts off that many records.
+    void cut(std::uintmax_t records) const {
+        const std::string path = file("counters.reef");
+        std::filesystem::resize_file(path,
+                                     std::filesystem::file_size(path) - records * Reef::recordSize);
+    }
     // The counters of one direction of whatever the file is.
     Orb::Ptr<const PolicyMapTypeCounters> counters(Direction direction) const {
         return Orb::make<PolicyMapTypeCounters>(
