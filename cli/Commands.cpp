@@ -1,6 +1,7 @@
 #include "cli/Commands.h"
 
 #include "cli/ClearCounters.h"
+#include "cli/DiagnosisCommands.h"
 #include "cli/ExitStatus.h"
 #include "cli/Filters.h"
 #include "cli/KnownNames.h"
@@ -202,6 +203,8 @@ const std::vector<Command>& commands() {
          "VLAN field sets; with a filter those with a range that holds all of it",
          planVlanFieldSet},
         {"show traffic-policy field-set mac [NAME]", "MAC field sets, by source", planMacFieldSet},
+        {"show traffic-policy attachments [interface INTF | vrf VRF | vlan VLAN]",
+         "where policies are, and what the platform did there", planAttachments},
         {"clear traffic-policy counters", "lets the counts of later shows begin now",
          [](const Match&) { return Plan(clearCounters); }},
     };

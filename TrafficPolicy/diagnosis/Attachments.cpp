@@ -1,0 +1,352 @@
+#include "diagnosis/Attachments.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <tuple>
+
+#include "diagnosis/NaturalOrder.h"
+
+namespace TrafficPolicyCli::Diagnosis {
+
+using PolicyMap::Installation;
+using PolicyMap::InstallState;
+using PolicyMap::PolicyMapSubConfig;
+
+namespace {
+
+constexpr std::string_view vlanWord = "Vlan";
+const Orb::String everyOtherVrf = "all";
+
+struct PlaceWords {
+    std::string_view kind;
+    std::string_view direction;
+    std::string_view before;  // the name of a point in a text
+};
+constexpr PlaceWords placeWords[] = {
+    {"interface", "input", ""},
+    {"interface", "output", ""},
+    {"cpu", "", "VRF "},
+    {"vlan", "", "VLAN "},
+};
+const PlaceWords& wordsOf(Place place) { return placeWords[static_cast<std::size_t>(place)]; }
+
+constexpr std::string_view outcomeKeys[] = {"applied", "failed", "notProcessed", "notAsked",
+                                            "notConfigured"};
+
+// The interface of a point in configuration and status, and the point of an interface.
+Wire::IntfId intfIdOf(Place place, const Orb::String& point) {
+    return Wire::IntfId(place == Place::vlan ? Orb::String(vlanWord) + point : point);
+}
+Orb::String pointOf(Place place, const Wire::IntfId& intfId) {
+    const Orb::String& name = intfId.stringValue();
+    return place == Place::vlan ? name.substr(std::min(vlanWord.size(), name.size())) : name;
+}
+
+bool saysProgrammed(const PolicyMap::IntfStatus& report) {
+    return std::ranges::any_of(report.installation(), [](const auto& entry) {
+        return entry.value.state == InstallState::programmed;
+    });
+}
+bool sayProgrammed(const Reports& reports) {
+    return std::ranges::any_of(reports, [](const auto* report) { return saysProgrammed(*report); });
+}
+
+// What the reports on a point say of one family.
+struct Judgement {
+    bool isProgrammed = false;              // all that name the family, and there is one
+    bool isProgrammedSomewhere = false;     // at least one
+    const Installation* failure = nullptr;  // the first one, rather one with a text
+    const Installation* other = nullptr;    // the first one that is neither
+};
+
+Judgement judge(const Reports& reports, MatchOption option) {
+    Judgement judgement;
+    bool isEveryOne = true;
+    for (const PolicyMap::IntfStatus* const report : reports) {
+        const Installation* const entry = report->installation(option);
+        if (entry == nullptr) continue;
+        if (entry->state == InstallState::programmed) {
+            judgement.isProgrammedSomewhere = true;
+            continue;
+        }
+        isEveryOne = false;
+        const Installation*& first =
+            entry->state == InstallState::failed ? judgement.failure : judgement.other;
+        if (first == nullptr || (first->errorText.empty() && !entry->errorText.empty())) {
+            first = entry;
+        }
+    }
+    judgement.isProgrammed = judgement.isProgrammedSomewhere && isEveryOne;
+    return judgement;
+}
+
+bool inOrder(const Attachment& a, const Attachment& b) {
+    const auto rank = [](const Attachment& attachment) {
+        return attachment.place == Place::output ? Place::input : attachment.place;
+    };
+    if (rank(a) != rank(b)) return rank(a) < rank(b);
+    if (const auto order = naturalOrder(a.point, b.point); order != 0) return order < 0;
+    if (a.place != b.place) return a.place < b.place;
+    if (a.isConfigured != b.isConfigured) return a.isConfigured;
+    return naturalOrder(a.policy, b.policy) < 0;
+}
+
+}  // namespace
+
+std::string_view kindOf(Place place) { return wordsOf(place).kind; }
+std::string_view directionOf(Place place) { return wordsOf(place).direction; }
+Orb::String pointText(Place place, const Orb::String& point) {
+    return Orb::String(wordsOf(place).before) + point;
+}
+std::string_view keyOf(Outcome outcome) { return outcomeKeys[static_cast<std::size_t>(outcome)]; }
+
+const SideSources& Attachments::sideOf(Place place, Target target) const {
+    switch (place) {
+        case Place::input:
+            return sources_.input;
+        case Place::output:
+            return sources_.output;
+        case Place::cpu:
+            return target == Target::kernel ? sources_.kernel : sources_.cpu;
+        case Place::vlan:
+            break;
+    }
+    return sources_.vlan;
+}
+
+const PolicyMap::IntfConfig* Attachments::intfConfigOf(Place place) const {
+    return (place == Place::input    ? sources_.intfConfigInput
+            : place == Place::output ? sources_.intfConfigOutput
+                                     : sources_.intfConfigBridged)
+        .get();
+}
+
+const PolicyMap::PolicyMapStatus* Attachments::statusOf(Place place, Target target,
+                                                        const Orb::String& policy) const {
+    const auto& status = sideOf(place, target).status;
+    return status ? status->policyMapStatus(policy) : nullptr;
+}
+
+const PolicyMapSubConfig* Attachments::versionOf(const Orb::String& policy) const {
+    const PolicyMap::PolicyMapConfig* const config =
+        sources_.config ? sources_.config->policyMapConfig(policy) : nullptr;
+    return config == nullptr ? nullptr : config->currCfg().get();
+}
+
+bool Attachments::hasRules(const PolicyMapSubConfig* version, MatchOption option) const {
+    if (version == nullptr) return false;
+    auto& known = families_[version].at(static_cast<std::size_t>(option));
+    if (!known) {
+        known = std::ranges::any_of(version->classMap(), [option](const auto& entry) {
+            return entry.value && entry.value->match().contains(option);
+        });
+    }
+    return *known;
+}
+
+const L3::VrfName* Attachments::vrfOf(const Wire::IntfId& intfId) const {
+    const L3::Intf::Status* const status =
+        sources_.l3IntfStatusDir ? sources_.l3IntfStatusDir->intfStatus(intfId) : nullptr;
+    return status == nullptr ? nullptr : &status->vrf();
+}
+
+bool Attachments::vrfHasInterface(const L3::VrfName& vrf) const {
+    return sources_.l3IntfStatusDir &&
+           std::ranges::any_of(sources_.l3IntfStatusDir->intfStatus(), [&](const auto& entry) {
+               return entry.value && entry.value->vrf() == vrf;
+           });
+}
+
+const Orb::String* Attachments::policyOfVrf(const L3::VrfName& vrf) const {
+    if (!sources_.vrfConfig) return nullptr;
+    const Orb::String* const own = sources_.vrfConfig->vrf().find(vrf);
+    return own != nullptr ? own : sources_.vrfConfig->vrf().find(everyOtherVrf);
+}
+
+Reports Attachments::reportsIn(const L3::VrfName& vrf, const PolicyStatus* status) const {
+    Reports reports;
+    if (status == nullptr) return reports;
+    for (const auto& [intfId, report] : status->intfStatus()) {
+        const L3::VrfName* const itsVrf = vrfOf(intfId);
+        if (report && itsVrf != nullptr && *itsVrf == vrf) reports.push_back(report.get());
+    }
+    return reports;
+}
+
+Attachment Attachments::configuredAt(Place place, const Orb::String& point,
+                                     const Orb::String& policy) const {
+    Attachment attachment{.place = place, .point = point, .policy = policy, .isConfigured = true};
+    if (const PolicyStatus* const status = statusOf(place, Target::hardware, policy)) {
+        const auto* const report = status->intfStatus(intfIdOf(place, point));
+        if (report != nullptr) attachment.hardware.push_back(report);
+    }
+    return attachment;
+}
+
+void Attachments::addInterfaces(Place place, std::vector<Attachment>& found) const {
+    const PolicyMap::IntfConfig* const config = intfConfigOf(place);
+    if (config != nullptr) {
+        for (const auto& [intfId, policy] : config->intf()) {
+            textout::checkInterrupt();
+            found.push_back(configuredAt(place, pointOf(place, intfId), policy));
+        }
+    }
+    const auto& status = sideOf(place, Target::hardware).status;
+    if (!status) return;
+    for (const auto& [policy, policyStatus] : status->policyMapStatus()) {
+        textout::checkInterrupt();
+        for (const auto& [intfId, report] : policyStatus->intfStatus()) {
+            const Orb::String* const configured =
+                config == nullptr ? nullptr : config->intf().find(intfId);
+            if (configured != nullptr && *configured == policy) continue;
+            if (!report || !saysProgrammed(*report)) continue;
+            found.push_back({.place = place,
+                             .point = pointOf(place, intfId),
+                             .policy = policy,
+                             .hardware = {report.get()}});
+        }
+    }
+}
+
+void Attachments::addVrfs(std::vector<Attachment>& found) const {
+    using ByPolicy = std::map<std::pair<L3::VrfName, Orb::String>, Attachment>;
+    ByPolicy attachments;
+    const auto attachmentOf = [&](const L3::VrfName& vrf,
+                                  const Orb::String& policy) -> Attachment& {
+        Attachment& attachment = attachments[{vrf, policy}];
+        attachment.place = Place::cpu;
+        attachment.point = vrf;
+        attachment.policy = policy;
+        return attachment;
+    };
+    const auto fold = [&](Target target, Reports Attachment::*reports) {
+        const auto& status = sideOf(Place::cpu, target).status;
+        if (!status) return;
+        for (const auto& [policy, policyStatus] : status->policyMapStatus()) {
+            textout::checkInterrupt();
+            for (const auto& [intfId, report] : policyStatus->intfStatus()) {
+                const L3::VrfName* const vrf = vrfOf(intfId);
+                if (!report || vrf == nullptr) continue;
+                (attachmentOf(*vrf, policy).*reports).push_back(report.get());
+            }
+        }
+    };
+    fold(Target::hardware, &Attachment::hardware);
+    fold(Target::kernel, &Attachment::kernel);
+
+    std::set<L3::VrfName> vrfs;  // those that have a policy, their own or that of "all"
+    if (sources_.vrfConfig) {
+        for (const auto& [vrf, policy] : sources_.vrfConfig->vrf()) {
+            if (vrf != everyOtherVrf) vrfs.insert(vrf);
+        }
+        if (sources_.vrfConfig->vrf().contains(everyOtherVrf)) {
+            const std::size_t own = vrfs.size();
+            if (sources_.allVrfConfig) {
+                for (const auto& vrf : sources_.allVrfConfig->vrf()) vrfs.insert(vrf);
+            }
+            for (const auto& entry : attachments) vrfs.insert(entry.first.first);
+            if (vrfs.size() == own) vrfs.insert(everyOtherVrf);
+        }
+    }
+    for (const L3::VrfName& vrf : vrfs) {
+        Attachment& attachment = attachmentOf(vrf, *policyOfVrf(vrf));
+        attachment.isConfigured = true;
+        attachment.isByAll = sources_.vrfConfig->vrf().find(vrf) == nullptr || vrf == everyOtherVrf;
+    }
+    for (auto& [key, attachment] : attachments) {
+        if (!attachment.isConfigured && !sayProgrammed(attachment.hardware) &&
+            !sayProgrammed(attachment.kernel)) {
+            continue;
+        }
+        found.push_back(std::move(attachment));
+    }
+}
+
+std::vector<Attachment> Attachments::all() const {
+    std::vector<Attachment> found;
+    addInterfaces(Place::input, found);
+    addInterfaces(Place::output, found);
+    addVrfs(found);
+    addInterfaces(Place::vlan, found);
+    std::ranges::sort(found, inOrder);
+    return found;
+}
+
+std::vector<Attachment> Attachments::atVrf(const L3::VrfName& vrf) const {
+    std::set<Orb::String> policies;
+    for (const Target target : {Target::hardware, Target::kernel}) {
+        const auto& status = sideOf(Place::cpu, target).status;
+        if (!status) continue;
+        for (const auto& [policy, policyStatus] : status->policyMapStatus()) {
+            if (sayProgrammed(reportsIn(vrf, policyStatus.get()))) policies.insert(policy);
+        }
+    }
+    const Orb::String* const configured = policyOfVrf(vrf);
+    if (configured != nullptr) policies.insert(*configured);
+    std::vector<Attachment> found;
+    for (const Orb::String& policy : policies) {
+        const bool isConfigured = configured != nullptr && *configured == policy;
+        found.push_back(
+            {.place = Place::cpu,
+             .point = vrf,
+             .policy = policy,
+             .isConfigured = isConfigured,
+             .isByAll = isConfigured &&
+                        (sources_.vrfConfig->vrf().find(vrf) == nullptr || vrf == everyOtherVrf),
+             .hardware = reportsIn(vrf, statusOf(Place::cpu, Target::hardware, policy)),
+             .kernel = reportsIn(vrf, statusOf(Place::cpu, Target::kernel, policy))});
+    }
+    return found;
+}
+
+std::vector<Attachment> Attachments::at(Place place, const Orb::String& point) const {
+    std::vector<Attachment> found;
+    if (place == Place::cpu) {
+        found = atVrf(point);
+    } else {
+        const Wire::IntfId intfId = intfIdOf(place, point);
+        const PolicyMap::IntfConfig* const config = intfConfigOf(place);
+        const Orb::String* const configured =
+            config == nullptr ? nullptr : config->intf().find(intfId);
+        if (configured != nullptr) found.push_back(configuredAt(place, point, *configured));
+        if (const auto& status = sideOf(place, Target::hardware).status) {
+            for (const auto& [policy, policyStatus] : status->policyMapStatus()) {
+                if (configured != nullptr && *configured == policy) continue;
+                const auto* const report = policyStatus->intfStatus(intfId);
+                if (report == nullptr || !saysProgrammed(*report)) continue;
+                found.push_back(
+                    {.place = place, .point = point, .policy = policy, .hardware = {report}});
+            }
+        }
+    }
+    std::ranges::sort(found, inOrder);
+    return found;
+}
+
+Installed Attachments::installed(const Attachment& attachment, MatchOption option,
+                                 Target target) const {
+    const Judgement judgement =
+        judge(target == Target::kernel ? attachment.kernel : attachment.hardware, option);
+    if (!attachment.isConfigured) {
+        return {judgement.isProgrammedSomewhere ? Outcome::notConfigured : Outcome::notAsked, ""};
+    }
+    if (judgement.isProgrammed) return {Outcome::applied, ""};
+    if (judgement.failure != nullptr) return {Outcome::failed, judgement.failure->errorText};
+    if (!hasRules(versionOf(attachment.policy), option)) return {Outcome::notAsked, ""};
+    if (attachment.place == Place::cpu && attachment.hardware.empty() &&
+        attachment.kernel.empty() && !vrfHasInterface(attachment.point)) {
+        // The VRF "all" asks for nothing where there is nothing to protect.
+        if (attachment.isByAll) return {Outcome::notAsked, "no interface in the VRF"};
+        return {Outcome::notProcessed, "no interface in the VRF"};
+    }
+    const Installation* const other = judgement.other;
+    if (other == nullptr || other->state == InstallState::notReported) {
+        return {Outcome::notProcessed, "not reported"};
+    }
+    return {Outcome::notProcessed, other->errorText.empty()
+                                       ? "state " + std::to_string(static_cast<U32>(other->state))
+                                       : other->errorText};
+}
+
+}  // namespace TrafficPolicyCli::Diagnosis

@@ -1,0 +1,106 @@
+// Where policies are: every point with the policy that is configured there, or that the platform
+// reports there; and the one answer to what the platform did with a policy at a point.
+//
+//     interface  Ethernet5  input     one report                      hardware
+//     cpu        default              reports of the VRF's interfaces hardware, and the kernel
+//     vlan       20                   one report                      hardware
+#pragma once
+
+#include <array>
+#include <optional>
+#include <unordered_map>
+#include <vector>
+
+#include "diagnosis/ShowDiagnosis.h"
+
+namespace TrafficPolicyCli::Diagnosis {
+
+using MatchOption = PolicyMap::ClassMapMatchOption;
+
+enum class Place : U8 { input, output, cpu, vlan };
+
+// Where on the CPU; everything else is in hardware only.
+enum class Target : U8 { hardware, kernel };
+
+// "interface", "cpu", "vlan".
+std::string_view kindOf(Place place);
+// "input", "output"; empty for places without direction.
+std::string_view directionOf(Place place);
+// A point as a text tells it: "Ethernet5", "VRF default", "VLAN 20". Not escaped.
+Orb::String pointText(Place place, const Orb::String& point);
+
+// What the platform did with a policy at a point, for one family.
+enum class Outcome : U8 {
+    applied,
+    failed,
+    notProcessed,   // it was asked to, and is not known to have done it
+    notAsked,       // the policy has no rules of the family
+    notConfigured,  // it is in place, but the policy is not configured at this point
+};
+
+// "applied", "failed", "notProcessed", "notAsked", "notConfigured".
+std::string_view keyOf(Outcome outcome);
+
+struct Installed {
+    Outcome outcome = Outcome::notAsked;
+    Orb::String reason;  // of a failure what the platform says; empty: nothing is known
+};
+
+// The reports on one point, ascending by interface; only the CPU has several. Valid while the
+// status objects stay as they are.
+using Reports = std::vector<const PolicyMap::IntfStatus*>;
+
+struct Attachment {
+    Place place = Place::input;
+    Orb::String point;   // interface, VRF, or VLAN number
+    Orb::String policy;  // may be configured nowhere
+    bool isConfigured = false;
+    bool isByAll = false;  // a VRF that has the policy of the VRF "all"
+    Reports hardware{};
+    Reports kernel{};
+};
+
+// REQUIRES: the sources stay as they are, and outlive the object.
+class Attachments {
+  public:
+    explicit Attachments(const DiagnosisSources& sources) : sources_(sources) {}
+
+    // Every one, by kind of place and point as people count; of one point input goes before output,
+    // and what is configured before what is not.
+    std::vector<Attachment> all() const;
+    // Those of one point: at most one that is configured, then those that are not.
+    std::vector<Attachment> at(Place place, const Orb::String& point) const;
+
+    Installed installed(const Attachment& attachment, MatchOption option, Target target) const;
+
+    // The current version of a policy; null: there is none, or no such policy.
+    const PolicyMap::PolicyMapSubConfig* versionOf(const Orb::String& policy) const;
+    // Says whether some rule of the version is of the family; false without a version.
+    bool hasRules(const PolicyMap::PolicyMapSubConfig* version, MatchOption option) const;
+    // The platform has something to report of the kernel.
+    bool hasKernel() const { return sources_.kernel.status != nullptr; }
+    const SideSources& sideOf(Place place, Target target) const;
+
+  private:
+    using PolicyStatus = PolicyMap::PolicyMapStatus;
+
+    const PolicyMap::IntfConfig* intfConfigOf(Place place) const;
+    const PolicyStatus* statusOf(Place place, Target target, const Orb::String& policy) const;
+    const L3::VrfName* vrfOf(const Wire::IntfId& intfId) const;
+    bool vrfHasInterface(const L3::VrfName& vrf) const;
+    Reports reportsIn(const L3::VrfName& vrf, const PolicyStatus* status) const;
+
+    void addInterfaces(Place place, std::vector<Attachment>& found) const;
+    void addVrfs(std::vector<Attachment>& found) const;
+    Attachment configuredAt(Place place, const Orb::String& point, const Orb::String& policy) const;
+    std::vector<Attachment> atVrf(const L3::VrfName& vrf) const;
+    // The policy of the CPU in a VRF, its own or that of "all"; null: none.
+    const Orb::String* policyOfVrf(const L3::VrfName& vrf) const;
+
+    const DiagnosisSources& sources_;
+    mutable std::unordered_map<const PolicyMap::PolicyMapSubConfig*,
+                               std::array<std::optional<bool>, 4>>
+        families_;
+};
+
+}  // namespace TrafficPolicyCli::Diagnosis

@@ -1,0 +1,37 @@
+// A table of text: columns as wide as their widest cell on a terminal, the last one not filled up.
+#pragma once
+
+#include <initializer_list>
+#include <string_view>
+#include <vector>
+
+#include "textout/RendererV2.h"
+
+namespace TrafficPolicyCli::Diagnosis {
+
+// How many columns of a terminal an escaped text takes.
+U32 columnsOf(std::string_view escaped);
+
+// In JSON nothing is kept and nothing printed, so a walk fills it beside its calls for JSON.
+class Table {
+  public:
+    Table(textout::RendererV2& renderer, std::initializer_list<std::string_view> headings);
+
+    // The next cell, from left to right and row by row; escaped here.
+    void cell(std::string_view text);
+    // Prints the headings, a line of dashes, and the rows.
+    void print() const;
+
+  private:
+    struct Cell {
+        Orb::String text;  // escaped
+        U32 columns;
+    };
+    U32 widthOf(std::size_t column) const;
+
+    textout::RendererV2& renderer_;
+    std::size_t columns_;
+    std::vector<Cell> cells_;  // the headings first
+};
+
+}  // namespace TrafficPolicyCli::Diagnosis

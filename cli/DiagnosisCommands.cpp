@@ -1,0 +1,70 @@
+#include "cli/DiagnosisCommands.h"
+
+#include "cli/ExitStatus.h"
+#include "cli/KnownNames.h"
+#include "cli/Number.h"
+#include "orb/Interrupt.h"
+#include "state/Snapshots.h"
+
+namespace Cli {
+
+namespace {
+
+using PolicyMap::Counters::Direction;
+
+template <class Show>
+int print(const Show& show, const Session& session) {
+    show->render(session.fd(), session.format(), session.revision());
+    return Orb::interruptRequested() ? ExitStatus::interrupted : ExitStatus::success;
+}
+
+std::string textOf(const Token* token) { return token == nullptr ? std::string() : token->text; }
+
+// The number of a VLAN, which may be told as its interface too: "20" or "Vlan20".
+std::string vlanNumber(const Token& token) {
+    constexpr std::string_view word = "Vlan";
+    std::string_view text = token.text;
+    if (text.starts_with(word)) text.remove_prefix(word.size());
+    const auto number = parseNumber(text);
+    if (!number || *number < 1 || *number > 4094) {
+        throw CommandError(token.position, quoted(token.text) + " is no VLAN",
+                           "a VLAN 1 to 4094, as 20");
+    }
+    return std::to_string(*number);
+}
+
+}  // namespace
+
+TrafficPolicyCli::DiagnosisSources diagnosisSources(const Session& session) {
+    const StateDirectory::State& state = session.state();
+    TrafficPolicyCli::DiagnosisSources sources;
+    sources.config = state.config;
+    sources.fieldSetConfig = state.fieldSetConfig;
+    sources.macDir = state.macDir;
+    sources.intfConfigInput = state.intfConfigInput;
+    sources.intfConfigOutput = state.intfConfigOutput;
+    sources.intfConfigBridged = state.intfConfigBridged;
+    sources.vrfConfig = state.vrfConfig;
+    sources.allVrfConfig = state.allVrfConfig;
+    sources.l3IntfStatusDir = state.l3IntfStatusDir;
+    sources.trafficPolicyHwStatus = state.hwStatus;
+    sources.input = {state.interfaceInput, nullptr, session.counters(Direction::input)};
+    sources.output = {state.interfaceOutput, nullptr, session.counters(Direction::output)};
+    sources.cpu = {state.cpu, nullptr, nullptr};
+    sources.kernel = {state.cpuSoftware, nullptr, nullptr};
+    sources.vlan = {state.vlan, nullptr, nullptr};
+    return sources;
+}
+
+Plan planAttachments(const Match& match) {
+    const Token* const vlan = match.find("VLAN");
+    return
+        [interfaceName = textOf(match.find("INTF")), vrfName = textOf(match.find("VRF")),
+         vlanName = vlan == nullptr ? std::string() : vlanNumber(*vlan)](const Session& session) {
+            return print(TrafficPolicyCli::showTrafficPolicyAttachmentsFactory(
+                             diagnosisSources(session), interfaceName, vrfName, vlanName),
+                         session);
+        };
+}
+
+}  // namespace Cli

@@ -1,0 +1,15 @@
+// The commands that answer across all policies: what is attached where, what is wrong, who uses
+// what.
+#pragma once
+
+#include "cli/Commands.h"
+#include "diagnosis/ShowDiagnosis.h"
+
+namespace Cli {
+
+// What these commands read: the whole state, with the counters.
+TrafficPolicyCli::DiagnosisSources diagnosisSources(const Session& session);
+
+Plan planAttachments(const Match& match);
+
+}  // namespace Cli
