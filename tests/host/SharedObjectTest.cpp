@@ -144,7 +144,8 @@ TEST(SharedObject, exportsOnlyItsInterface) {
         R"((ShowTrafficPolicy\w+::render)|(TrafficPolicy\w+::clearCounter))\(.*)");
     const std::regex typeRegistration(
         R"((guard variable for |reference temporary .* for )?TrafficPolicyCli::\w+::)"
-        R"((orbType\(\)(::type)?|\w+_))");
+        R"((orbType\(\)(::type)?|\w+_))"
+        R"(|std::any::_Manager_\w+<TrafficPolicyCli::\w+>::_S_manage\(.*)");
     std::istringstream lines(
         exportsOf(reinterpret_cast<const void*>(&TrafficPolicyCli::showTrafficPolicyVAclFactory)));
     std::string address, kind, name;
