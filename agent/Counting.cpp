@@ -4,7 +4,7 @@
 #include <cmath>
 #include <map>
 
-#include "orb/Escape.h"
+#include "base/Text.h"
 #include "reef/Directory.h"
 
 namespace CounterAgent {
@@ -62,8 +62,8 @@ Counting::Counting(const Reef::Directory& directory, std::span<const Rate> rates
     }
     for (const auto& [name, special] : specials) {
         if (special.isFound) continue;
-        throw OptionError("--rate: the store has no counter \"" + Orb::escaped(name) +
-                          "\", expected POLICY/RULE or POLICY/COUNTER");
+        throw OptionError("--rate: the store has no counter " + Base::inQuotes(name) +
+                          ", expected POLICY/RULE or POLICY/COUNTER");
     }
 }
 

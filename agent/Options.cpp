@@ -1,14 +1,13 @@
 #include "agent/Options.h"
 
-#include <charconv>
-
-#include "orb/Escape.h"
+#include "base/Number.h"
+#include "base/Text.h"
 
 namespace CounterAgent {
 
 namespace {
 
-std::string quoted(const std::string& text) { return '"' + Orb::escaped(text) + '"'; }
+using Base::inQuotes;
 
 Rate parseRate(const std::string& value) {
     // Names may hold any character, so it is the last "=" that ends the name.
@@ -19,20 +18,23 @@ Rate parseRate(const std::string& value) {
         rate.counter = value.substr(0, equals);
         number = value.substr(equals + 1);
         if (rate.counter.find('/') == std::string::npos) {
-            throw OptionError("--rate: " + quoted(rate.counter) +
-                              " is no counter, expected POLICY/RULE or POLICY/COUNTER");
+            throw OptionError("--rate: " + inQuotes(rate.counter) +
+                              " is not a counter, expected POLICY/RULE or POLICY/COUNTER");
         }
     }
     if (number == "max") {
         rate.packetsPerSecond = Rate::fastest;
         return rate;
     }
-    const char* const end = number.data() + number.size();
-    const auto [stop, error] = std::from_chars(number.data(), end, rate.packetsPerSecond);
-    if (error != std::errc() || stop != end || rate.packetsPerSecond > Rate::highest) {
-        throw OptionError("--rate: " + quoted(number) + " is no rate, expected a number 0 to " +
-                          std::to_string(Rate::highest) + " or max");
+    constexpr Base::Bounds bounds{0, Rate::highest};
+    const auto packetsPerSecond = Base::parseNumber(number, bounds);
+    if (!packetsPerSecond) {
+        const Base::NumberFault fault = Base::numberFault(number, bounds);
+        throw OptionError(
+            "--rate: " + inQuotes(number) + " " + std::string(fault.wrong) + ", expected " +
+            (fault.right.empty() ? "a number " + bounds.stringValue() + " or max" : fault.right));
     }
+    rate.packetsPerSecond = *packetsPerSecond;
     return rate;
 }
 
@@ -53,7 +55,7 @@ Options parseOptions(const std::vector<std::string>& arguments) {
         } else if (takesValue) {
             throw OptionError(name + " needs a value");
         } else if (equals != std::string::npos && name.starts_with("--")) {
-            throw OptionError(quoted(name) + " takes no value");
+            throw OptionError(inQuotes(name) + " takes no value");
         }
 
         if (name == "--state") {
@@ -68,7 +70,7 @@ Options parseOptions(const std::vector<std::string>& arguments) {
         } else if (name == "--help") {
             options.help = true;
         } else {
-            throw OptionError("unknown option " + quoted(*argument) +
+            throw OptionError("unknown option " + inQuotes(*argument) +
                               ", expected --state, --recreate, --once, --rate or --help");
         }
     }

@@ -6,7 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "base/Text.h"
+
 namespace Cli {
+
+using Base::inQuotes;
 
 using Words = std::vector<std::string>;
 
@@ -32,13 +36,11 @@ class OptionError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// The text as a message quotes it: in double quotes, escaped.
-std::string quoted(const std::string& text);
-
 // Three lines without the last line end:
 //     the problem
 //       show traffic-policy interface sumary
 //                                     ^~~~~~ expected ..., errors or the end of the command
+// Long words are cut, and so is what follows on a line that is long.
 std::string explain(const Words& words, const CommandError& error);
 
 }  // namespace Cli

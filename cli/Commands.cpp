@@ -69,6 +69,14 @@ int print(const Show& show, const Session& session, const std::string& name, std
     return status;
 }
 
+// The same of policies.
+template <class Show>
+int print(const Show& show, const Session& session, const std::string& name, PolicyKind kind) {
+    const int status = print(show, session);
+    if (status == ExitStatus::success) reportMissingPolicy(name, kind, session.state());
+    return status;
+}
+
 Plan planInterface(const Match& match) {
     return [view = View(match), input = match.has("input"),
             output = match.has("output")](const Session& session) {
@@ -81,7 +89,7 @@ Plan planInterface(const Match& match) {
                          state.hwStatus, session.counters(Direction::input), state.interfaceOutput,
                          snapshots.interfaceOutput, state.intfConfigInput, state.intfConfigOutput,
                          state.intfParamStatus, session.counters(Direction::output), input, output),
-                     session, view.name, "traffic policy", policyNames(state));
+                     session, view.name, PolicyKind::interface);
     };
 }
 
@@ -95,7 +103,7 @@ Plan planCpu(const Match& match) {
                 view.summary, view.errors, view.detail, view.counters, countsBytes(session),
                 state.fieldSetConfig, state.hwStatus, noCounterStore, state.vrfConfig,
                 state.allVrfConfig, state.l3IntfStatusDir, state.cpuSoftware),
-            session, view.name, "traffic policy", policyNames(state));
+            session, view.name, PolicyKind::cpu);
     };
 }
 
@@ -108,7 +116,7 @@ Plan planVlan(const Match& match) {
                                          nullptr, view.name, view.summary, view.errors, view.detail,
                                          view.counters, countsBytes(session), state.fieldSetConfig,
                                          state.hwStatus, noCounterStore, state.intfConfigBridged),
-            session, view.name, "traffic policy", policyNames(state));
+            session, view.name, PolicyKind::vlan);
     };
 }
 

@@ -1,37 +1,26 @@
 #include "cli/Filters.h"
 
-#include "cli/Number.h"
+#include "base/Number.h"
 
 namespace Cli {
 
 namespace {
 
 struct RangeKind {
-    U32 lowest;
-    U32 highest;
+    Base::Bounds bounds;
     std::string_view expected;
 };
 
-constexpr RangeKind ports{0, 65535, "ports 0 to 65535: one, as 443, or a range, as 1024-65535"};
-constexpr RangeKind vlans{1, 4094, "VLANs 1 to 4094: one, as 10, or a range, as 100-199"};
+constexpr RangeKind ports{{0, 65535}, "ports 0 to 65535: one, as 443, or a range, as 1024-65535"};
+constexpr RangeKind vlans{{1, 4094}, "VLANs 1 to 4094: one, as 10, or a range, as 100-199"};
 
 Classification::NumericalRange rangeFilter(const Token& token, const RangeKind& kind) {
-    const std::string_view text = token.text;
-    const std::size_t dash = text.find('-');
-    const auto low = parseNumber(text.substr(0, dash));
-    const auto high = dash == std::string_view::npos ? low : parseNumber(text.substr(dash + 1));
-    const std::string expected(kind.expected);
-    if (!low || !high) {
-        throw CommandError(token.position, quoted(token.text) + " is no range", expected);
+    if (const auto range = Base::parseRange(token.text, kind.bounds)) {
+        return {static_cast<U32>(range->low), static_cast<U32>(range->high)};
     }
-    if (*low < kind.lowest || *low > kind.highest || *high < kind.lowest || *high > kind.highest) {
-        throw CommandError(token.position, quoted(token.text) + " is out of range", expected);
-    }
-    if (*low > *high) {
-        throw CommandError(token.position, quoted(token.text) + " begins above its end",
-                           Classification::NumericalRange(*high, *low).stringValue());
-    }
-    return {*low, *high};
+    const Base::NumberFault fault = Base::rangeFault(token.text, kind.bounds);
+    throw CommandError(token.position, inQuotes(token.text) + " " + std::string(fault.wrong),
+                       fault.right.empty() ? std::string(kind.expected) : fault.right);
 }
 
 }  // namespace
@@ -42,12 +31,12 @@ Wire::IpGenPrefix prefixFilter(const Token& token, bool ipv4) {
     }
     const auto prefix = Wire::IpGenPrefix::parse(token.text);
     if (!prefix) {
-        throw CommandError(token.position, quoted(token.text) + " is no prefix",
+        throw CommandError(token.position, inQuotes(token.text) + " is not a prefix",
                            ipv4 ? "a prefix, as 10.1.0.0/16, or an address, as 10.1.2.3"
                                 : "a prefix, as 2001:db8::/32, or an address, as 2001:db8::1");
     }
     if (prefix->hasHostBits()) {
-        throw CommandError(token.position, quoted(token.text) + " has host bits",
+        throw CommandError(token.position, inQuotes(token.text) + " has host bits",
                            prefix->masked().stringValue());
     }
     return *prefix;

@@ -1,5 +1,5 @@
-// What stands behind the word "filter": a prefix, or a range of ports or VLANs. What cannot be read
-// as one is an error of that word, which shows what a right one looks like.
+// What follows the word "filter": a prefix, or a range of ports or VLANs. What cannot be read as
+// one is an error of that word, which shows what a right one looks like.
 #pragma once
 
 #include "cli/Grammar.h"

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "orb/Assert.h"
+#include "orb/Nearest.h"
 
 namespace Cli {
 
@@ -128,19 +129,21 @@ class Grammar::Walk {
     std::string expectation() const {
         std::vector<std::string_view> choices = labels();
         if (completeCommand()) choices.push_back("the end of the command");
-        return choiceText(choices);
+        return Base::choiceText(choices);
+    }
+
+    // Throws CommandError when more words are needed.
+    Match finish() const {
+        if (const auto command = completeCommand()) return {*command, tokens_};
+        std::string problem = "the command is not complete";
+        const Token* const last = tokens_.empty() ? nullptr : &tokens_.back();
+        if (last != nullptr && last->label == "NAME") {
+            problem += ", " + inQuotes(last->text) + " is read as a name";
+        }
+        throw CommandError(tokens_.size(), problem, expectation());
     }
 
   private:
-    static std::string choiceText(const std::vector<std::string_view>& choices) {
-        std::string text;
-        for (std::size_t i = 0; i < choices.size(); ++i) {
-            if (i > 0) text += i + 1 == choices.size() ? " or " : ", ";
-            text += choices[i];
-        }
-        return text;
-    }
-
     void enter(std::size_t node) {
         if (std::ranges::find(at_, node) != at_.end()) return;
         at_.push_back(node);
@@ -167,12 +170,12 @@ class Grammar::Walk {
         if (keywords.size() == 1) return keywords.front();
         if (keywords.size() > 1) {
             const std::string orName =
-                argument == "NAME" ? ", or \"" + word + "\" in double quotes for a name" : "";
-            throw CommandError(position, quoted(word) + " is short for more than one word",
-                               choiceText(keywords) + orName);
+                argument == "NAME" ? ", or " + inQuotes(word) + " in double quotes for a name" : "";
+            throw CommandError(position, inQuotes(word) + " is short for more than one word",
+                               Base::choiceText(keywords) + orName);
         }
         if (argument.empty()) {
-            throw CommandError(position, quoted(word) + " cannot stand here", expectation());
+            throw CommandError(position, inQuotes(word) + " cannot stand here", expectation());
         }
         return argument;
     }
@@ -188,19 +191,57 @@ Grammar::Grammar(std::span<const std::string_view> lines) : nodes_(1) {
     }
 }
 
+bool Grammar::isLikeAKeyword(const std::string& word) const {
+    std::vector<std::string_view> keywords;
+    for (const Node& node : nodes_) {
+        for (const Edge& edge : node.edges) {
+            if (isArgument(edge.label)) continue;
+            if (edge.label.starts_with(word)) return true;
+            keywords.push_back(edge.label);
+        }
+    }
+    return !Orb::nearest(word, keywords).empty();
+}
+
+std::string Grammar::hintAboutName(const Words& words, std::size_t position) const {
+    for (std::size_t place = 0; place < words.size(); ++place) {
+        if (place == position) continue;
+        Words moved = words;
+        moved.erase(moved.begin() + static_cast<std::ptrdiff_t>(position));
+        moved.insert(moved.begin() + static_cast<std::ptrdiff_t>(place), words[position]);
+        Walk walk(nodes_);
+        try {
+            for (const std::string& word : moved) walk.take(word);
+            const std::vector<Token> tokens = walk.finish().tokens;
+            if (tokens[place].label != "NAME") continue;
+            std::string text = "; the name goes ";
+            text += place < position ? "before " + inQuotes(tokens[place + 1].label)
+                                     : "after " + inQuotes(tokens[place - 1].label);
+            text += ":";
+            for (const Token& token : tokens) {
+                const bool isKeyword = !isArgument(token.label);
+                text += " " + (isKeyword ? std::string(token.label) : Base::shortened(token.text));
+            }
+            return text;
+        } catch (const CommandError&) {
+            continue;
+        }
+    }
+    return "";
+}
+
 Match Grammar::match(const Words& words) const {
     Walk walk(nodes_);
-    for (const std::string& word : words) walk.take(word);
-    const auto command = walk.completeCommand();
-    if (!command) {
-        std::string problem = "the command is not complete";
-        const Token* const last = walk.tokens().empty() ? nullptr : &walk.tokens().back();
-        if (last != nullptr && last->label == "NAME") {
-            problem += ", " + quoted(last->text) + " is read as a name";
-        }
-        throw CommandError(words.size(), problem, walk.expectation());
+    try {
+        for (const std::string& word : words) walk.take(word);
+        return walk.finish();
+    } catch (const CommandError& error) {
+        const std::size_t position = error.position();
+        if (position == words.size()) throw;
+        if (isLikeAKeyword(words[position])) throw;
+        throw CommandError(position, error.what(),
+                           error.expected() + hintAboutName(words, position));
     }
-    return {*command, walk.tokens()};
 }
 
 }  // namespace Cli

@@ -59,6 +59,12 @@ class Grammar {
     class LineReader;
     class Walk;
 
+    // Says whether a word is a keyword of some command, is short for one, or is near to one.
+    bool isLikeAKeyword(const std::string& word) const;
+    // What the words would be if the one at the position were a NAME that only stands in the wrong
+    // place, for a message; empty when it is none.
+    std::string hintAboutName(const Words& words, std::size_t position) const;
+
     std::vector<Node> nodes_;
 };
 

@@ -1,14 +1,20 @@
 #include "cli/KnownNames.h"
 
 #include <cstdio>
+#include <map>
+#include <optional>
 #include <vector>
 
-#include "cli/CommandError.h"
+#include "base/Text.h"
 #include "orb/Nearest.h"
 
 namespace Cli {
 
+using Base::inQuotes;
+
 namespace {
+
+void say(const std::string& line) { std::fprintf(stderr, "tpcli: %s\n", line.c_str()); }
 
 // The names that a collection is keyed by; a null owner has none.
 template <class Collection>
@@ -29,10 +35,55 @@ Names keysOf(const Collection& collection) {
     return names;
 }
 
-// The policies that points (interfaces, VLANs, VRFs) are configured with.
-template <class Points>
-void addPolicies(Names& names, const Points& points) {
-    for (const auto& entry : points) names.insert(entry.value);
+// One place where policies can be: the points they are configured on, as the state has them, and
+// the status that tells of them.
+struct Place {
+    std::string_view name;
+    std::optional<PolicyKind> kind;  // of the command that lists what is here; none does: nothing
+    std::map<std::string_view, std::string_view> policies;  // by point
+    const TrafficPolicy::Status* status;
+
+    bool isInStatus(std::string_view policy) const {
+        return status != nullptr && status->policyMapStatus().contains(Orb::String(policy));
+    }
+    // "a, b, c" of the points with the policy; three names at most.
+    std::string pointsOf(std::string_view policy) const {
+        std::string text;
+        int count = 0;
+        for (const auto& [point, attached] : policies) {
+            if (attached != policy) continue;
+            if (++count > 3) return text + ", ...";
+            text += (count == 1 ? "" : ", ") + Base::shortened(point);
+        }
+        return text;
+    }
+};
+
+template <class Config>
+std::map<std::string_view, std::string_view> pointsOf(const Config& config) {
+    std::map<std::string_view, std::string_view> points;
+    if constexpr (requires { config->intf(); }) {
+        if (config) {
+            for (const auto& [intfId, policy] : config->intf()) {
+                points[intfId.stringValue()] = policy;
+            }
+        }
+    } else if (config) {
+        for (const auto& [vrf, policy] : config->vrf()) points[vrf] = policy;
+    }
+    return points;
+}
+
+std::vector<Place> placesOf(const StateDirectory::State& state) {
+    return {
+        {"interfaces on input", PolicyKind::interface, pointsOf(state.intfConfigInput),
+         state.interfaceInput.get()},
+        {"interfaces on output", PolicyKind::interface, pointsOf(state.intfConfigOutput),
+         state.interfaceOutput.get()},
+        {"the CPU", PolicyKind::cpu, pointsOf(state.vrfConfig), state.cpu.get()},
+        {"the kernel's filter", std::nullopt, {}, state.cpuSoftware.get()},
+        {"VLANs", PolicyKind::vlan, pointsOf(state.intfConfigBridged), state.vlan.get()},
+    };
 }
 
 }  // namespace
@@ -40,15 +91,10 @@ void addPolicies(Names& names, const Points& points) {
 Names policyNames(const StateDirectory::State& state) {
     Names names;
     if (state.config) addKeys(names, state.config->policyMapConfig());
-    for (const auto* status : {&state.interfaceInput, &state.interfaceOutput, &state.cpu,
-                               &state.cpuSoftware, &state.vlan}) {
-        if (*status) addKeys(names, (*status)->policyMapStatus());
+    for (const Place& place : placesOf(state)) {
+        if (place.status != nullptr) addKeys(names, place.status->policyMapStatus());
+        for (const auto& [point, policy] : place.policies) names.insert(policy);
     }
-    for (const auto* points :
-         {&state.intfConfigInput, &state.intfConfigOutput, &state.intfConfigBridged}) {
-        if (*points) addPolicies(names, (*points)->intf());
-    }
-    if (state.vrfConfig) addPolicies(names, state.vrfConfig->vrf());
     return names;
 }
 
@@ -79,13 +125,34 @@ Names macFieldSetNames(const StateDirectory::State& state) {
 void reportUnknownName(const std::string& name, std::string_view noun, const Names& known) {
     if (name.empty() || known.contains(name)) return;
     const std::vector<std::string_view> candidates(known.begin(), known.end());
-    std::string line = "tpcli: no " + std::string(noun) + " " + quoted(name) + " is known";
-    if (candidates.empty()) {
-        line += ", nor any other";
-    } else {
-        line += "; the nearest name is " + quoted(std::string(Orb::nearest(name, candidates)));
+    std::string line = "there is no " + std::string(noun) + " " + inQuotes(name);
+    if (candidates.empty()) line += ", nor any other";
+    const std::string_view nearest = Orb::nearest(name, candidates);
+    if (!nearest.empty()) line += "; the nearest name is " + inQuotes(nearest);
+    say(line);
+}
+
+void reportMissingPolicy(const std::string& name, PolicyKind kind,
+                         const StateDirectory::State& state) {
+    if (name.empty()) return;
+    std::string elsewhere;
+    for (const Place& place : placesOf(state)) {
+        const std::string points = place.pointsOf(name);
+        if (points.empty() && !place.isInStatus(name)) continue;
+        if (place.kind == kind) return;
+        elsewhere += (elsewhere.empty() ? "" : " and ") + std::string(place.name) + " (" +
+                     (points.empty() ? "in the status only" : points) + ")";
     }
-    std::fprintf(stderr, "%s\n", line.c_str());
+    static constexpr std::string_view asked[] = {"interfaces", "the CPU", "VLANs"};
+    const std::string policy = "traffic policy " + inQuotes(name);
+    if (!elsewhere.empty()) {
+        say(policy + " is not on " + std::string(asked[static_cast<int>(kind)]) + "; it is on " +
+            elsewhere);
+    } else if (state.config && state.config->policyMapConfig(name) != nullptr) {
+        say(policy + " is configured, but not attached anywhere");
+    } else {
+        reportUnknownName(name, "traffic policy", policyNames(state));
+    }
 }
 
 }  // namespace Cli

@@ -20,9 +20,15 @@ Names vlanFieldSetNames(const StateDirectory::State& state);
 // Of all sources.
 Names macFieldSetNames(const StateDirectory::State& state);
 
-// Says on standard error that the state knows no such thing, and the nearest name that it knows.
-// noun: what the name would be of, as "traffic policy". Does nothing when the name is known, or is
-// empty (none was asked for).
+// What a command shows policies on.
+enum class PolicyKind { interface, cpu, vlan };
+
+// Says on standard error that the state knows no such thing, and which known name is near. noun:
+// what the name would be of, as "VLAN field set". Does nothing when the name is known, or is empty
+// (none was asked for).
 void reportUnknownName(const std::string& name, std::string_view noun, const Names& known);
+// The same of a policy; of one that is known, but not on that kind of place, says where it is.
+void reportMissingPolicy(const std::string& name, PolicyKind kind,
+                         const StateDirectory::State& state);
 
 }  // namespace Cli

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "cli/Number.h"
+#include "base/Number.h"
 #include "orb/Trace.h"
 
 namespace Cli {
@@ -16,7 +16,7 @@ constexpr std::string_view expectedTrace =
 
 [[noreturn]] void refuse(const std::string& option, const std::string& value,
                          std::string_view problem, std::string_view expected) {
-    throw OptionError(option + ": " + quoted(value) + " " + std::string(problem) + ", expected " +
+    throw OptionError(option + ": " + inQuotes(value) + " " + std::string(problem) + ", expected " +
                       std::string(expected));
 }
 
@@ -28,16 +28,15 @@ void readTrace(const std::string& value, Options& options) {
         return;
     }
     if (std::ranges::find(facilities, facility) == std::end(facilities)) {
-        refuse("--trace", value, facility == "Blip" ? "has no levels" : "is no trace facility",
+        refuse("--trace", value, facility == "Blip" ? "has no levels" : "is not a trace facility",
                expectedTrace);
     }
-    const auto level = slash == std::string::npos
-                           ? std::nullopt
-                           : parseNumber(std::string_view(value).substr(slash + 1));
-    if (!level || *level > Orb::TraceFacility::maxLevel) {
-        refuse("--trace", value, "has no trace level", expectedTrace);
-    }
-    options.traces.emplace_back(facility, *level);
+    const auto level =
+        slash == std::string::npos
+            ? std::nullopt
+            : Base::parseNumber(value.substr(slash + 1), {0, Orb::TraceFacility::maxLevel});
+    if (!level) refuse("--trace", value, "has no trace level", expectedTrace);
+    options.traces.emplace_back(facility, static_cast<U32>(*level));
 }
 
 struct Option {
@@ -58,9 +57,14 @@ constexpr Option table[] = {
      }},
     {"--revision", "a number 0 to 4294967295",
      [](const std::string& value, Options& options) {
-         const auto number = parseNumber(value);
-         if (!number) refuse("--revision", value, "is no revision", "a number 0 to 4294967295");
-         options.revision = *number;
+         constexpr Base::Bounds bounds{0, ~U32{0}};
+         const auto number = Base::parseNumber(value, bounds);
+         if (!number) {
+             const Base::NumberFault fault = Base::numberFault(value, bounds);
+             refuse("--revision", value, fault.wrong,
+                    fault.right.empty() ? "a number 0 to 4294967295" : fault.right);
+         }
+         options.revision = static_cast<U32>(*number);
      }},
     {"--trace", "FACILITY/LEVEL[,...]",
      [](const std::string& value, Options& options) {
@@ -80,7 +84,7 @@ const Option& optionOf(const std::string& name) {
         if (!known.empty()) known += &row == &std::end(table)[-1] ? " or " : ", ";
         known += row.name;
     }
-    throw OptionError("unknown option " + quoted(name) + ", expected " + known);
+    throw OptionError("unknown option " + inQuotes(name) + ", expected " + known);
 }
 
 }  // namespace

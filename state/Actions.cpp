@@ -143,11 +143,9 @@ ActionType actionTypeKey(const Node& member, std::string_view key) {
         std::find_if(std::begin(actionForms), std::end(actionForms),
                      [key](const ActionForm& known) { return known.name == key; });
     if (form != std::end(actionForms)) return static_cast<ActionType>(form - actionForms);
-    std::string names;
-    for (const ActionForm& known : actionForms) {
-        names += (names.empty() ? "" : ", ") + std::string(known.name);
-    }
-    member.parent().refuse("there is no action type " + inQuotes(key), "one of " + names);
+    std::vector<std::string_view> names;
+    for (const ActionForm& known : actionForms) names.push_back(known.name);
+    member.parent().refuseKey(key, names);
 }
 
 }  // namespace

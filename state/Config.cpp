@@ -66,13 +66,13 @@ void readRules(const Node& node, PolicyMapSubConfig& version) {
         Rule rule;
         readObject(item, ruleKeys, rule);
         if (classMap.contains(rule.name)) {
-            item.member("name").refuse("a second rule of the name " + inQuotes(rule.name),
+            item.member("name").refuse("a second rule named " + inQuotes(rule.name),
                                        "each name once");
         }
         if (const Orb::String* const other = priorities.find(rule.priority)) {
             item.member("priority")
-                .refuse("the priority " + std::to_string(rule.priority) + " is that of rule " +
-                            inQuotes(*other) + " too",
+                .refuse("priority " + std::to_string(rule.priority) + " is already used by rule " +
+                            inQuotes(*other),
                         "each priority once");
         }
         classMap.isNew({rule.name, readClassMap(item, rule)});

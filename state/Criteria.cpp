@@ -77,9 +77,9 @@ TcpFlagAndMask readTcpFlagGroup(const Node& node) {
     TcpFlagAndMask group;
     readObject(node, tcpFlagKeys, group);
     const U16 mask = group.mask;
-    if (mask == 0) node.member("mask").refuse("no flag is looked at", "at least one bit");
+    if (mask == 0) node.member("mask").refuse("the mask is 0", "at least one flag");
     if ((mask & ~tcpFlagBits) != 0) {
-        node.member("mask").refuse(std::to_string(mask) + " has bits of no TCP flag",
+        node.member("mask").refuse(std::to_string(mask) + " has bits that are not TCP flags",
                                    "a sum of 1, 2, 4, 8, 16, 32, or 256, or 512");
     }
     if ((group.flag & ~mask) != 0) {
@@ -90,7 +90,7 @@ TcpFlagAndMask readTcpFlagGroup(const Node& node) {
         const std::string name = keyword == tcpEstablished ? "established" : "initial-syn";
         if ((mask & keyword) == 0) continue;
         if (mask != keyword) {
-            node.refuse("\"" + name + "\" beside other flags", "it alone in its group");
+            node.refuse("\"" + name + "\" with other flags", "it alone in its group");
         }
         if (group.flag != keyword)
             node.refuse("\"" + name + "\" is not set", "its bit in \"flag\"");
@@ -116,7 +116,8 @@ void readIcmpTypes(const Node& node, ProtoField& proto) {
         IcmpTypeRange types;
         readObject(item, icmpTypeKeys, types);
         const NumericalRange range(types.low, types.high);
-        if (seen.contains(range)) item.member("type").refuse("this type stands twice", "it once");
+        if (seen.contains(range))
+            item.member("type").refuse("this type appears twice", "each type once");
         seen.isNew(range);
         proto.icmpTypesIs(std::move(types));
     });
@@ -144,10 +145,10 @@ void readProtocols(const Node& node, Filter& to) {
     auto protocols = readMap<Protocols>(
         node, protocolKey, [](const Node& member, auto&) { return readProtoField(member); });
     if (protocols && !to.takesProtocols) {
-        node.refuse("protocols in a rule of the match option " +
+        node.refuse("protocols in a rule for " +
                         inQuotes(PolicyMap::matchOptionName(ClassMapMatchOption::mac)) + " or " +
                         inQuotes(PolicyMap::matchOptionName(ClassMapMatchOption::mpls)),
-                    "none there");
+                    "none");
     }
     to.filter.protocolsIs(std::move(protocols));
 }

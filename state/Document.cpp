@@ -1,5 +1,6 @@
 // Opening never waits (a FIFO without a writer would), and nothing but a regular file is read. Text
-// and parser are freed before the values are walked: only the parsed form stays.
+// and parser are freed before the values are walked: only the parsed form stays. A message about a
+// value reads the text once more to tell its line.
 #include "state/Document.h"
 
 #include <fcntl.h>
@@ -65,7 +66,7 @@ simdjson::padded_string readFile(const std::string& path, const std::string& nam
     if (!file.isOpen()) refuseFailed(name, "cannot be opened");
     struct stat status {};
     if (::fstat(file.descriptor(), &status) != 0) refuseFailed(name, "cannot be read");
-    if (!S_ISREG(status.st_mode)) refuseUnreadable(name, "is no regular file");
+    if (!S_ISREG(status.st_mode)) refuseUnreadable(name, "is not a regular file");
     const auto size = static_cast<std::size_t>(status.st_size);
     if (size > Document::maxSize) {
         refuseUnreadable(name, "has " + std::to_string(size) + " bytes",
@@ -76,7 +77,8 @@ simdjson::padded_string readFile(const std::string& path, const std::string& nam
         refuseUnreadable(name, "does not fit into memory", "a smaller document");
     }
     if (readAll(file, name, text.data(), size) != size) {
-        refuseUnreadable(name, "became shorter while it was read", "a document that stands still");
+        refuseUnreadable(name, "became shorter while it was being read",
+                         "a document that nobody is changing");
     }
     return text;
 }
@@ -92,16 +94,67 @@ simdjson::dom::element parse(const std::string& path, const std::string& name,
         refuseUnreadable(name, "does not fit into memory", "a smaller document");
     }
     if (const auto fault = findSyntaxFault(text)) {
-        refuse(name + ": line " + std::to_string(fault->line) + ", column " +
-                   std::to_string(fault->column),
+        refuse(name + ": line " + std::to_string(fault->place.line) + ", column " +
+                   std::to_string(fault->place.column),
                fault->wrong, fault->expected);
     }
     refuse(name, simdjson::error_message(error), "a JSON document");
 }
 
+// Where the value or the key at the end of a way begins.
+std::optional<std::size_t> offsetOf(const simdjson::padded_string& text, std::span<const Step> way,
+                                    Spot spot) {
+    namespace OnDemand = simdjson::ondemand;
+    OnDemand::parser parser;
+    OnDemand::document document;
+    OnDemand::value value;
+    if (way.empty()) return std::string_view(text).find_first_not_of(" \t\n\r");
+    if (parser.iterate(text).get(document) != simdjson::SUCCESS) return std::nullopt;
+    if (document.get_value().get(value) != simdjson::SUCCESS) return std::nullopt;
+    for (const Step& step : way) {
+        if (step.isElement()) {
+            if (value.get_array().at(step.index).get(value) != simdjson::SUCCESS) return {};
+            continue;
+        }
+        const bool isKey = &step == &way.back() && spot != Spot::value;
+        std::optional<std::size_t> keyOffset;
+        bool isFound = false;
+        OnDemand::object object;
+        if (value.get_object().get(object) != simdjson::SUCCESS) return std::nullopt;
+        for (auto member : object) {
+            OnDemand::raw_json_string raw;
+            std::string_view key;
+            if (member.key().get(raw) != simdjson::SUCCESS) return std::nullopt;
+            if (member.unescaped_key().get(key) != simdjson::SUCCESS) return std::nullopt;
+            if (key != step.key) continue;
+            isFound = member.value().get(value) == simdjson::SUCCESS;
+            if (!isKey) break;
+            const bool isFirst = !keyOffset;
+            keyOffset = static_cast<std::size_t>(raw.raw() - 1 - text.data());
+            if (spot == Spot::key || !isFirst) break;
+        }
+        // Keys that mean the same may be written in two ways: then there is no second one.
+        if (isKey) return keyOffset;
+        if (!isFound) return std::nullopt;
+    }
+    return static_cast<std::size_t>(value.raw_json_token().data() - text.data());
+}
+
 }  // namespace
 
 Document::Document(const std::string& path)
-    : name_(Orb::escaped(path)), root_(name_, parse(path, name_, parsed_)) {}
+    : path_(path), name_(Orb::escaped(path)), root_(*this, parse(path, name_, parsed_)) {}
+
+std::string Document::placeOf(std::span<const Step> way, Spot spot) const {
+    try {
+        const simdjson::padded_string text = readFile(path_, name_);
+        const auto offset = offsetOf(text, way, spot);
+        if (!offset || *offset >= text.size()) return "";
+        const TextPlace place = placeAt(text, *offset);
+        return ", line " + std::to_string(place.line) + ", column " + std::to_string(place.column);
+    } catch (const StateError&) {
+        return "";
+    }
+}
 
 }  // namespace StateDirectory

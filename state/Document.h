@@ -15,11 +15,17 @@ class Document {
 
     // Valid as long as the document.
     const Node& root() const { return root_; }
+    // The path, fit for a message.
+    const std::string& name() const { return name_; }
+    // Where in the text a value or a key stands, for a message: ", line 3, column 7". The text is
+    // read once more; empty when it is not what it was.
+    std::string placeOf(std::span<const Step> way, Spot spot) const;
 
     static constexpr std::size_t maxSize = std::size_t{1} << 30;
 
   private:
-    std::string name_;  // the path, fit for a message
+    std::string path_;
+    std::string name_;
     simdjson::dom::document parsed_;
     Node root_;
 };

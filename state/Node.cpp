@@ -1,7 +1,9 @@
 #include "state/Node.h"
 
-#include "orb/Escape.h"
+#include <algorithm>
+
 #include "orb/Nearest.h"
+#include "state/Document.h"
 
 namespace StateDirectory {
 
@@ -33,33 +35,44 @@ bool isOf(simdjson::dom::element element, Value& value) {
     return element.get(value) == simdjson::SUCCESS;
 }
 
-// The parts of a pointer are separated by "/", so it and the escape character are escaped.
-void appendPointerKey(std::string& out, std::string_view key) {
-    std::string part;
-    for (const char character : key) {
-        if (character == '~') {
-            part += "~0";
-        } else if (character == '/') {
-            part += "~1";
-        } else {
-            part += character;
+// A JSON pointer (RFC 6901). Its parts are separated by "/", so that and the escape character are
+// escaped; long ones are cut.
+std::string pointerText(std::span<const Step> way) {
+    std::string out;
+    for (const Step& step : way) {
+        out += '/';
+        if (step.isElement()) {
+            out += std::to_string(step.index);
+            continue;
+        }
+        for (const char character : Base::shortened(step.key)) {
+            if (character == '~') {
+                out += "~0";
+            } else if (character == '/') {
+                out += "~1";
+            } else {
+                out += character;
+            }
         }
     }
-    Orb::appendEscaped(out, part);
+    return out;
+}
+
+// A value as a message shows it.
+std::string shown(simdjson::dom::element element) {
+    std::string_view text;
+    return isOf(element, text) ? inQuotes(text) : Base::shortened(simdjson::minify(element));
+}
+
+std::string anyOf(std::span<const std::string_view> words) {
+    std::string text = words.size() == 1 ? "" : "one of ";
+    for (const std::string_view& word : words) {
+        text += (&word == &words.front() ? "" : ", ") + inQuotes(word);
+    }
+    return text;
 }
 
 }  // namespace
-
-std::string inQuotes(std::string_view text) {
-    constexpr std::size_t shownBytes = 80;
-    std::string out = "\"";
-    std::size_t end = std::min(text.size(), shownBytes);
-    if (end < text.size()) {
-        while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xc0) == 0x80) --end;
-    }
-    Orb::appendEscaped(out, text.substr(0, end));
-    return out + (end < text.size() ? "...\"" : "\"");
-}
 
 simdjson::dom::object Node::object() const {
     simdjson::dom::object value;
@@ -75,7 +88,7 @@ simdjson::dom::array Node::list() const {
 
 bool Node::boolean() const {
     bool value = false;
-    if (!isOf(element_, value)) refuseType("a boolean");
+    if (!isOf(element_, value)) refuseType("true or false");
     return value;
 }
 
@@ -106,39 +119,38 @@ double Node::seconds() const {
     return value;
 }
 
-std::size_t Node::oneOf(std::span<const std::string_view> words) const {
-    const std::string_view word = text();
-    for (std::size_t i = 0; i < words.size(); ++i) {
-        if (words[i] == word) return i;
-    }
-    std::string expected = words.size() == 1 ? "" : "one of ";
-    for (const std::string_view known : words) {
-        expected += (known == words.front() ? "" : ", ") + inQuotes(known);
-    }
-    refuse("unknown word " + inQuotes(word), expected);
+std::size_t Node::oneOf(std::span<const std::string_view> words, const std::string& orElse) const {
+    const auto expected = [&] { return anyOf(words) + (orElse.empty() ? "" : ", or " + orElse); };
+    std::string_view word;
+    if (!isOf(element_, word)) refuseType(expected());
+    const auto known = std::ranges::find(words, word);
+    if (known == words.end()) refuse("unknown word " + inQuotes(word), expected());
+    return static_cast<std::size_t>(known - words.begin());
 }
 
-const Node& Node::root() const {
+const Document& Node::document() const {
     const Node* node = this;
     while (node->parent_ != nullptr) node = node->parent_;
-    return *node;
+    return *node->document_;
 }
 
-void Node::appendPointer(std::string& out) const {
-    if (parent_ == nullptr) return;
-    parent_->appendPointer(out);
-    out += '/';
-    if (key_.data() == nullptr) {
-        out += std::to_string(index_);
-    } else {
-        appendPointerKey(out, key_);
+std::vector<Step> Node::way() const {
+    std::vector<Step> way;
+    for (const Node* node = this; node->parent_ != nullptr; node = node->parent_) {
+        way.push_back(node->step_);
     }
+    std::ranges::reverse(way);
+    return way;
 }
 
-void Node::refuse(const std::string& wrong, const std::string& expected) const {
-    std::string message = *root().documentName_ + ": at \"";
-    appendPointer(message);
-    throw StateError(message + "\": " + wrong + ", expected " + expected);
+void Node::fail(std::vector<Step> wayToSpot, Spot spot, const std::string& wrong,
+                const std::string& expected) const {
+    throw StateError(document().name() + ": at \"" + pointerText(way()) + "\"" +
+                     document().placeOf(wayToSpot, spot) + ": " + wrong + ", expected " + expected);
+}
+
+void Node::refuse(const std::string& wrong, const std::string& expected, Spot spot) const {
+    fail(way(), spot, wrong, expected);
 }
 
 void Node::refuseType(const std::string& expected) const {
@@ -147,14 +159,19 @@ void Node::refuseType(const std::string& expected) const {
 
 void Node::refuseKey(std::string_view key, std::span<const std::string_view> known) const {
     const std::string_view meant = Orb::nearest(key, known);
-    refuse("unknown key " + inQuotes(key), known.empty() ? "no keys" : inQuotes(meant));
+    std::vector<Step> wayToKey = way();
+    wayToKey.push_back({key});
+    fail(std::move(wayToKey), Spot::key, "unknown key " + inQuotes(key),
+         known.empty()   ? "no keys"
+         : meant.empty() ? anyOf(known)
+                         : inQuotes(meant));
 }
 
 void Node::refuseRepeated() const {
-    if (key_.data() == nullptr) {
-        refuse(simdjson::minify(element_) + " stands twice in the list", "it once");
-    }
-    refuse("the key " + inQuotes(key_) + " stands twice in the object", "it once");
+    if (step_.isElement())
+        refuse(shown(element_) + " appears twice in the list", "each value once");
+    refuse("the key " + inQuotes(step_.key) + " appears twice in the object", "each key once",
+           Spot::secondKey);
 }
 
 }  // namespace StateDirectory

@@ -7,25 +7,39 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "base/Text.h"
 #include "orb/Types.h"
 #include "state/StateError.h"
 
 namespace StateDirectory {
 
-// A text in quotes as messages show it: escaped, cut when it is long.
-std::string inQuotes(std::string_view text);
+using Base::inQuotes;
+
+class Document;
+
+// One step of the way to a value: into a member, or into an element of a list.
+struct Step {
+    std::string_view key;  // without data: into an element
+    std::size_t index = 0;
+
+    bool isElement() const { return key.data() == nullptr; }
+};
+
+// What at the end of a way is wrong: the value, the key before it, or the second key like that one.
+enum class Spot { value, key, secondKey };
 
 class Node {
   public:
-    // The root of a document. Its name, fit for a message, outlives the node.
-    Node(const std::string& documentName, simdjson::dom::element element)
-        : documentName_(&documentName), element_(element) {}
+    // The root of a document, which outlives the node.
+    Node(const Document& document, simdjson::dom::element element)
+        : document_(&document), element_(element) {}
     // A member of an object or an element of a list. The parent and the key outlive the node.
     Node(const Node& parent, std::string_view key, simdjson::dom::element element)
-        : parent_(&parent), key_(key), element_(element) {}
+        : parent_(&parent), step_{key}, element_(element) {}
     Node(const Node& parent, std::size_t index, simdjson::dom::element element)
-        : parent_(&parent), index_(index), element_(element) {}
+        : parent_(&parent), step_{{}, index}, element_(element) {}
 
     // REQUIRES: not the root.
     const Node& parent() const { return *parent_; }
@@ -42,26 +56,30 @@ class Node {
     U64 number(U64 low, U64 high) const;
     // A number of seconds, with or without a fraction.
     double seconds() const;
-    // One of the words: its position.
-    std::size_t oneOf(std::span<const std::string_view> words) const;
+    // One of the words: its position. orElse: what other types are taken here, for the message.
+    std::size_t oneOf(std::span<const std::string_view> words,
+                      const std::string& orElse = "") const;
 
     // Throws the StateError that says what is wrong here and what was expected.
-    [[noreturn]] void refuse(const std::string& wrong, const std::string& expected) const;
+    [[noreturn]] void refuse(const std::string& wrong, const std::string& expected,
+                             Spot spot = Spot::value) const;
     // The value is of no type that is taken here.
     [[noreturn]] void refuseType(const std::string& expected) const;
+    // A key that stands in this object is not known here.
     [[noreturn]] void refuseKey(std::string_view key,
                                 std::span<const std::string_view> known) const;
     // The key of this node, or its value, is there for the second time.
     [[noreturn]] void refuseRepeated() const;
 
   private:
-    const Node& root() const;
-    void appendPointer(std::string& out) const;
+    [[noreturn]] void fail(std::vector<Step> way, Spot spot, const std::string& wrong,
+                           const std::string& expected) const;
+    const Document& document() const;
+    std::vector<Step> way() const;
 
-    const std::string* documentName_ = nullptr;
+    const Document* document_ = nullptr;
     const Node* parent_ = nullptr;
-    std::string_view key_;  // without data: the node is an element of a list
-    std::size_t index_ = 0;
+    Step step_;  // from the parent
     simdjson::dom::element element_;
 };
 

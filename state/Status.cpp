@@ -14,7 +14,7 @@ using ReadIntfKey = Wire::IntfId (*)(const Node& member, std::string_view key);
 InstallState readInstallState(const Node& node) {
     static constexpr std::string_view words[] = {"notReported", "programmed", "failed"};
     if (node.element().is_number()) return static_cast<InstallState>(node.number(0, ~U32{0}));
-    return static_cast<InstallState>(node.oneOf(words));
+    return static_cast<InstallState>(node.oneOf(words, "a whole number from 0 to 4294967295"));
 }
 
 constexpr Key<Installation> installationKeys[] = {
@@ -187,7 +187,7 @@ void checkDirections(const Node& root, const State& state) {
             policy.member("classMapStatus")
                 .member(ruleName)
                 .refuse("the match option " + inQuotes(onlyOption(*rule)) +
-                            " differs from that in \"interfaceInput\"",
+                            " differs from the one in \"interfaceInput\"",
                         inQuotes(option));
         }
     }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <charconv>
 
+#include "base/Text.h"
 #include "orb/Escape.h"
 
 namespace StateDirectory {
@@ -44,7 +45,7 @@ class Scanner {
 
     void value(std::size_t depth) {
         skipBlanks();
-        if (depth >= maxDepth) fail("less than 1024 levels", "too deeply nested");
+        if (depth >= maxDepth) fail("fewer than 1024 levels", "too deeply nested");
         const char first = next();
         if (first == '{') {
             object(depth);
@@ -93,7 +94,7 @@ class Scanner {
             const U32 length = Orb::utf8Length(text_, at_);
             if (length == 0) fail("UTF-8", "invalid byte in a string");
             if (static_cast<unsigned char>(next()) < 0x20) {
-                fail("it written as \\u00XX", "control character in a string");
+                fail("\\u00XX in its place", "control character in a string");
             }
             if (next() == '\\') {
                 escape();
@@ -175,25 +176,29 @@ class Scanner {
 std::string whatStandsAt(std::string_view text, std::size_t at) {
     if (at == text.size()) return "the document ends";
     const std::size_t length = std::max<std::size_t>(1, Orb::utf8Length(text, at));
-    return "unexpected \"" + Orb::escaped(text.substr(at, length)) + "\"";
+    return "unexpected " + Base::inQuotes(text.substr(at, length));
 }
 
 }  // namespace
+
+TextPlace placeAt(std::string_view text, std::size_t offset) {
+    const std::string_view before = text.substr(0, offset);
+    const auto lines = std::count(before.begin(), before.end(), '\n');
+    const std::string_view line = before.substr(before.rfind('\n') + 1);
+    const auto characters = std::count_if(line.begin(), line.end(), [](char byte) {
+        return (static_cast<unsigned char>(byte) & 0xc0) != 0x80;
+    });
+    return {static_cast<std::size_t>(lines) + 1, static_cast<std::size_t>(characters) + 1};
+}
 
 std::optional<SyntaxFault> findSyntaxFault(std::string_view text) {
     try {
         Scanner(text).document();
         return std::nullopt;
     } catch (const Fault& fault) {
-        const std::string_view before = text.substr(0, fault.at);
-        const auto lines = std::count(before.begin(), before.end(), '\n');
-        const std::string_view line = before.substr(before.rfind('\n') + 1);
-        const auto characters = std::count_if(line.begin(), line.end(), [](char byte) {
-            return (static_cast<unsigned char>(byte) & 0xc0) != 0x80;
-        });
-        return SyntaxFault{
-            static_cast<std::size_t>(lines) + 1, static_cast<std::size_t>(characters) + 1,
-            fault.wrong == nullptr ? whatStandsAt(text, fault.at) : fault.wrong, fault.expected};
+        return SyntaxFault{placeAt(text, fault.at),
+                           fault.wrong == nullptr ? whatStandsAt(text, fault.at) : fault.wrong,
+                           fault.expected};
     }
 }
 

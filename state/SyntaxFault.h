@@ -8,9 +8,16 @@
 
 namespace StateDirectory {
 
-struct SyntaxFault {
+struct TextPlace {
     std::size_t line = 1;    // from 1
     std::size_t column = 1;  // from 1, in characters
+};
+
+// REQUIRES: offset is at most the size of the text.
+TextPlace placeAt(std::string_view text, std::size_t offset);
+
+struct SyntaxFault {
+    TextPlace place;
     std::string wrong;
     std::string expected;
 };

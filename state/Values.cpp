@@ -1,10 +1,12 @@
 #include "state/Values.h"
 
 #include <algorithm>
-#include <charconv>
+
+#include "base/Number.h"
 
 namespace StateDirectory {
 
+using Base::Bounds;
 using Classification::NumericalRange;
 using PolicyMap::ClassMapMatchOption;
 using Wire::AddressFamily;
@@ -13,11 +15,11 @@ using Wire::IpGenPrefix;
 
 namespace {
 
-void checkName(const Node& node, std::string_view text, const char* what) {
+void checkName(const Node& node, std::string_view text, const char* what, Spot spot) {
     static const std::string expected = "a name of at least one byte without control characters";
     if (isName(text)) return;
-    if (text.empty()) node.refuse(std::string("empty ") + what, expected);
-    node.refuse(std::string(what) + " with a control character, " + inQuotes(text), expected);
+    if (text.empty()) node.refuse(std::string("empty ") + what, expected, spot);
+    node.refuse(std::string(what) + " with a control character, " + inQuotes(text), expected, spot);
 }
 
 constexpr const char* familyName(AddressFamily family) {
@@ -30,7 +32,7 @@ constexpr const char* familyName(AddressFamily family) {
     const std::size_t slash = text.rfind('/');
     const auto address = IpGenAddr::parse(text.substr(0, slash));
     if (!address) {
-        node.refuse(inQuotes(text) + " is no prefix",
+        node.refuse(inQuotes(text) + " is not a prefix",
                     family == AddressFamily::ipv6 ? "an IPv6 prefix such as \"2001:db8::/32\""
                     : family == AddressFamily::ipv4
                         ? "an IPv4 prefix such as \"10.1.0.0/16\""
@@ -44,38 +46,17 @@ constexpr const char* familyName(AddressFamily family) {
     node.refuse(inQuotes(text) + " has a wrong length", "a length of 0 to " + maxLength);
 }
 
-// Decimal digits without leading zeros; a number beyond 32 bits reads as the largest one.
-std::optional<U32> parseDecimal(std::string_view text) {
-    U32 value = 0;
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (result.ptr != text.data() + text.size() || text.empty()) return std::nullopt;
-    if (text.size() > 1 && text.front() == '0') return std::nullopt;
-    return result.ec == std::errc::result_out_of_range ? ~U32{0} : value;
+std::string rangeForm(Bounds bounds) {
+    return "a number or \"low-high\", from " + bounds.stringValue();
 }
 
-std::string limits(U32 lowest, U32 highest) {
-    return std::to_string(lowest) + " to " + std::to_string(highest);
-}
-
-std::string rangeForm(U32 lowest, U32 highest) {
-    return "a number or \"low-high\", from " + limits(lowest, highest);
-}
-
-NumericalRange parseRange(const Node& node, std::string_view text, U32 lowest, U32 highest) {
-    const std::size_t dash = text.find('-');
-    const auto low = parseDecimal(text.substr(0, dash));
-    const auto high = dash == std::string_view::npos ? low : parseDecimal(text.substr(dash + 1));
-    if (!low || !high) {
-        node.refuse(inQuotes(text) + " is no range", rangeForm(lowest, highest));
+NumericalRange parseRange(const Node& node, std::string_view text, Bounds bounds, Spot spot) {
+    if (const auto range = Base::parseRange(text, bounds)) {
+        return {static_cast<U32>(range->low), static_cast<U32>(range->high)};
     }
-    if (*low > *high) {
-        node.refuse(inQuotes(text) + " has its low bound above its high one",
-                    inQuotes(NumericalRange(*high, *low).stringValue()));
-    }
-    if (*low < lowest || *high > highest) {
-        node.refuse(inQuotes(text) + " is out of range", limits(lowest, highest));
-    }
-    return {*low, *high};
+    const Base::NumberFault fault = Base::rangeFault(text, bounds);
+    node.refuse(inQuotes(text) + " " + std::string(fault.wrong),
+                fault.right.empty() ? rangeForm(bounds) : inQuotes(fault.right), spot);
 }
 
 }  // namespace
@@ -93,7 +74,7 @@ bool isName(std::string_view text) {
 
 Orb::String readName(const Node& node) {
     const std::string_view text = node.text();
-    checkName(node, text, "name");
+    checkName(node, text, "name", Spot::value);
     return Orb::String(text);
 }
 
@@ -101,7 +82,7 @@ IpGenAddr readAddress(const Node& node) {
     const std::string_view text = node.text();
     const auto address = IpGenAddr::parse(text);
     if (!address) {
-        node.refuse(inQuotes(text) + " is no address",
+        node.refuse(inQuotes(text) + " is not an address",
                     "an address such as \"192.0.2.1\" or \"2001:db8::1\"");
     }
     return *address;
@@ -111,7 +92,7 @@ Wire::EthAddr readMacAddress(const Node& node) {
     const std::string_view text = node.text();
     const auto address = Wire::EthAddr::parse(text);
     if (!address) {
-        node.refuse(inQuotes(text) + " is no MAC address", "one such as \"00:00:5e:00:00:99\"");
+        node.refuse(inQuotes(text) + " is not a MAC address", "one such as \"00:00:5e:00:00:99\"");
     }
     return *address;
 }
@@ -133,9 +114,9 @@ IpGenPrefix readPrefix(const Node& node, std::optional<AddressFamily> family) {
 NumericalRange readRange(const Node& node, U32 lowest, U32 highest) {
     std::string_view text;
     if (node.element().get(text) == simdjson::SUCCESS) {
-        return parseRange(node, text, lowest, highest);
+        return parseRange(node, text, {lowest, highest}, Spot::value);
     }
-    if (!node.element().is_number()) node.refuseType(rangeForm(lowest, highest));
+    if (!node.element().is_number()) node.refuseType(rangeForm({lowest, highest}));
     const auto value = static_cast<U32>(node.number(lowest, highest));
     return {value, value};
 }
@@ -146,7 +127,7 @@ Orb::HashSet2018<IpGenPrefix> readPrefixes(const Node& node, std::optional<Addre
 }
 
 Orb::String nameKey(const Node& member, std::string_view key) {
-    checkName(member, key, "key");
+    checkName(member, key, "key", Spot::key);
     return Orb::String(key);
 }
 
@@ -156,10 +137,15 @@ Wire::IntfId intfKey(const Node& member, std::string_view key) {
 
 Wire::IntfId vlanIntfKey(const Node& member, std::string_view key) {
     constexpr std::string_view word = "Vlan";
-    const auto number =
-        key.starts_with(word) ? parseDecimal(key.substr(word.size())) : std::nullopt;
-    if (!number || *number < 1 || *number > 4094) {
-        member.refuse(inQuotes(key) + " is no VLAN interface", "\"Vlan1\" to \"Vlan4094\"");
+    constexpr Bounds bounds{1, 4094};
+    const std::string_view digits =
+        key.starts_with(word) ? key.substr(word.size()) : std::string_view();
+    if (!Base::parseNumber(digits, bounds)) {
+        const std::string meant = Base::numberFault(digits, bounds).right;
+        member.refuse(
+            inQuotes(key) + " is not a VLAN interface",
+            meant.empty() ? "\"Vlan1\" to \"Vlan4094\"" : inQuotes(std::string(word) + meant),
+            Spot::key);
     }
     return Wire::IntfId(Orb::String(key));
 }
@@ -182,7 +168,7 @@ ClassMapMatchOption matchOptionKey(const Node& member, std::string_view key) {
 }
 
 Classification::ProtocolRange protocolKey(const Node& member, std::string_view key) {
-    const NumericalRange range = parseRange(member, key, 0, 255);
+    const NumericalRange range = parseRange(member, key, {0, 255}, Spot::key);
     return {range.low, range.high};
 }
 

@@ -1,10 +1,10 @@
 // The count action inside a rule: "Count: " with the figures of a named counter or of the rule, on
 // interfaces those of input on the first line and of output on the next, aligned.
+#include "base/Text.h"
 #include "counters/CounterLookup.h"
 #include "counters/CounterView.h"
 #include "frame/Trace.h"
 #include "orb/Assert.h"
-#include "orb/Escape.h"
 
 namespace TrafficPolicyCli {
 
@@ -80,14 +80,6 @@ void renderFigures(RendererV2& renderer, const Figures& figures, bool byteSwitch
     renderer.text(suffix).endLine();
 }
 
-// How many columns a name takes on a terminal, at one per character.
-U32 columnsOf(const Orb::String& name) {
-    if (Orb::isPlainAscii(name)) return static_cast<U32>(name.size());
-    U32 columns = 0;
-    for (const char byte : Orb::escaped(name)) columns += (byte & 0xc0) != 0x80 ? 1 : 0;
-    return columns;
-}
-
 // Prints the shown directions, each on its line, the figures one under the other. The name is empty
 // for the rule's own counter.
 void renderDirections(RendererV2& renderer, U32 indent, const Orb::String& counterName,
@@ -96,7 +88,7 @@ void renderDirections(RendererV2& renderer, U32 indent, const Orb::String& count
     U32 column = indent + 7;
     if (!counterName.empty()) {
         renderer.name(counterName).text(": ");
-        column += columnsOf(counterName) + 2;
+        column += Base::terminalColumns(counterName) + 2;
     }
     if (input != nullptr) renderFigures(renderer, *input, byteSwitch, " (input)");
     if (output == nullptr) return;

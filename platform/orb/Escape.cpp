@@ -12,9 +12,21 @@ bool isPlain(char character) {
     return byte >= 0x20 && byte < 0x7f;
 }
 
-void appendHex(String& out, unsigned byte) {
+// Characters that a terminal obeys, or that cannot be seen.
+bool isEscaped(U32 code) {
+    return code < 0x20 || (code >= 0x7f && code <= 0xa0) || (code >= 0x200b && code <= 0x200f) ||
+           (code >= 0x202a && code <= 0x202e) || (code >= 0x2060 && code <= 0x2069) ||
+           code == 0xfeff;
+}
+
+void appendCode(String& out, U32 code) {
     static constexpr char digits[] = "0123456789abcdef";
-    out += {'\\', 'x', digits[byte >> 4], digits[byte & 15]};
+    if (code > 0xff) {
+        out += {'\\', 'u', digits[code >> 12], digits[code >> 8 & 15]};
+    } else {
+        out += {'\\', 'x'};
+    }
+    out += {digits[code >> 4 & 15], digits[code & 15]};
 }
 
 }  // namespace
@@ -42,6 +54,16 @@ U32 utf8Length(std::string_view text, std::size_t at) {
     return length;
 }
 
+U32 codePoint(std::string_view text, std::size_t at, U32 length) {
+    const auto lead = static_cast<unsigned char>(text[at]);
+    if (length == 1) return lead;
+    U32 code = lead & (0x7fU >> length);
+    for (U32 i = 1; i < length; ++i) {
+        code = code << 6 | (static_cast<unsigned char>(text[at + i]) & 0x3f);
+    }
+    return code;
+}
+
 bool isPlainAscii(std::string_view text) {
     // Eight bytes at a time: what is below a blank borrows from its high bit, DEL carries into it.
     constexpr U64 ones = 0x0101010101010101;
@@ -56,7 +78,6 @@ bool isPlainAscii(std::string_view text) {
 
 void appendEscaped(String& out, std::string_view text) {
     for (std::size_t at = 0; at < text.size();) {
-        const auto byte = static_cast<unsigned char>(text[at]);
         if (isPlain(text[at])) {
             out += text[at++];
             continue;
@@ -65,16 +86,15 @@ void appendEscaped(String& out, std::string_view text) {
         if (length == 0) {
             out += "\xef\xbf\xbd";
             ++at;
-        } else if (length == 1) {
-            appendHex(out, byte);
-            ++at;
-        } else if (length == 2 && byte == 0xc2 && static_cast<unsigned char>(text[at + 1]) < 0xa0) {
-            appendHex(out, static_cast<unsigned char>(text[at + 1]));
-            at += 2;
+            continue;
+        }
+        const U32 code = codePoint(text, at, length);
+        if (isEscaped(code)) {
+            appendCode(out, code);
         } else {
             out.append(text, at, length);
-            at += length;
         }
+        at += length;
     }
 }
 

@@ -27,14 +27,25 @@ bool arePlainInJson(U64 bytes) {
     return (special & highBits) == 0;
 }
 
-void appendUnicodeEscape(TextOutBuffer& out, unsigned byte) {
+void appendUnicodeEscape(TextOutBuffer& out, U32 code) {
     static constexpr char digits[] = "0123456789abcdef";
-    const char text[] = {'\\', 'u', '0', '0', digits[byte >> 4], digits[byte & 15]};
+    const char text[] = {'\\',
+                         'u',
+                         digits[code >> 12],
+                         digits[code >> 8 & 15],
+                         digits[code >> 4 & 15],
+                         digits[code & 15]};
     out.append(std::string_view(text, sizeof text));
 }
 
-void appendShortEscape(TextOutBuffer& out, unsigned byte) {
-    switch (byte) {
+// C0, DEL and C1, what ends a string, and what changes the direction of the text around it.
+bool isEscapedInJson(U32 code) {
+    return code < 0x20 || code == '"' || code == '\\' || (code >= 0x7f && code < 0xa0) ||
+           Orb::changesDirection(code);
+}
+
+void appendJsonEscape(TextOutBuffer& out, U32 code) {
+    switch (code) {
         case '"':
             out.append("\\\"");
             break;
@@ -51,7 +62,7 @@ void appendShortEscape(TextOutBuffer& out, unsigned byte) {
             out.append("\\t");
             break;
         default:
-            appendUnicodeEscape(out, byte);
+            appendUnicodeEscape(out, code);
     }
 }
 
@@ -131,11 +142,9 @@ void RendererV2::appendJsonString(std::string_view text) {
             ++at;
             continue;
         }
-        const auto last = static_cast<unsigned char>(text[at + length - 1]);
-        if (length == 1) {
-            appendShortEscape(out_, last);
-        } else if (length == 2 && text[at] == '\xc2' && last < 0xa0) {
-            appendUnicodeEscape(out_, last);
+        const U32 code = Orb::codePoint(text, at, length);
+        if (isEscapedInJson(code)) {
+            appendJsonEscape(out_, code);
         } else {
             out_.append(text.substr(at, length));
         }

@@ -67,7 +67,7 @@ class ORB_EXPORT RendererV2 {
     void flush() { out_.flush(); }
 
     // Text only. text() is for the system's own words, name() for everything that comes from
-    // outside: control characters are escaped, bytes that are no UTF-8 replaced.
+    // outside: control and invisible characters are escaped, bytes that are not UTF-8 replaced.
     RendererV2& text(std::string_view words) {
         if (wants(OutputFormat_t::text)) out_.append(words);
         return *this;
@@ -151,7 +151,8 @@ class ORB_EXPORT RendererV2 {
         }
     }
     void appendName(std::string_view name);
-    // Escaped as RFC 8259 asks; DEL and C1 too, and bytes that are no UTF-8 replaced by U+FFFD.
+    // Escaped as RFC 8259 asks; DEL, C1 and what changes the direction of the text too. Bytes that
+    // are not UTF-8 become U+FFFD.
     void appendJsonString(std::string_view text);
 
     TextOutBuffer& out_;

@@ -82,7 +82,7 @@ TEST(Grammar, readsCommands) {
 TEST(Grammar, pointsAtWrongWords) {
     struct {
         Words words;
-        std::string_view complaint;
+        std::string complaint;
     } const rows[] = {
         {split("shwo traffic-policy cpu"),
          "\"shwo\" cannot stand here\n"
@@ -111,13 +111,29 @@ TEST(Grammar, pointsAtWrongWords) {
          "  show traffic-policy field-set ip prefix\n"
          "                                ^~ expected ipv4 or ipv6"},
         {split("show traffic-policy field-set \"mac\""),
-         "\"\"mac\"\" cannot stand here\n"
+         "\"\\\"mac\\\"\" cannot stand here\n"
          "  show traffic-policy field-set \"mac\"\n"
          "                                ^~~~~ expected ipv4, ipv6, l4-port, vlan or mac"},
         {split("show traffic-policy vlan detail coun"),
          "counts are not shown for VLANs\n"
          "  show traffic-policy vlan detail coun\n"
          "                                  ^~~~ expected the end of the command"},
+        // A name in the wrong place, unless it is near to a keyword.
+        {split("sh tr cpu EDGE-IN"),
+         "\"EDGE-IN\" cannot stand here\n"
+         "  sh tr cpu EDGE-IN\n"
+         "            ^~~~~~~ expected summary, detail, errors, counters or the end of the "
+         "command; "
+         "the name goes before \"cpu\": show traffic-policy EDGE-IN cpu"},
+        {split("show traffic-policy field-set WEB l4-port filter 80"),
+         "\"WEB\" cannot stand here\n"
+         "  show traffic-policy field-set WEB l4-port filter 80\n"
+         "                                ^~~ expected ipv4, ipv6, l4-port, vlan or mac; the name "
+         "goes after \"l4-port\": show traffic-policy field-set l4-port WEB filter 80"},
+        // A long word is shown in part.
+        {{"show", std::string(1000, 'x')},
+         "\"" + std::string(80, 'x') + "...\" cannot stand here\n  show " + std::string(60, 'x') +
+             "...\n       ^" + std::string(62, '~') + " expected traffic-policy"},
         {{"show", "traffic-policy", "", "cpu"},
          "a word is empty\n"
          "  show traffic-policy  cpu\n"

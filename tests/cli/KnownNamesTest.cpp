@@ -55,16 +55,61 @@ TEST(KnownNames, anUnknownOneIsReportedWithTheNearest) {
         {"A", {"A"}, ""},
         {"EDGE-NI",
          {"ACCESS-IN", "EDGE-IN", "EDGE-OUT"},
-         "tpcli: no traffic policy \"EDGE-NI\" is known; the nearest name is \"EDGE-IN\"\n"},
-        {"a\x1b]",
-         {"a\x9b"},
-         "tpcli: no traffic policy \"a\\x1b]\" is known; the nearest name is \"a\xef\xbf\xbd\"\n"},
-        {"A", {}, "tpcli: no traffic policy \"A\" is known, nor any other\n"},
+         "tpcli: there is no VLAN field set \"EDGE-NI\"; the nearest name is \"EDGE-IN\"\n"},
+        {"ab\x1b]",
+         {"ab\x9b]"},
+         "tpcli: there is no VLAN field set \"ab\\x1b]\"; the nearest name is "
+         "\"ab\xef\xbf\xbd]\"\n"},
+        {"cpu", {"EDGE-IN", "OLD"}, "tpcli: there is no VLAN field set \"cpu\"\n"},
+        {"A", {}, "tpcli: there is no VLAN field set \"A\", nor any other\n"},
     };
     for (const auto& row : rows) {
         testing::internal::CaptureStderr();
-        Cli::reportUnknownName(row.name, "traffic policy", row.known);
+        Cli::reportUnknownName(row.name, "VLAN field set", row.known);
         EXPECT_EQ(testing::internal::GetCapturedStderr(), row.report);
+    }
+}
+
+// A policy that is not on the kind of place asked for.
+TEST(KnownNames, aPolicyElsewhereIsReportedWithWhereItIs) {
+    const TemporaryState directory;
+    directory.documentIs("config", R"({
+        "policyMapConfig": {"LOOSE": {}, "BOTH": {}, "VLANS": {}, "MANY": {}},
+        "intfConfigInput": {"Ethernet9": "BOTH", "Et4": "MANY", "Et3": "MANY", "Et2": "MANY",
+                            "Et1": "MANY"},
+        "intfConfigOutput": {"Ethernet2": "BOTH", "Ethernet1": "BOTH"},
+        "intfConfigBridged": {"Vlan10": "VLANS"},
+        "vrfConfig": {"mgmt": "BOTH"}
+    })");
+    directory.documentIs("status", R"({
+        "interfaceInput": {"policyMapStatus": {"OLD": {}}},
+        "cpuSoftware": {"policyMapStatus": {"SOFT": {}}}
+    })");
+    const auto state = StateDirectory::readState(directory.path());
+    using Cli::PolicyKind;
+    const struct {
+        std::string name;
+        PolicyKind kind;
+        std::string report;
+    } rows[] = {
+        {"", PolicyKind::vlan, ""},
+        {"BOTH", PolicyKind::cpu, ""},
+        {"OLD", PolicyKind::interface, ""},
+        {"BOTH", PolicyKind::vlan,
+         "\"BOTH\" is not on VLANs; it is on interfaces on input (Ethernet9) and interfaces on "
+         "output (Ethernet1, Ethernet2) and the CPU (mgmt)"},
+        {"MANY", PolicyKind::cpu,
+         "\"MANY\" is not on the CPU; it is on interfaces on input (Et1, Et2, Et3, ...)"},
+        {"VLANS", PolicyKind::interface, "\"VLANS\" is not on interfaces; it is on VLANs (Vlan10)"},
+        {"SOFT", PolicyKind::cpu,
+         "\"SOFT\" is not on the CPU; it is on the kernel's filter (in the status only)"},
+        {"LOOSE", PolicyKind::cpu, "\"LOOSE\" is configured, but not attached anywhere"},
+    };
+    for (const auto& row : rows) {
+        testing::internal::CaptureStderr();
+        Cli::reportMissingPolicy(row.name, row.kind, state);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  row.report.empty() ? "" : "tpcli: traffic policy " + row.report + "\n");
     }
 }
 

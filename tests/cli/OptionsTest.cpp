@@ -46,16 +46,17 @@ TEST(Options, sayWhatWouldBeRight) {
         {{"show", "--state"}, "--state needs a value, expected a directory"},
         {{"--state="}, "--state: \"\" is empty, expected a directory"},
         {{"--revision", "-1"},
-         "--revision: \"-1\" is no revision, expected a number 0 to 4294967295"},
+         "--revision: \"-1\" is not a number, expected a number 0 to 4294967295"},
         {{"--revision", "4294967296"},
-         "--revision: \"4294967296\" is no revision, expected a number 0 to 4294967295"},
-        {{"--trace", "Show/7"}, "--trace: \"Show/7\" is no trace facility" + traceExpected},
+         "--revision: \"4294967296\" is out of range, expected a number 0 to 4294967295"},
+        {{"--revision", "02"}, "--revision: \"02\" has leading zeros, expected 2"},
+        {{"--trace", "Show/7"}, "--trace: \"Show/7\" is not a trace facility" + traceExpected},
         {{"--trace", "TrafficPolicyShowCliHelper"},
          "--trace: \"TrafficPolicyShowCliHelper\" has no trace level" + traceExpected},
         {{"--trace", "TrafficPolicyShowCliHelper/10"},
          "--trace: \"TrafficPolicyShowCliHelper/10\" has no trace level" + traceExpected},
         {{"--trace", "Blip/1"}, "--trace: \"Blip/1\" has no levels" + traceExpected},
-        {{"--trace", "Blip,"}, "--trace: \"\" is no trace facility" + traceExpected},
+        {{"--trace", "Blip,"}, "--trace: \"\" is not a trace facility" + traceExpected},
     };
     for (const auto& row : rows) {
         try {

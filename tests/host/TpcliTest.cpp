@@ -54,15 +54,17 @@ TEST_F(Tpcli, endsWellWithAnUnknownName) {
         std::string line, output, errors;
     } const rows[] = {
         {"--json show traffic-policy EDG interface", "{\"trafficPolicies\":{}}\n",
-         "tpcli: no traffic policy \"EDG\" is known; the nearest name is \"EDGE\"\n"},
+         "tpcli: there is no traffic policy \"EDG\"; the nearest name is \"EDGE\"\n"},
         {"show traffic-policy \"cpu\" vlan errors", "",
-         "tpcli: no traffic policy \"cpu\" is known; the nearest name is \"OLD\"\n"},
-        {"show traffic-policy OLD cpu", "", ""},
+         "tpcli: there is no traffic policy \"cpu\"\n"},
+        {"show traffic-policy EDGE cpu", "",
+         "tpcli: traffic policy \"EDGE\" is not on the CPU; it is on interfaces on input "
+         "(Ethernet1)\n"},
         {"show traffic-policy field-set l4-port WEP filter 80",
          "No matching L4 port field sets found\n",
-         "tpcli: no L4 port field set \"WEP\" is known; the nearest name is \"WEB\"\n"},
+         "tpcli: there is no L4 port field set \"WEP\"; the nearest name is \"WEB\"\n"},
         {"--json show traffic-policy field-set mac x", "{\"sources\":{}}\n",
-         "tpcli: no MAC field set \"x\" is known, nor any other\n"},
+         "tpcli: there is no MAC field set \"x\", nor any other\n"},
     };
     for (const auto& row : rows) {
         const Outcome outcome = run(row.line);
@@ -81,7 +83,7 @@ TEST_F(Tpcli, refusesWrongCommandLines) {
          "  show traffic-policy cpu errors detail\n"
          "                                 ^~~~~~ expected the end of the command\n"},
         {"--revision two show traffic-policy cpu",
-         "tpcli: --revision: \"two\" is no revision, expected a number 0 to 4294967295\n"},
+         "tpcli: --revision: \"two\" is not a number, expected a number 0 to 4294967295\n"},
     };
     for (const auto& row : rows) {
         const Outcome outcome = run(row.line);
@@ -107,7 +109,9 @@ TEST_F(Tpcli, showsNothingOfABadStateOrOfNone) {
     const Outcome bad = run("--json show traffic-policy interface");
     EXPECT_EQ(bad.status, 2);
     EXPECT_THAT(bad.output, IsEmpty());
-    EXPECT_THAT(bad.errors, MatchesRegex("tpcli: .*/status.json: at \"\": [^\n]*hwStatus[^\n]*\n"));
+    EXPECT_THAT(
+        bad.errors,
+        MatchesRegex("tpcli: .*/status.json: at \"\", line 1, column 2: [^\n]*hwStatus[^\n]*\n"));
     for (Arguments arguments : {Arguments{}, Arguments{"--state", "/nowhere"}}) {
         arguments.insert(arguments.end(), {"show", "traffic-policy", "cpu"});
         const Outcome none = runTpcli(arguments);
@@ -115,6 +119,17 @@ TEST_F(Tpcli, showsNothingOfABadStateOrOfNone) {
         EXPECT_THAT(none.output, IsEmpty());
         EXPECT_THAT(none.errors, HasSubstr("config.json: cannot be opened"));
         EXPECT_THAT(none.errors, HasSubstr("--state examples/campus"));
+    }
+}
+
+// Both directions read the one store.
+TEST_F(Tpcli, tellsOnceOfAMissingCounterStore) {
+    fileIs(state_.file("status.json"), R"({"hwStatus": {"countersInReef": true}, "cpu": {},
+        "interfaceInput": {"policyMapStatus": {"EDGE": {"classMapStatus": {"web": ["ipv4"]}}}},
+        "interfaceOutput": {"policyMapStatus": {"EDGE": {"classMapStatus": {"web": ["ipv4"]}}}}})");
+    for (const char* words : {"show traffic-policy interface", "clear traffic-policy counters"}) {
+        EXPECT_THAT(run(words).errors,
+                    MatchesRegex("counter store [^\n]*: there is no such file; [^\n]*\n"));
     }
 }
 

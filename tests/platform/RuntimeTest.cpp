@@ -18,8 +18,10 @@ TEST(Nearest, fewestChangedBytesWin) {
                                                                   {"intreface", "interface"},
                                                                   {"cup", "cpu"},
                                                                   {"vpu", "cpu"},
-                                                                  {"", "cpu"},
-                                                                  {"vlans", "vlan"}};
+                                                                  {"", ""},
+                                                                  {"vlans", "vlan"},
+                                                                  {"OLD", ""},
+                                                                  {"vrf", ""}};
     for (const auto& [word, nearest] : rows) EXPECT_EQ(Orb::nearest(word, known), nearest) << word;
     EXPECT_EQ(Orb::nearest("word", {}), "");
 }

@@ -27,7 +27,7 @@ std::string printed(U32 format, const std::function<void(RendererV2&)>& print) {
 }
 
 TEST(TextOutRenderer, escapesWhatComesFromOutside) {
-    const std::string no = "\ufffd";  // what a byte that is no UTF-8 becomes
+    const std::string no = "\ufffd";  // what a byte that is not UTF-8 becomes
     const struct {
         std::string given, text, json;
     } rows[] = {
@@ -37,8 +37,15 @@ TEST(TextOutRenderer, escapesWhatComesFromOutside) {
         {"\n\r\t", R"(\x0a\x0d\x09)", R"(\n\r\t)"},
         {"\0\b\f\x1b\x1f"s, R"(\x00\x08\x0c\x1b\x1f)", R"(\u0000\u0008\u000c\u001b\u001f)"},
         {"\x7f", R"(\x7f)", R"(\u007f)"},
-        {"\xc2\x80\xc2\x9b\xc2\x9f\xc2\xa0", "\\x80\\x9b\\x9f\xc2\xa0",
-         "\\u0080\\u009b\\u009f\xc2\xa0"},
+        {"\xc2\x80\xc2\x9b\xc2\x9f\xc2\xa0\xc2\xa1", "\\x80\\x9b\\x9f\\xa0\xc2\xa1",
+         "\\u0080\\u009b\\u009f\xc2\xa0\xc2\xa1"},
+        // Zero width, then what changes the direction, with their neighbours.
+        {"\u200a\u200b\u200d\u200e\u200f\u2010", "\u200a\\u200b\\u200d\\u200e\\u200f\u2010",
+         "\u200a\u200b\u200d\\u200e\\u200f\u2010"},
+        {"\u2029\u202a\u202e\u202f", "\u2029\\u202a\\u202e\u202f", "\u2029\\u202a\\u202e\u202f"},
+        {"\u205f\u2060\u2065\u2066\u2069\u206a", "\u205f\\u2060\\u2065\\u2066\\u2069\u206a",
+         "\u205f\u2060\u2065\\u2066\\u2069\u206a"},
+        {"\ufefe\ufeff\uff00", "\ufefe\\ufeff\uff00", "\ufefe\ufeff\uff00"},
         {"gr\xc3\xbc\xc3\x9f \xe2\x82\xac \xf0\x9f\x98\x80",
          "gr\xc3\xbc\xc3\x9f \xe2\x82\xac \xf0\x9f\x98\x80",
          "gr\xc3\xbc\xc3\x9f \xe2\x82\xac \xf0\x9f\x98\x80"},

@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <simdjson.h>
 
+#include <regex>
+
 #include "TemporaryState.h"
 
 namespace {
@@ -57,7 +59,9 @@ void check(const std::string& folder, std::size_t leastCases) {
         state.documentIs(entry.document, entry.text);
         const std::string expected =
             entry.message.empty() ? "" : state.document(entry.document) + ": " + entry.message;
-        EXPECT_EQ(state.refusal(), expected) << entry.text;
+        // A pointer comes with the line and the column, which have a test of their own.
+        static const std::regex place("(: at \".*?\"), line [0-9]+, column [0-9]+:");
+        EXPECT_EQ(std::regex_replace(state.refusal(), place, "$1:"), expected) << entry.text;
     }
 }
 

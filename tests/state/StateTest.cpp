@@ -129,11 +129,11 @@ const FaultyFile faultyFiles[] = {
     {[](const std::string&) {},
      ": cannot be opened: No such file or directory, expected a readable regular file"},
     {[](const std::string& path) { ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0); },
-     ": is no regular file, expected a readable regular file"},
+     ": is not a regular file, expected a readable regular file"},
     {[](const std::string& path) { std::filesystem::create_directory(path); },
-     ": is no regular file, expected a readable regular file"},
+     ": is not a regular file, expected a readable regular file"},
     {[](const std::string& path) { std::filesystem::create_symlink("/dev/zero", path); },
-     ": is no regular file, expected a readable regular file"},
+     ": is not a regular file, expected a readable regular file"},
     {[](const std::string& path) {
          std::ofstream(path) << "{}";
          std::filesystem::resize_file(path, StateDirectory::Document::maxSize + 1);
@@ -144,7 +144,7 @@ const FaultyFile faultyFiles[] = {
     {[](const std::string& path) {
          std::ofstream(path) << std::string(100000, '[') << std::string(100000, ']');
      },
-     ": line 1, column 1024: too deeply nested, expected less than 1024 levels"},
+     ": line 1, column 1024: too deeply nested, expected fewer than 1024 levels"},
 };
 
 TEST(ReadState, FaultyFilesAreRefusedAtOnce) {
@@ -203,6 +203,52 @@ TEST(ReadStateThreads, StatesAreReadSideBySide) {
         });
     }
     for (std::thread& reader : readers) reader.join();
+}
+
+// Keys and values, in members and in lists; columns count characters, not bytes.
+TEST(ReadState, MessagesTellLineAndColumn) {
+    const struct {
+        std::string_view config, place;
+    } rows[] = {
+        {"\n []", "\"\", line 2, column 2: is a list"},
+        {"{\n  \"allVrfConfig\": [\"\u00e4\", 7]}",
+         "\"/allVrfConfig/1\", line 2, column 25: is a number"},
+        {"{\"vrfConfig\": {},\n \"vrfKonfig\": {}}", "\"\", line 2, column 2: unknown key"},
+        {"{\"vrfConfig\": {\"\\u0061\": \"P\", \"b\": 1}}",
+         "\"/vrfConfig/b\", line 1, column 36: is"},
+        {"{\"vrfConfig\": {},\n  \"vrfConfig\": {}}", "\"/vrfConfig\", line 2, column 3: the key"},
+        {"{\"vrfConfig\": {\"\": 1}}", "\"/vrfConfig/\", line 1, column 16: empty key"},
+        {"{\"policyMapConfig\": {\"P\": {\"currCfg\": {\"rules\": [\n{\"name\": \"r\"}]}}}}",
+         "rules/0\", line 2, column 1: the key \"priority\" is missing"},
+    };
+    const TemporaryState state;
+    for (const auto& row : rows) {
+        state.documentIs("config", row.config);
+        EXPECT_THAT(state.refusal(), testing::HasSubstr(row.place)) << row.config;
+    }
+}
+
+// What a document of megabytes holds does not make a message of megabytes, nor act on a terminal.
+TEST(ReadState, MessagesAreShortAndHarmless) {
+    const std::string large(1'000'000, 'x');
+    const TemporaryState state;
+    for (const std::string& config : {
+             "{\"" + large + "\": 1}",
+             "{\"vrfConfig\": {\"" + large + "\": 1}}",
+             "{\"policyMapConfig\": {\"P\": {\"" + large + "\": {}}}}",
+             "{\"intfConfigBridged\": {\"" + large + "\": \"P\"}}",
+             "{\"allVrfConfig\": [\"" + large + "\", \"" + large + "\"]}",
+             "{\"fieldSetConfig\": {\"fieldSetL4Port\": {\"" + large +
+                 "\": {\"currCfg\": {\"ports\": [\"" + large + "\"]}}}}}",
+         }) {
+        state.documentIs("config", config);
+        EXPECT_THAT(state.refusal(),
+                    testing::SizeIs(testing::AllOf(testing::Gt(0U), testing::Lt(1000U))));
+    }
+    state.documentIs("config", "{\"policyMapConf\u200big\": {}}");
+    EXPECT_THAT(state.refusal(), testing::HasSubstr("unknown key \"policyMapConf\\u200big\""));
+    state.documentIs("config", "{\"allVrfConfig\": [\"\u202ea\\\"\\\\\", \"\u202ea\\\"\\\\\"]}");
+    EXPECT_THAT(state.refusal(), testing::HasSubstr("\"\\u202ea\\\"\\\\\" appears twice"));
 }
 
 }  // namespace
