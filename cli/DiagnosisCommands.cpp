@@ -1,8 +1,8 @@
 #include "cli/DiagnosisCommands.h"
 
+#include "base/Number.h"
 #include "cli/ExitStatus.h"
 #include "cli/KnownNames.h"
-#include "cli/Number.h"
 #include "orb/Interrupt.h"
 #include "state/Snapshots.h"
 
@@ -25,10 +25,12 @@ std::string vlanNumber(const Token& token) {
     constexpr std::string_view word = "Vlan";
     std::string_view text = token.text;
     if (text.starts_with(word)) text.remove_prefix(word.size());
-    const auto number = parseNumber(text);
-    if (!number || *number < 1 || *number > 4094) {
-        throw CommandError(token.position, quoted(token.text) + " is no VLAN",
-                           "a VLAN 1 to 4094, as 20");
+    constexpr Base::Bounds bounds{1, 4094};
+    const auto number = Base::parseNumber(text, bounds);
+    if (!number) {
+        const std::string meant = Base::numberFault(text, bounds).right;
+        throw CommandError(token.position, inQuotes(token.text) + " is not a VLAN",
+                           meant.empty() ? "a VLAN 1 to 4094, as 20" : meant);
     }
     return std::to_string(*number);
 }

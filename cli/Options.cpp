@@ -119,7 +119,7 @@ Options parseOptions(const std::vector<std::string>& arguments) {
     }
     if (!options.commands.empty() && !options.words.empty()) {
         throw OptionError("-c: a command of one word each is expected, not " +
-                          quoted(options.words.front()));
+                          inQuotes(options.words.front()));
     }
     return options;
 }

@@ -82,7 +82,7 @@ Regex::Regex(const std::string& pattern, std::size_t position)
     if (error == 0) return;
     char reason[256];
     ::regerror(error, compiled_.get(), reason, sizeof reason);
-    throw CommandError(position, quoted(pattern) + " is no regular expression: " + reason,
+    throw CommandError(position, inQuotes(pattern) + " is not a regular expression: " + reason,
                        "one of POSIX, extended, as drop|police");
 }
 
@@ -100,7 +100,7 @@ Pipes readPipes(std::span<const CommandLine::Stage> stages) {
         const std::string_view keyword = match.tokens.front().label;
         const Turn turn = turnOf(keyword);
         if (turn.latest < form) {
-            throw CommandError(stage.position, quoted(std::string(keyword)) + " cannot stand here",
+            throw CommandError(stage.position, inQuotes(keyword) + " cannot stand here",
                                choicesAt(form) + " or the end of the command");
         }
         form = std::max(form, turn.then);

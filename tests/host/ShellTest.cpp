@@ -49,7 +49,7 @@ TEST_F(ShellOfCommands, runsAllAndEndsWithTheStatusOfTheFirstThatFailed) {
         "sh tr field-set l4 DN\n  show traffic-policy cpu | save /nowhere/x");
     EXPECT_EQ(input.status, 1);
     EXPECT_EQ(input.output, dns);
-    EXPECT_THAT(input.errors, StartsWith("tpcli: line 4: \"[\" is no regular expression"));
+    EXPECT_THAT(input.errors, StartsWith("tpcli: line 4: \"[\" is not a regular expression"));
     EXPECT_THAT(input.errors, HasSubstr("no L4 port field set \"DN\" is known"));
     EXPECT_THAT(input.errors, HasSubstr("tpcli: line 6: /nowhere/x: cannot be written: "));
 
