@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <functional>
+#include <memory>
 
 #include "Captured.h"
 #include "TemporaryFolder.h"
@@ -102,7 +103,11 @@ class ClearCounters : public testing::Test {
                               ", \"interfaceInput\": " + target(300, packets, true) +
                               ", \"interfaceOutput\": " + target(400, packets, true) + "}");
     }
-    Cli::Session session(U32 fd) const { return {folder_.path(), fd, 1, 2}; }
+    // One at a time.
+    Cli::Session session(U32 fd) {
+        source_ = std::make_unique<Cli::StateReadOnce>(folder_.path());
+        return {folder_.path(), fd, 1, 2, *source_};
+    }
 
     struct Result {
         int status;  // -1: an exception, whose message is among the errors
@@ -121,7 +126,7 @@ class ClearCounters : public testing::Test {
         result.output = output.text();
         return result;
     }
-    Result clear() const {
+    Result clear() {
         const Captured::MemoryFile output;
         return clear(session(static_cast<U32>(output.fd())), output);
     }
@@ -143,6 +148,7 @@ class ClearCounters : public testing::Test {
 
     const TemporaryFolder folder_;
     const std::string document_ = folder_.file("snapshots.json");
+    std::unique_ptr<Cli::StateReadOnce> source_;
     const std::vector<U64> none_;
     const std::vector<U64> old_{3, 3, 3};
     const std::vector<U64> live_{9, 9, 9};
@@ -308,7 +314,7 @@ TEST_F(ClearCounters, losesNothingWithoutDescriptors) {
             snapshotsAre(3);
             const Captured::MemoryFile output;
             const Cli::Session opened = session(static_cast<U32>(output.fd()));
-            opened.state();
+            opened.currentState();
             const int next = ::dup(output.fd());
             ::close(next);
             const rlimit few{static_cast<rlim_t>(next) + spare, former.rlim_max};
