@@ -60,9 +60,11 @@ need_packages() {
     stage "install what is missing" install_packages "${missing[@]}"
 }
 
-# build PRESET TARGET...: configures the preset and builds the targets.
+# build PRESET TARGET...: configures the preset, with more options from the array configure_options,
+# and builds the targets.
+configure_options=()
 build() {
     local preset=$1
     shift
-    cmake --preset "$preset" && cmake --build --preset "$preset" --parallel "$cores" --target "$@"
+    cmake --preset "$preset" "${configure_options[@]}" && cmake --build --preset "$preset" --parallel "$cores" --target "$@"
 }

@@ -161,7 +161,6 @@ RuleAnswer answerOf(const CompiledPolicy& policy, U32 index, const Packet& packe
     const CompiledRule& rule = policy.rule(index);
     const Narrowed& narrowed = packet.narrowed();
     RuleAnswer answer{index, RuleResult::match, {}, {}};
-    FieldMask open;
     for (const Clause& clause : rule.clauses) {
         const RuleResult result = ask(clause, packet, narrowed);
         if (result == RuleResult::noMatch) {

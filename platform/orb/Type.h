@@ -131,10 +131,11 @@ ORB_EXPORT std::vector<const TypeInfo*> registeredTypes();
 
 namespace Detail {
 
-// The qualified class name in the signature of one of its member functions without arguments.
+// The qualified class name in the signature of one of its member functions without arguments; g++
+// writes "T& Class::f()", clang "T &Class::f()".
 constexpr std::string_view scopeOf(std::string_view signature) {
     signature = signature.substr(0, signature.rfind("::"));
-    return signature.substr(signature.rfind(' ') + 1);
+    return signature.substr(signature.find_last_of(" &") + 1);
 }
 
 // Counts an object of Self among the living for its own life.

@@ -11,6 +11,26 @@ FOLDER = ROOT / "docs" / "schema"
 PARTS = ("policy-common", "policy-matches", "policy-actions")
 faults = []
 
+REFERENCE = jsonschema.Draft202012Validator.VALIDATORS["$ref"]
+# References that an object fulfils, and meets again and again on its way through the schemas. Holds
+# the objects, so that no other takes their identity.
+fulfilled = {}
+
+
+def reference_once(validator, reference, instance, schema):
+    if not isinstance(instance, (dict, list)):
+        yield from REFERENCE(validator, reference, instance, schema)
+        return
+    key = (validator.resolver.resolution_scope, reference, id(instance))
+    if key not in fulfilled:
+        errors = list(REFERENCE(validator, reference, instance, schema))
+        if not errors:
+            fulfilled[key] = instance
+        yield from errors
+
+
+Validator = jsonschema.validators.extend(jsonschema.Draft202012Validator, {"$ref": reference_once})
+
 
 def load(*kinds):
     schemas = {}
@@ -22,12 +42,13 @@ def load(*kinds):
         name = uri.rpartition("/")[2].removesuffix(".schema.json")
         if name not in PARTS:
             resolver = jsonschema.RefResolver(uri, schema, schemas)
-            validators[name] = jsonschema.Draft202012Validator(schema, resolver=resolver)
+            validators[name] = Validator(schema, resolver=resolver)
     return validators
 
 
 def check(validator, document, where):
     """Enters what is wrong with the document."""
+    fulfilled.clear()
     for error in validator.iter_errors(document):
         error = jsonschema.exceptions.best_match([error])
         faults.append(f"{where}: /{'/'.join(map(str, error.absolute_path))}: {error.message[:200]}")
