@@ -101,6 +101,7 @@ void writeStore(const std::string& path, const FileDescriptor& file,
     writeAll(path, file, std::as_bytes(std::span(directory.counters)));
     writeAll(path, file, std::as_bytes(std::span(directory.names)));
     const off_t written = ::lseek(file.number(), 0, SEEK_CUR);
+    if (written < 0) failedCall(path, "it cannot be written");
     const std::vector<std::byte> gap(recordsOffset(header) - static_cast<U64>(written));
     writeAll(path, file, gap);
     writeAll(path, file, std::as_bytes(std::span(records)));

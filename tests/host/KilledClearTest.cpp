@@ -61,12 +61,13 @@ class KilledClearSlow : public testing::Test {
         EXPECT_THAT(outcome.output, testing::StartsWith("Cleared")) << outcome.errors;
     }
     // A process that clears, stopped before its first instruction when it is to be traced.
-    pid_t start(bool traced) const {
+    pid_t start(bool traced, const std::string& output = "/dev/null") const {
         fileIs(document_, before_);
         std::filesystem::remove(lock_);
         return startProgram(
             {TPCLI_PATH, "--state", state_.path(), "clear", "traffic-policy", "counters"},
-            ::open("/dev/null", O_WRONLY | O_CLOEXEC), "/dev/null", [&] {
+            ::open(output.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600), "/dev/null",
+            [&] {
                 if (traced && ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) ::_exit(0);
             });
     }
@@ -74,14 +75,16 @@ class KilledClearSlow : public testing::Test {
         ::kill(process, SIGKILL);
         ::waitpid(process, nullptr, 0);
     }
-    // Kills a clear when, once it has made its lock, it has entered or left that many system calls.
-    // False when it ended before.
-    bool killAtStop(int count) const {
-        const pid_t process = start(true);
+    // Kills or interrupts a clear, and waits for its end, when, once it has made its lock, it has
+    // entered or left that many system calls. False when it ended before.
+    bool signalAtStop(int count, int signal, const std::string& output = "/dev/null") const {
+        const pid_t process = start(true, output);
         int status = 0;
         while (::waitpid(process, &status, 0) == process && WIFSTOPPED(status)) {
             if (std::filesystem::exists(lock_) && count-- == 0) {
-                kill(process);
+                ::kill(process, signal);
+                ::ptrace(PTRACE_DETACH, process, nullptr, nullptr);
+                ::waitpid(process, nullptr, 0);
                 return true;
             }
             ::ptrace(PTRACE_SYSCALL, process, nullptr, nullptr);
@@ -125,7 +128,7 @@ TEST_F(KilledClearSlow, leavesWholeSnapshotsAtEachSystemCall) {
     int found[2] = {0, 0};
     bool leftTemporary = false;
     int stop = 0;
-    while (killAtStop(stop)) {
+    while (signalAtStop(stop, SIGKILL)) {
         ++found[standing()];
         leftTemporary = leftTemporary || hasTemporaries();
         if (HasFailure()) FAIL() << "at stop " << stop;
@@ -138,6 +141,22 @@ TEST_F(KilledClearSlow, leavesWholeSnapshotsAtEachSystemCall) {
     EXPECT_TRUE(leftTemporary);
     clear();
     EXPECT_FALSE(hasTemporaries());
+}
+
+TEST_F(KilledClearSlow, saysWhatItDidWhereverItIsInterrupted) {
+    const TemporaryFolder folder;
+    const std::string output = folder.file("output");
+    int found[2] = {0, 0};
+    for (int stop = 0; signalAtStop(stop, SIGINT, output) && !HasFailure(); ++stop) {
+        const int which = standing();
+        ++found[which];
+        const std::string text = contentsOf(output);
+        EXPECT_EQ(text.find("Cleared") != std::string::npos, which == 1) << stop << ": " << text;
+        EXPECT_EQ(text.find("exiting interrupted") == 0, which == 0) << stop << ": " << text;
+        EXPECT_FALSE(hasTemporaries());
+    }
+    EXPECT_GT(found[0], 20);
+    EXPECT_GT(found[1], 4);
 }
 
 TEST_F(KilledClearSlow, leavesWholeSnapshotsAtRandomInstants) {
