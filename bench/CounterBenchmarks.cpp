@@ -110,7 +110,8 @@ void clear(benchmark::State& bench) {
         clearTarget(state().cpu, snapshots.cpu);
         clearTarget(state().interfaceInput, snapshots.interfaceInput);
         clearTarget(state().interfaceOutput, snapshots.interfaceOutput);
-        writer.save(snapshots);
+        const std::string fault = writer.save(snapshots);
+        if (!fault.empty()) bench.SkipWithError(fault.c_str());
         counters = 0;
         for (const auto& target : {snapshots.interfaceInput, snapshots.interfaceOutput}) {
             counters += target->snapshot().size() + target->namedSnapshot().size();
