@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <new>
 
 #include "orb/Escape.h"
 #include "state/SyntaxFault.h"
@@ -73,9 +74,7 @@ simdjson::padded_string readFile(const std::string& path, const std::string& nam
                          "at most " + std::to_string(Document::maxSize));
     }
     simdjson::padded_string text(size);
-    if (size > 0 && text.data() == nullptr) {
-        refuseUnreadable(name, "does not fit into memory", "a smaller document");
-    }
+    if (size > 0 && text.data() == nullptr) throw std::bad_alloc();
     if (readAll(file, name, text.data(), size) != size) {
         refuseUnreadable(name, "became shorter while it was being read",
                          "a document that nobody is changing");
@@ -90,9 +89,7 @@ simdjson::dom::element parse(const std::string& path, const std::string& name,
     simdjson::dom::element root;
     const simdjson::error_code error = parser.parse_into_document(parsed, text).get(root);
     if (error == simdjson::SUCCESS) return root;
-    if (error == simdjson::MEMALLOC) {
-        refuseUnreadable(name, "does not fit into memory", "a smaller document");
-    }
+    if (error == simdjson::MEMALLOC) throw std::bad_alloc();
     if (const auto fault = findSyntaxFault(text)) {
         refuse(name + ": line " + std::to_string(fault->place.line) + ", column " +
                    std::to_string(fault->place.column),

@@ -127,14 +127,16 @@ void printExiting(const char* message) {
 }
 
 TextOutBuffer::TextOutBuffer(U32 fd)
-    : fd_(static_cast<int>(fd)), data_(new char[capacity + closingRoom]) {}
+    : fd_(static_cast<int>(fd)),
+      exceptionsAround_(std::uncaught_exceptions()),
+      data_(new char[capacity + closingRoom]) {}
 
 TextOutBuffer::~TextOutBuffer() {
     if (failed_) return;
     std::string_view rest(data_.get(), size_);
     if (Orb::interruptRequested()) {
         writeAll(fd_, rest, patience());
-    } else {
+    } else if (std::uncaught_exceptions() == exceptionsAround_) {
         writeAll(fd_, rest, Orb::interruptRequested);
     }
 }

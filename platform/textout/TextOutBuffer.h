@@ -23,8 +23,9 @@ class ORB_EXPORT TextOutBuffer {
     explicit TextOutBuffer(U32 fd);
     TextOutBuffer(const TextOutBuffer&) = delete;
     TextOutBuffer& operator=(const TextOutBuffer&) = delete;
-    // The fallback for a report that ends by an exception: writes what is left, unless a write
-    // failed, and never throws. After an interrupt it waits no longer than 20 ms for a reader.
+    // The fallback without flush(): writes what is left, unless a write failed, and never throws.
+    // After an interrupt it waits no longer than 20 ms for a reader. What any other exception cut
+    // short, as memory that ran out, is dropped.
     ~TextOutBuffer();
 
     // Writes everything. Throws WriteError, after which all output is dropped, or SigIntException.
@@ -76,6 +77,7 @@ class ORB_EXPORT TextOutBuffer {
     void appendLarge(std::string_view text);
 
     int fd_;
+    int exceptionsAround_;  // in flight when the report began
     bool failed_ = false;
     bool flushedEndsLine_ = true;
     std::size_t size_ = 0;

@@ -324,4 +324,41 @@ TEST(TpcliOnATerminal, endsWhereverTheTerminalStoodStill) {
     }
 }
 
+// With any amount of memory a command does all of its work, or says in one line why it did none.
+// Below some megabytes the system does not even load the program.
+TEST(TpcliMemorySlow, runsOutWithOneLineAndNothingHalfDone) {
+    const StateFixture state(largeSet(), R"({"cpu": {"policyMapStatus": {"EDGE": {"classCounter": {
+        "web": {"uniqueId": 1, "packets": 1}}}}}})");
+    const TemporaryFolder directory;
+    const std::string snapshots = state.file("snapshots.json");
+    for (const char* const line :
+         {"show traffic-policy field-set ipv4 prefix",
+          "--json show traffic-policy field-set ipv4 prefix", "clear traffic-policy counters"}) {
+        const std::string whole = runTpcli(over(state, line)).output;
+        int ended[2] = {0, 0};  // well, and out of memory
+        for (rlim_t megabytes = 8; megabytes < 200; megabytes += 6) {
+            fileIs(snapshots, "{}");
+            const int output = ::open(directory.file("output").c_str(),
+                                      O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+            const pid_t tpcli = startTpcli(over(state, line), directory, output, [&] {
+                const rlimit limit{megabytes << 20, megabytes << 20};
+                ::setrlimit(RLIMIT_AS, &limit);
+            });
+            const int status = waitFor(tpcli);
+            if (status == 127) continue;
+            const std::string printed = contentsOf(directory.file("output"));
+            const std::string errors = contentsOf(directory.file("errors"));
+            if (status != 0) {
+                EXPECT_EQ(status, 4) << line << " with " << megabytes << " MB";
+                EXPECT_EQ(errors, "tpcli: out of memory\n");
+                EXPECT_EQ(contentsOf(snapshots), "{}");
+            }
+            EXPECT_EQ(printed, status == 0 ? whole : "");
+            ++ended[status == 0 ? 0 : 1];
+        }
+        EXPECT_GT(ended[0], 4) << line;
+        EXPECT_GT(ended[1], 4) << line;
+    }
+}
+
 }  // namespace

@@ -120,6 +120,17 @@ TEST(TextOutBuffer, keepsWhatCrossesTheBoundary) {
     EXPECT_EQ(file.text(), std::string(2 * capacity + 1, '-')) << "without a flush";
 }
 
+TEST(TextOutBuffer, dropsWhatAnExceptionCutShort) {
+    const MemoryFile file;
+    const auto cutShort = [&] {
+        TextOutBuffer out(static_cast<U32>(file.fd()));
+        out.append(std::string_view("a part"));
+        throw std::bad_alloc();
+    };
+    EXPECT_THROW(cutShort(), std::bad_alloc);
+    EXPECT_EQ(file.text(), "");
+}
+
 TEST(TextOutBuffer, closesScopesInAFullBufferWithoutWriting) {
     const MemoryFile file;
     TextOutBuffer out(static_cast<U32>(file.fd()));
