@@ -6,10 +6,10 @@
 #include <thread>
 
 #include "Scene.h"
-#include "counters/CounterSnapshot.h"
 #include "orb/ActivityLock.h"
 #include "reef/StoreWriter.h"
 #include "state/SnapshotsFile.h"
+#include "traffic-policy/CounterSnapshot.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 
 #include "Scene.h"
 #include "blip/Blip.h"
-#include "fieldsets/ShowFieldSets.h"
 #include "orb/ActivityLock.h"
+#include "traffic-policy/ShowFieldSets.h"
 
 namespace {
 

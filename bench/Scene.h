@@ -5,8 +5,8 @@
 #include <benchmark/benchmark.h>
 
 #include "StateGenerator.h"
-#include "frame/ShowTrafficPolicy.h"
 #include "state/State.h"
+#include "traffic-policy/ShowTrafficPolicy.h"
 
 namespace Bench {
 

@@ -3,9 +3,9 @@
 #include <cstdio>
 
 #include "cli/ExitStatus.h"
-#include "counters/CounterSnapshot.h"
 #include "state/SnapshotsFile.h"
 #include "textout/RendererV2.h"
+#include "traffic-policy/CounterSnapshot.h"
 
 namespace Cli {
 

@@ -5,10 +5,10 @@
 #include "cli/ExitStatus.h"
 #include "cli/Filters.h"
 #include "cli/KnownNames.h"
-#include "fieldsets/ShowFieldSets.h"
-#include "frame/ShowTrafficPolicy.h"
 #include "orb/Interrupt.h"
 #include "state/Snapshots.h"
+#include "traffic-policy/ShowFieldSets.h"
+#include "traffic-policy/ShowTrafficPolicy.h"
 
 namespace Cli {
 

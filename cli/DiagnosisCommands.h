@@ -3,7 +3,7 @@
 #pragma once
 
 #include "cli/Commands.h"
-#include "diagnosis/ShowDiagnosis.h"
+#include "traffic-policy/ShowDiagnosis.h"
 
 namespace Cli {
 

@@ -1,9 +1,9 @@
 // Copies the live counter records of a policy out of the store in use into the policy's record.
 // Nothing is subtracted here; a view subtracts the last clear when it shows a count. A policy whose
 // status went while its gathering had given up the activity lock has no counters.
-#include "frame/ShowTrafficPolicy.h"
 #include "frame/Trace.h"
 #include "reef/PolicyMapReefCounterStatusReader.h"
+#include "traffic-policy/ShowTrafficPolicy.h"
 
 namespace TrafficPolicyCli {
 

@@ -3,7 +3,7 @@
 // its snapshot is shown as 0. A null snapshot store reads as never cleared. Nothing here throws.
 #pragma once
 
-#include "model/PolicyState.h"
+#include "traffic-policy/PolicyState.h"
 
 namespace TrafficPolicyCli {
 

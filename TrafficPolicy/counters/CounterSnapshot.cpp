@@ -1,4 +1,4 @@
-#include "counters/CounterSnapshot.h"
+#include "traffic-policy/CounterSnapshot.h"
 
 #include <set>
 #include <vector>

@@ -2,7 +2,7 @@
 // counter of their own; and what it shares with the count action.
 #pragma once
 
-#include "frame/ShowTrafficPolicy.h"
+#include "traffic-policy/ShowTrafficPolicy.h"
 
 namespace TrafficPolicyCli {
 

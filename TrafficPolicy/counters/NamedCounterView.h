@@ -1,8 +1,8 @@
 // The counters that a policy declares, as the policy view lists them.
 #pragma once
 
-#include "model/PolicyState.h"
 #include "textout/RendererV2.h"
+#include "traffic-policy/PolicyState.h"
 
 namespace TrafficPolicyCli {
 

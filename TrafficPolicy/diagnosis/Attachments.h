@@ -11,7 +11,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "diagnosis/ShowDiagnosis.h"
+#include "traffic-policy/ShowDiagnosis.h"
 
 namespace TrafficPolicyCli::Diagnosis {
 

@@ -1,4 +1,4 @@
-#include "diagnosis/ShowDiagnosis.h"
+#include "traffic-policy/ShowDiagnosis.h"
 
 #include "frame/Trace.h"
 

@@ -1,7 +1,7 @@
 // The exported factories and creators of the field-set show commands, which are also the way in
 // which the classes are built by name.
-#include "fieldsets/ShowFieldSets.h"
 #include "frame/Creator.h"
+#include "traffic-policy/ShowFieldSets.h"
 
 namespace TrafficPolicyCli {
 

@@ -3,7 +3,7 @@
 #include <array>
 
 #include "fieldsets/Frame.h"
-#include "fieldsets/ShowFieldSets.h"
+#include "traffic-policy/ShowFieldSets.h"
 
 namespace TrafficPolicyCli {
 

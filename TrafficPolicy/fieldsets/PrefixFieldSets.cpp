@@ -4,10 +4,10 @@
 
 #include "blip/Blip.h"
 #include "fieldsets/Frame.h"
-#include "fieldsets/ShowFieldSets.h"
 #include "fieldsets/SortedRuns.h"
 #include "frame/Yield.h"
 #include "orb/Assert.h"
+#include "traffic-policy/ShowFieldSets.h"
 
 namespace TrafficPolicyCli {
 

@@ -3,7 +3,7 @@
 #include <charconv>
 
 #include "fieldsets/Frame.h"
-#include "fieldsets/ShowFieldSets.h"
+#include "traffic-policy/ShowFieldSets.h"
 
 namespace TrafficPolicyCli {
 

@@ -1,6 +1,6 @@
 // The exported factories and creators, which are the way in which the classes are built by name.
 #include "frame/Creator.h"
-#include "frame/ShowTrafficPolicy.h"
+#include "traffic-policy/ShowTrafficPolicy.h"
 
 #define PARAMETER(type, name) type name,
 #define VALUE(type, name) std::move(name),

@@ -1,4 +1,4 @@
-#include "frame/ShowTrafficPolicy.h"
+#include "traffic-policy/ShowTrafficPolicy.h"
 
 #include "frame/Trace.h"
 

@@ -1,8 +1,8 @@
 // Counts the entries of every configured field set, so that the views need not count while
 // printing.
-#include "frame/ShowTrafficPolicy.h"
 #include "frame/Trace.h"
 #include "orb/Assert.h"
+#include "traffic-policy/ShowTrafficPolicy.h"
 
 namespace TrafficPolicyCli {
 

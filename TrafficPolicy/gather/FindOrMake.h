@@ -1,8 +1,8 @@
 // The body of getOrCreatePolicyState.
 #pragma once
 
-#include "frame/ShowTrafficPolicy.h"
 #include "orb/Assert.h"
+#include "traffic-policy/ShowTrafficPolicy.h"
 
 namespace TrafficPolicyCli {
 

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "frame/Trace.h"
-#include "model/InstallStatus.h"
+#include "traffic-policy/InstallStatus.h"
 
 namespace TrafficPolicyCli {
 

@@ -1,10 +1,10 @@
 // The gathering that all kinds share: the walk over the policies, and per policy its configuration,
 // its status and its rules. A rule's index is its place among the rules that the platform took.
-#include "frame/ShowTrafficPolicy.h"
 #include "frame/Trace.h"
 #include "gather/FieldSetReferences.h"
 #include "gather/Walk.h"
 #include "orb/Assert.h"
+#include "traffic-policy/ShowTrafficPolicy.h"
 
 namespace TrafficPolicyCli {
 

@@ -1,5 +1,5 @@
 // Registers the types of its header.
-#include "model/FieldSetState.h"
+#include "traffic-policy/FieldSetState.h"
 
 namespace TrafficPolicyCli {
 

@@ -1,4 +1,4 @@
-#include "model/InstallStatus.h"
+#include "traffic-policy/InstallStatus.h"
 
 namespace TrafficPolicyCli {
 

@@ -1,4 +1,4 @@
-#include "model/PolicyState.h"
+#include "traffic-policy/PolicyState.h"
 
 namespace TrafficPolicyCli {
 

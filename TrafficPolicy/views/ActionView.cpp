@@ -1,6 +1,6 @@
 // The actions of one rule: a row per action type, with the function that prints an action of it.
-#include "frame/ShowTrafficPolicy.h"
 #include "orb/Assert.h"
+#include "traffic-policy/ShowTrafficPolicy.h"
 #include "views/ListLayout.h"
 
 namespace TrafficPolicyCli {

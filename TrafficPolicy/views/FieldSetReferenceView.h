@@ -5,8 +5,8 @@
 #include <string_view>
 
 #include "hive/MatchOption.h"
-#include "model/FieldSetState.h"
 #include "textout/RendererV2.h"
+#include "traffic-policy/FieldSetState.h"
 
 namespace TrafficPolicyCli {
 

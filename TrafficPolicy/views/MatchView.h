@@ -1,9 +1,9 @@
 // The match criteria of one rule.
 #pragma once
 
-#include "model/FieldSetState.h"
-#include "model/PolicyState.h"
 #include "textout/RendererV2.h"
+#include "traffic-policy/FieldSetState.h"
+#include "traffic-policy/PolicyState.h"
 
 namespace TrafficPolicyCli {
 

@@ -2,8 +2,8 @@
 // its rules. One frame serves the three kinds; each brings its block of lists.
 #pragma once
 
-#include "frame/ShowTrafficPolicy.h"
 #include "frame/Trace.h"
+#include "traffic-policy/ShowTrafficPolicy.h"
 
 namespace TrafficPolicyCli {
 

@@ -1,7 +1,7 @@
 // The rules of one policy: a line with name and address family, then criteria and actions.
-#include "frame/ShowTrafficPolicy.h"
 #include "frame/Trace.h"
 #include "orb/Assert.h"
+#include "traffic-policy/ShowTrafficPolicy.h"
 #include "views/MatchView.h"
 
 namespace TrafficPolicyCli {

@@ -3,8 +3,8 @@
 
 #include "hive/MatchOption.h"
 #include "hive/StructuredFilter.h"
-#include "model/FieldSetState.h"
 #include "textout/RendererV2.h"
+#include "traffic-policy/FieldSetState.h"
 
 namespace TrafficPolicyCli {
 

@@ -11,10 +11,10 @@
 
 #include "Captured.h"
 #include "blip/Blip.h"
-#include "fieldsets/ShowFieldSets.h"
-#include "frame/ShowTrafficPolicy.h"
 #include "orb/ActivityLock.h"
 #include "orb/Interrupt.h"
+#include "traffic-policy/ShowFieldSets.h"
+#include "traffic-policy/ShowTrafficPolicy.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // One of two translation units that include the same headers in different orders; see Second.cpp.
-#include "frame/ShowTrafficPolicy.h"
+#include "traffic-policy/ShowTrafficPolicy.h"
 // Behind it, so that the orders differ.
-#include "fieldsets/ShowFieldSets.h"
+#include "traffic-policy/ShowFieldSets.h"
 
 // Uses a record of each room, so that its class is compared.
 __attribute__((used)) U32 first(const TrafficPolicyCli::PolicyStateInterface& record,

@@ -3,9 +3,9 @@
 #pragma once
 
 #include "SmallState.h"
-#include "counters/CounterSnapshot.h"
 #include "reef/Layout.h"
 #include "reef/StoreWriter.h"
+#include "traffic-policy/CounterSnapshot.h"
 
 namespace CounterStores {
 

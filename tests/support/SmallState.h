@@ -3,8 +3,8 @@
 
 #include "Captured.h"
 #include "TemporaryFolder.h"
-#include "frame/ShowTrafficPolicy.h"
 #include "state/State.h"
+#include "traffic-policy/ShowTrafficPolicy.h"
 
 namespace SmallState {
 

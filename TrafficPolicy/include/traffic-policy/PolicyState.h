@@ -3,8 +3,8 @@
 #pragma once
 
 #include "hive/PolicyMapConfig.h"
-#include "model/InstallStatus.h"
 #include "orb/Array.h"
+#include "traffic-policy/InstallStatus.h"
 
 namespace TrafficPolicyCli {
 

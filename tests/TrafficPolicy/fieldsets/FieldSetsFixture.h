@@ -4,8 +4,8 @@
 #include <gmock/gmock.h>
 
 #include "SmallState.h"
-#include "fieldsets/ShowFieldSets.h"
 #include "orb/ActivityLock.h"
+#include "traffic-policy/ShowFieldSets.h"
 
 namespace TrafficPolicyCli::FieldSets {
 

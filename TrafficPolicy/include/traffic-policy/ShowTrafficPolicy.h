@@ -12,10 +12,10 @@
 #include "hive/FieldSets.h"
 #include "hive/PolicyMapConfig.h"
 #include "hive/PolicyMapStatus.h"
-#include "model/FieldSetState.h"
-#include "model/PolicyState.h"
 #include "reef/PolicyMapTypeCounters.h"
 #include "textout/RendererV2.h"
+#include "traffic-policy/FieldSetState.h"
+#include "traffic-policy/PolicyState.h"
 
 namespace TrafficPolicyCli {
 

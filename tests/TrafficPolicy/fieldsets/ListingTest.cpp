@@ -1,6 +1,6 @@
 // The views of prefix, port and VLAN field sets: layout, sources, names and filters. What is shown
 // in an order is told in another.
-#include "fieldsets_fixture.h"
+#include "FieldSetsFixture.h"
 
 namespace TrafficPolicyCli::FieldSets {
 namespace {

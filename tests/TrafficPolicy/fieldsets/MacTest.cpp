@@ -1,5 +1,5 @@
 // The view of MAC field sets, and what all four show objects are to the object model.
-#include "fieldsets_fixture.h"
+#include "FieldSetsFixture.h"
 
 namespace TrafficPolicyCli::FieldSets {
 namespace {

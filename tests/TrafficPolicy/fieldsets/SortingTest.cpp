@@ -7,7 +7,7 @@
 
 #include "blip/Blip.h"
 #include "fieldsets/SortedRuns.h"
-#include "fieldsets_fixture.h"
+#include "FieldSetsFixture.h"
 
 namespace TrafficPolicyCli::FieldSets {
 namespace {
