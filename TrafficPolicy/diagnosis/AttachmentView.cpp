@@ -98,9 +98,9 @@ class AttachmentView {
 
     void printSide(const Attachment& attachment, Target target, std::string_view label) {
         const auto object = renderer_.object(target == Target::kernel ? "software" : "hardware");
+        const Orb::String point = pointText(attachment.place, attachment.point);
         for (const std::string_view text :
-             {std::string_view(pointText(attachment.place, attachment.point)), label,
-              std::string_view(attachment.policy)}) {
+             {std::string_view(point), label, std::string_view(attachment.policy)}) {
             table_.cell(text);
         }
         Reasons reasons;
