@@ -5,9 +5,9 @@
 #include <set>
 #include <thread>
 
+#include "FieldSetsFixture.h"
 #include "blip/Blip.h"
 #include "fieldsets/SortedRuns.h"
-#include "FieldSetsFixture.h"
 
 namespace TrafficPolicyCli::FieldSets {
 namespace {
