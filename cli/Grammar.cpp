@@ -244,4 +244,10 @@ Match Grammar::match(const Words& words) const {
     }
 }
 
+Grammar::Position Grammar::after(const Words& words) const {
+    Walk walk(nodes_);
+    for (const std::string& word : words) walk.take(word);
+    return {{0, walk.tokens()}, walk.labels(), walk.completeCommand().has_value()};
+}
+
 }  // namespace Cli

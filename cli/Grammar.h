@@ -46,6 +46,15 @@ class Grammar {
     // CommandError.
     Match match(const Words& words) const;
 
+    // Where words that begin a command lead to.
+    struct Position {
+        Match before;                          // the words, read; the command may be any
+        std::vector<std::string_view> labels;  // the keywords and arguments that can follow
+        bool isComplete;                       // or none
+    };
+    // Throws CommandError.
+    Position after(const Words& words) const;
+
   private:
     struct Edge {
         std::string_view label;

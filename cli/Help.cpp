@@ -73,6 +73,9 @@ Options, which may stand anywhere:
                   one on each line. The exit status is that of the first that
                   failed
   --json          print JSON instead of text
+  --color auto|always|never
+                  colours in text; auto, as when absent: on a terminal, unless
+                  the environment has NO_COLOR
   --revision N    revision of the JSON model; when absent 2
   --trace FACILITY/LEVEL[,...]
                   write trace messages of the levels 0 to LEVEL, at most 9, to

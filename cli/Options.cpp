@@ -49,6 +49,15 @@ constexpr Option table[] = {
     {"--help", "", [](const std::string&, Options& options) { options.help = true; }},
     {"-c", "a command in one word",
      [](const std::string& value, Options& options) { options.commands.push_back(value); }},
+    {"--color", "auto, always or never",
+     [](const std::string& value, Options& options) {
+         constexpr std::string_view modes[] = {"auto", "always", "never"};
+         const auto* const mode = std::ranges::find(modes, value);
+         if (mode == std::end(modes)) {
+             refuse("--color", value, "is no choice", "auto, always or never");
+         }
+         options.colour = static_cast<ColourMode>(mode - std::begin(modes));
+     }},
     {"--json", "", [](const std::string&, Options& options) { options.json = true; }},
     {"--state", "a directory",
      [](const std::string& value, Options& options) {

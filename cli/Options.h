@@ -10,6 +10,8 @@
 
 namespace Cli {
 
+enum class ColourMode { automatic, always, never };
+
 struct Options {
     std::string stateDirectory;  // empty: none was named
     bool json = false;
@@ -17,6 +19,7 @@ struct Options {
     std::vector<std::pair<std::string, U32>> traces;  // facilities and their levels
     bool dumpsBlip = false;
     bool help = false;
+    ColourMode colour = ColourMode::automatic;
     // Either the commands of -c and behind it, one line each, or the words of one command; without
     // either, commands come from standard input.
     std::vector<std::string> commands;

@@ -13,8 +13,9 @@
 #include "cli/Failures.h"
 #include "cli/Help.h"
 #include "cli/Options.h"
+#include "cli/shell/Colour.h"
+#include "cli/shell/Execution.h"
 #include "cli/shell/Shell.h"
-#include "orb/ActivityLock.h"
 #include "orb/Interrupt.h"
 #include "orb/Trace.h"
 #include "state/StateError.h"
@@ -59,9 +60,9 @@ int runCommand(const Plan& plan, const Options& options) {
     const std::string directory = stateDirectoryOf(options);
     StateReadOnce source(directory);
     try {
-        const Session session(directory, STDOUT_FILENO, options.format(), options.revision, source);
-        const Orb::ActivityLockGuard lock;
-        return plan(session);
+        Shell::Route route;
+        route.colour = Shell::wantsColour(options.colour);
+        return Shell::execute(plan, {directory, options.format(), options.revision, source}, route);
     } catch (const StateDirectory::StateError& error) {
         throw StateDirectory::StateError(error.what() + hintFor(directory));
     }

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -45,6 +46,7 @@ ReportStream::ReportStream(std::unique_ptr<Sink> sink) : sink_(std::move(sink)) 
     sigset_t all;
     sigset_t before;
     sigfillset(&all);
+    sigdelset(&all, SIGALRM);
     ::pthread_sigmask(SIG_BLOCK, &all, &before);
     thread_ = std::thread([this] { carry(); });
     ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
@@ -52,7 +54,18 @@ ReportStream::ReportStream(std::unique_ptr<Sink> sink) : sink_(std::move(sink)) 
 
 ReportStream::~ReportStream() {
     if (writer_ >= 0) ::close(writer_);
-    if (thread_.joinable()) thread_.join();
+    end();
+}
+
+// A write that waits for a terminal may be deaf to anything but signals.
+void ReportStream::end() {
+    if (!thread_.joinable()) return;
+    std::unique_lock lock(mutex_);
+    while (!hasEnded_.wait_for(lock, std::chrono::milliseconds(3), [this] { return isEnded_; })) {
+        if (Orb::interruptRequested()) ::pthread_kill(thread_.native_handle(), SIGALRM);
+    }
+    lock.unlock();
+    thread_.join();
 }
 
 void ReportStream::carry() {
@@ -71,12 +84,15 @@ void ReportStream::carry() {
     }
     ::close(reader_);  // who still writes learns that nobody reads
     sink_.reset();
+    const std::lock_guard lock(mutex_);
+    isEnded_ = true;
+    hasEnded_.notify_all();
 }
 
 void ReportStream::finish() {
     isWhole_ = true;
     if (writer_ >= 0) ::close(std::exchange(writer_, -1));
-    if (thread_.joinable()) thread_.join();
+    end();
     if (failure_) std::rethrow_exception(std::exchange(failure_, nullptr));
 }
 

@@ -1,10 +1,14 @@
 // A report on its way through filters: the command writes to a pipe, a second thread reads from it,
 // line by line, while the command is still running.
+//
+// SIGALRM must have a handler when an interrupt can be requested.
 #pragma once
 
 #include <atomic>
+#include <condition_variable>
 #include <exception>
 #include <memory>
+#include <mutex>
 #include <thread>
 
 #include "cli/shell/Sink.h"
@@ -30,12 +34,16 @@ class ReportStream {
 
   private:
     void carry();
+    void end();
 
     std::unique_ptr<Sink> sink_;
     int reader_ = -1;
     int writer_ = -1;
     std::atomic<bool> isWhole_{false};
     std::exception_ptr failure_;
+    std::mutex mutex_;
+    std::condition_variable hasEnded_;
+    bool isEnded_ = false;
     std::thread thread_;
 };
 

@@ -1,0 +1,139 @@
+#include "cli/shell/CommandLoop.h"
+
+#include "cli/ExitStatus.h"
+#include "cli/Failures.h"
+#include "cli/Number.h"
+#include "cli/shell/Colour.h"
+#include "cli/shell/CommandLine.h"
+#include "textout/TextOutBuffer.h"
+
+namespace Cli::Shell {
+
+// A command of the shell itself, in text whatever the format of reports.
+struct CommandLoop::BuiltIn {
+    std::string_view line;
+    std::string_view purpose;
+    // Returns what to print.
+    std::string (*run)(CommandLoop& loop, const Match& match);
+};
+
+const std::vector<CommandLoop::BuiltIn>& CommandLoop::builtIns() {
+    static const std::vector<BuiltIn> rows = {
+        {"exit", "leave the shell, as Ctrl-D does",
+         [](CommandLoop& loop, const Match&) {
+             loop.isEnding_ = true;
+             return std::string();
+         }},
+        {"help", "print this text",
+         [](CommandLoop&, const Match&) {
+             std::string text =
+                 "Tab completes a word, or lists what can stand there; ? tells what that is.\n"
+                 "Words may be shortened while that is unambiguous. Ctrl-R searches the\n"
+                 "history, Ctrl-C ends a command, Ctrl-V types the next key as it is.\n"
+                 "\nCommands:\n";
+             for (const Command& row : Cli::commands()) {
+                 text.append("  ").append(row.line).append("\n");
+             }
+             const auto add = [&](const auto& row) {
+                 text.append("  ").append(row.line);
+                 text.append(row.line.size() < 18 ? 20 - row.line.size() : 2, ' ');
+                 text.append(row.purpose).append("\n");
+             };
+             for (const BuiltIn& row : builtIns()) add(row);
+             text += "\nBehind a command, after |:\n";
+             for (const FilterCommand& row : filterCommands()) add(row);
+             return text;
+         }},
+        {"history", "the lines that were typed, in earlier sessions too",
+         [](CommandLoop& loop, const Match&) {
+             std::string text;
+             std::size_t number = 0;
+             for (const std::string& line : loop.history_) {
+                 const std::string digits = std::to_string(++number);
+                 text.append(digits.size() < 5 ? 5 - digits.size() : 0, ' ');
+                 text += digits + "  " + line + "\n";
+             }
+             return text;
+         }},
+        {"terminal length LINES", "where the pager begins; 0: no pager",
+         [](CommandLoop& loop, const Match& match) {
+             const Token& lines = *match.find("LINES");
+             const auto number = parseNumber(lines.text);
+             if (!number) {
+                 throw CommandError(lines.position, quoted(lines.text) + " is no number",
+                                    "lines of the screen, as 24, or 0 for no pager");
+             }
+             loop.terminalLength_ = number;
+             return std::string();
+         }},
+    };
+    return rows;
+}
+
+CommandLoop::CommandLoop(const Options& options, const std::string& stateDirectory)
+    : options_(options), stateDirectory_(stateDirectory), live_(stateDirectory), grammar_([] {
+          std::vector<std::string_view> lines;
+          for (const Command& row : Cli::commands()) lines.push_back(row.line);
+          for (const BuiltIn& row : builtIns()) lines.push_back(row.line);
+          return Grammar(lines);
+      }()) {}
+
+int CommandLoop::run(std::string_view line, const std::string& place) {
+    const Words words = splitLine(line).words;
+    return reportFailures(place, words, [&] { return run(line); });
+}
+
+int CommandLoop::run(std::string_view text) {
+    const CommandLine line = completeLine(text);
+    if (line.isEmpty()) return ExitStatus::success;
+    const Plan plan = planOf(line.stages.front().words);
+    const Route route = routeOf(readPipes(std::span(line.stages).subspan(1)));
+    live_.look();
+    try {
+        return execute(plan, {stateDirectory_, options_.format(), options_.revision, live_}, route);
+    } catch (const StateDirectory::StateError& error) {
+        throw StateDirectory::StateError(error.what() + hintFor(stateDirectory_));
+    }
+}
+
+Plan CommandLoop::planOf(const Words& words) {
+    try {
+        const Match match = grammar_.match(words);
+        if (match.command < Cli::commands().size()) {
+            const Plan plan = Cli::commands()[match.command].plan(match);
+            return [this, plan](const Session& session) {
+                sayRefusal();
+                return plan(session);
+            };
+        }
+        const BuiltIn& row = builtIns()[match.command - Cli::commands().size()];
+        return [this, &row, match](const Session& session) {
+            textout::TextOutBuffer out(session.fd());
+            out.append(row.run(*this, match));
+            out.flush();
+            return ExitStatus::success;
+        };
+    } catch (const CommandError& error) {
+        throw withReason(error, words);
+    }
+}
+
+// Said before the report: it is not of the documents as they stand.
+void CommandLoop::sayRefusal() const {
+    if (const std::string refusal = live_.refusal(); !refusal.empty()) complain(refusal);
+}
+
+Route CommandLoop::routeOf(Pipes pipes) const {
+    Route route;
+    route.colour = wantsColour(options_.colour);
+    if (pagesReports_ && !pipes.noMore && terminalLength_ != 0U) {
+        route.pager = pagerCommand();
+        route.screen = screenSize();
+        if (terminalLength_) route.screen->lines = *terminalLength_;
+        if (route.pager.empty()) route.screen.reset();
+    }
+    route.pipes = std::move(pipes);
+    return route;
+}
+
+}  // namespace Cli::Shell

@@ -1,0 +1,52 @@
+// Runs lines of the shell, one by one.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/Grammar.h"
+#include "cli/Options.h"
+#include "cli/shell/Execution.h"
+#include "cli/shell/LiveState.h"
+
+namespace Cli::Shell {
+
+class CommandLoop {
+  public:
+    // Begins to load the state.
+    CommandLoop(const Options& options, const std::string& stateDirectory);
+
+    // Runs one line. place: where it stands, for messages. Returns the exit status.
+    int run(std::string_view line, const std::string& place);
+    // Says whether the last line was to end the shell.
+    bool isEnding() const { return isEnding_; }
+
+    // Whether reports that are longer than the screen go through the pager.
+    void pagesReports(bool pages) { pagesReports_ = pages; }
+    // What "history" shows, the newest last.
+    std::vector<std::string>& history() { return history_; }
+    LiveState& live() { return live_; }
+    const Grammar& grammar() const { return grammar_; }
+
+  private:
+    struct BuiltIn;
+    static const std::vector<BuiltIn>& builtIns();
+
+    int run(std::string_view line);
+    Plan planOf(const Words& words);
+    Route routeOf(Pipes pipes) const;
+    void sayRefusal() const;
+
+    const Options& options_;
+    std::string stateDirectory_;
+    LiveState live_;
+    Grammar grammar_;  // of all commands
+    std::vector<std::string> history_;
+    bool isEnding_ = false;
+    bool pagesReports_ = false;
+    std::optional<U32> terminalLength_;
+};
+
+}  // namespace Cli::Shell

@@ -1,0 +1,191 @@
+#include "cli/shell/Completer.h"
+
+#include <algorithm>
+
+#include "cli/KnownNames.h"
+#include "cli/shell/CommandLine.h"
+#include "cli/shell/Pipes.h"
+#include "cli/shell/WordHelp.h"
+#include "orb/Escape.h"
+
+namespace Cli::Shell {
+
+namespace {
+
+using StateDirectory::State;
+
+// The names that an argument can be, given the words before it.
+Names namesFor(std::string_view label, const Match& before, const State& state) {
+    if (label == "NAME" && before.has("field-set")) {
+        if (before.has("prefix")) return prefixFieldSetNames(state, before.has("ipv4"));
+        if (before.has("l4-port")) return portFieldSetNames(state);
+        return before.has("mac") ? macFieldSetNames(state) : vlanFieldSetNames(state);
+    }
+    if (label == "NAME" || label == "POLICY") return policyNames(state);
+    return {};
+}
+
+// A name as it is typed: in double quotes when it would not be one word, or when it would be read
+// as a keyword.
+std::string typed(std::string_view name, bool needsQuotes,
+                  const std::vector<std::string_view>& labels) {
+    const bool isKeyword = std::ranges::any_of(
+        labels, [&](std::string_view label) { return label.starts_with(name); });
+    if (!needsQuotes && !isKeyword && name.find_first_of(" \t\"|") == name.npos &&
+        !name.starts_with('#')) {
+        return std::string(name);
+    }
+    std::string text = "\"";
+    for (const char character : name) {
+        if (character == '"') text += '\\';
+        text += character;
+    }
+    return text + '"';
+}
+
+bool isArgument(std::string_view label) { return label.front() >= 'A' && label.front() <= 'Z'; }
+
+void completeCommand(const Words& before, std::string_view begun, const Grammar& commands,
+                     const State* state, Completion& result) {
+    const Grammar::Position position = commands.after(before);
+    const std::string_view last =
+        position.before.tokens.empty() ? "" : position.before.tokens.back().label;
+    for (const std::string_view label : position.labels) {
+        const std::string_view help = helpOf(label, last);
+        if (!isArgument(label)) {
+            if (label.starts_with(begun)) result.choices.push_back({std::string(label), help});
+            continue;
+        }
+        if (begun.empty()) result.choices.push_back({std::string(label), help, false});
+        if (state == nullptr) continue;
+        for (const std::string_view name : namesFor(label, position.before, *state)) {
+            const std::string text = typed(name, begun.starts_with('"'), position.labels);
+            if (text.starts_with(begun)) result.choices.push_back({text, ""});
+        }
+    }
+    result.isComplete = begun.empty() && position.isComplete;
+}
+
+void completeFilter(std::span<const CommandLine::Stage> before, const Words& words,
+                    std::string_view begun, Completion& result) {
+    for (const FilterCommand* const filter : filtersAfter(before)) {
+        const std::size_t blank = std::min(filter->line.find(' '), filter->line.size());
+        const std::string_view keyword = filter->line.substr(0, blank);
+        if (words.empty()) {
+            if (keyword.starts_with(begun)) {
+                result.choices.push_back({std::string(keyword), filter->purpose});
+            }
+        } else if (begun.empty() && words.size() == 1 && keyword.starts_with(words.front())) {
+            result.isComplete = blank == filter->line.size();
+            if (result.isComplete) continue;
+            const std::string_view argument = filter->line.substr(blank + 1);
+            result.choices.push_back({std::string(argument), helpOf(argument, ""), false});
+        }
+    }
+    result.isComplete = result.isComplete || words.size() == 2;
+}
+
+}  // namespace
+
+Completion complete(std::string_view text, const Grammar& commands, const State* state) {
+    Completion result;
+    const CommandLine line = splitLine(text);
+    result.wordBegin = line.lastWordBegin;
+    result.isInQuotes = line.isInQuotes;
+    const std::string_view begun = text.substr(line.lastWordBegin);
+    Words words = line.stages.back().words;
+    if (!begun.empty() && !words.empty()) words.pop_back();
+    try {
+        if (line.stages.size() == 1) {
+            completeCommand(words, begun, commands, state, result);
+            if (result.isComplete) result.choices.push_back({"|", "filter the report", false});
+        } else {
+            const auto filters = std::span(line.stages).subspan(1);
+            completeFilter(filters.first(filters.size() - 1), words, begun, result);
+        }
+    } catch (const CommandError& error) {
+        result.problem = std::string(error.what()) + ", expected " + error.expected();
+    }
+    return result;
+}
+
+namespace {
+
+// As many columns as fit.
+std::string inColumns(const std::vector<Completion::Choice>& choices, std::size_t columns) {
+    std::size_t width = 0;
+    for (const auto& choice : choices) width = std::max(width, choice.text.size() + 2);
+    const std::size_t perLine = std::max<std::size_t>(1, columns / width);
+    const std::size_t lines = (choices.size() + perLine - 1) / perLine;
+    std::string text;
+    for (std::size_t line = 0; line < lines; ++line) {
+        for (std::size_t at = line; at < choices.size(); at += lines) {
+            const std::string escaped = Orb::escaped(choices[at].text);
+            text += escaped;
+            if (at + lines < choices.size()) text.append(width - choices[at].text.size(), ' ');
+        }
+        text += '\n';
+    }
+    return text;
+}
+
+constexpr std::size_t mostNames = 200;
+
+}  // namespace
+
+TabAnswer answerTab(std::string_view line, const Completion& completion, std::size_t columns) {
+    std::vector<Completion::Choice> typedOnes;
+    for (const auto& choice : completion.choices) {
+        if (choice.isTyped) typedOnes.push_back(choice);
+    }
+    if (typedOnes.empty()) return {"", helpText(completion)};
+    std::string_view common = typedOnes.front().text;
+    for (const auto& choice : typedOnes) {
+        std::size_t length = 0;
+        while (length < std::min(common.size(), choice.text.size()) &&
+               common[length] == choice.text[length]) {
+            ++length;
+        }
+        common = common.substr(0, length);
+    }
+    const std::size_t begun = line.size() - completion.wordBegin;
+    // Nothing but whole characters.
+    while (common.size() > begun && typedOnes.size() > 1 &&
+           common.size() < typedOnes[0].text.size() &&
+           (typedOnes[0].text[common.size()] & 0xC0) == 0x80) {
+        common.remove_suffix(1);
+    }
+    if (typedOnes.size() == 1 && completion.choices.size() == 1) {
+        return {std::string(common.substr(begun)) + " ", ""};
+    }
+    if (common.size() > begun) return {std::string(common.substr(begun)), ""};
+    if (typedOnes.size() > mostNames) {
+        const std::size_t more = typedOnes.size() - mostNames;
+        typedOnes.resize(mostNames);
+        return {"", inColumns(typedOnes, columns) + "... and " + std::to_string(more) + " more\n"};
+    }
+    return {"", inColumns(typedOnes, columns)};
+}
+
+std::string helpText(const Completion& completion) {
+    if (!completion.problem.empty()) return completion.problem + "\n";
+    std::size_t width = 8;
+    for (const auto& choice : completion.choices) {
+        if (!choice.help.empty()) width = std::max(width, choice.text.size());
+    }
+    std::string text;
+    std::size_t names = 0;
+    for (const auto& choice : completion.choices) {
+        if (choice.help.empty() && ++names > mostNames) continue;
+        text += (choice.help.empty() ? "    " : "  ") + Orb::escaped(choice.text);
+        if (!choice.help.empty()) {
+            text.append(width - choice.text.size() + 2, ' ').append(choice.help);
+        }
+        text += '\n';
+    }
+    if (names > mostNames) text += "    ... and " + std::to_string(names - mostNames) + " more\n";
+    if (completion.isComplete) text.append("  <Enter>").append(width - 5, ' ').append("run it\n");
+    return text.empty() ? "nothing begins like that here\n" : text;
+}
+
+}  // namespace Cli::Shell
