@@ -1,8 +1,8 @@
 #include "cli/shell/CommandLoop.h"
 
+#include "base/Number.h"
 #include "cli/ExitStatus.h"
 #include "cli/Failures.h"
-#include "cli/Number.h"
 #include "cli/shell/Colour.h"
 #include "cli/shell/CommandLine.h"
 #include "textout/TextOutBuffer.h"
@@ -58,12 +58,13 @@ const std::vector<CommandLoop::BuiltIn>& CommandLoop::builtIns() {
         {"terminal length LINES", "where the pager begins; 0: no pager",
          [](CommandLoop& loop, const Match& match) {
              const Token& lines = *match.find("LINES");
-             const auto number = parseNumber(lines.text);
+             const auto number = Base::parseNumber(lines.text, {0, ~U32{0}});
              if (!number) {
-                 throw CommandError(lines.position, quoted(lines.text) + " is no number",
+                 throw CommandError(lines.position,
+                                    inQuotes(lines.text) + " is not a number of lines",
                                     "lines of the screen, as 24, or 0 for no pager");
              }
-             loop.terminalLength_ = number;
+             loop.terminalLength_ = static_cast<U32>(*number);
              return std::string();
          }},
     };
