@@ -79,6 +79,6 @@ inline U64 recordsOffset(const Header& header) {
 
 // Goes on with a checksum over more bytes. A change within any one aligned word is always found.
 U64 checksum(std::span<const std::byte> bytes, U64 before);
-U64 headerChecksum(const Header& header);
+ORB_EXPORT U64 headerChecksum(const Header& header);
 
 }  // namespace Reef
