@@ -69,9 +69,12 @@ Options parseOptions(const std::vector<std::string>& arguments) {
             options.once = true;
         } else if (name == "--help") {
             options.help = true;
+        } else if (name == "--version") {
+            options.version = true;
         } else {
-            throw OptionError("unknown option " + inQuotes(*argument) +
-                              ", expected --state, --recreate, --once, --rate or --help");
+            throw OptionError(
+                "unknown option " + inQuotes(*argument) +
+                ", expected --state, --recreate, --once, --rate, --help or --version");
         }
     }
     return options;
@@ -95,6 +98,7 @@ Usage: counteragent [--state DIR] [--recreate] [--once] [--rate RATE]...
                 the rate of one rule or named counter, in every direction that has it;
                 a policy's rule and counter of one name both have the rate
   --help        print this text
+  --version     print the version
 
 Without a store the agent makes one: the counters of interface policies in status.json,
 input and output, with the figures and identities given there. A counter that was cleared

@@ -23,6 +23,7 @@ struct Options {
     bool recreate = false;
     bool once = false;
     bool help = false;
+    bool version = false;
     std::vector<Rate> rates;  // of several for one counter the last counts
 };
 

@@ -9,6 +9,7 @@
 #include <filesystem>
 
 #include "agent/Counting.h"
+#include "base/Version.h"
 #include "orb/Escape.h"
 #include "reef/CorruptionDetectedException.h"
 #include "reef/Directory.h"
@@ -134,8 +135,10 @@ int main(int argc, char** argv) {
     std::signal(SIGXFSZ, SIG_IGN);
     try {
         const auto options = CounterAgent::parseOptions({argv + 1, argv + argc});
-        if (!options.help) return CounterAgent::run(options);
-        std::fputs(CounterAgent::helpText().c_str(), stdout);
+        if (!options.help && !options.version) return CounterAgent::run(options);
+        std::fputs(options.help ? CounterAgent::helpText().c_str()
+                                : ("counteragent " + std::string(Base::version) + "\n").c_str(),
+                   stdout);
         return 0;
     } catch (const CounterAgent::OptionError& error) {
         CounterAgent::say(error.what());

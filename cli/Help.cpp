@@ -84,6 +84,7 @@ Options, which may stand anywhere:
                   when the command ends
   --              what follows are words, whatever they look like
   --help          print this text
+  --version       print the version
 
 Exit status:
     0  the command ran; when nothing has the NAME, standard error says so

@@ -47,6 +47,7 @@ struct Option {
 
 constexpr Option table[] = {
     {"--help", "", [](const std::string&, Options& options) { options.help = true; }},
+    {"--version", "", [](const std::string&, Options& options) { options.version = true; }},
     {"-c", "a command in one word",
      [](const std::string& value, Options& options) { options.commands.push_back(value); }},
     {"--color", "auto, always or never",

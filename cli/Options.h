@@ -19,6 +19,7 @@ struct Options {
     std::vector<std::pair<std::string, U32>> traces;  // facilities and their levels
     bool dumpsBlip = false;
     bool help = false;
+    bool version = false;
     ColourMode colour = ColourMode::automatic;
     // Either the commands of -c and behind it, one line each, or the words of one command; without
     // either, commands come from standard input.

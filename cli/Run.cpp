@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "base/Version.h"
 #include "blip/Blip.h"
 #include "cli/Commands.h"
 #include "cli/ExitStatus.h"
@@ -42,9 +43,9 @@ class BlipDumpAtEnd {
 timer_t reminder;
 constexpr itimerspec reminderTimes = {{0, 3'000'000}, {0, 3'000'000}};
 
-int printHelp() {
+int print(const std::string& text) {
     textout::TextOutBuffer out(STDOUT_FILENO);
-    out.append(helpText());
+    out.append(text);
     out.flush();
     return ExitStatus::success;
 }
@@ -69,7 +70,8 @@ int runCommand(const Plan& plan, const Options& options) {
 }
 
 int runOptions(const Options& options) {
-    if (options.help) return printHelp();
+    if (options.help) return print(helpText());
+    if (options.version) return print("tpcli " + std::string(Base::version) + "\n");
     const bool isOneCommand = options.commands.empty() && !options.words.empty();
     const Plan plan = isOneCommand ? planOf(options.words) : Plan();
     for (const auto& [facility, level] : options.traces) {

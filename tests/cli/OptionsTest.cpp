@@ -37,11 +37,11 @@ TEST(Options, sayWhatWouldBeRight) {
         std::string complaint;
     } const rows[] = {
         {{"--jsno"},
-         "unknown option \"--jsno\", expected --help, -c, --color, --json, --state, --revision or "
-         "--trace"},
+         "unknown option \"--jsno\", expected --help, --version, -c, --color, --json, --state, "
+         "--revision or --trace"},
         {{"-h"},
-         "unknown option \"-h\", expected --help, -c, --color, --json, --state, --revision or "
-         "--trace"},
+         "unknown option \"-h\", expected --help, --version, -c, --color, --json, --state, "
+         "--revision or --trace"},
         {{"-c", "show", "-c"}, "-c needs a value, expected a command in one word"},
         {{"show", "cpu", "-c", "show"}, "-c: a command of one word each is expected, not \"show\""},
         {{"--json=yes"}, "--json takes no value"},

@@ -167,7 +167,8 @@ TEST_F(CounterAgent, refusesWhatItCannotDo) {
         const char* errors;
     } rows[] = {
         {"--rat 5",
-         "unknown option \"--rat\", expected --state, --recreate, --once, --rate or --help"},
+         "unknown option \"--rat\", expected --state, --recreate, --once, --rate, --help or "
+         "--version"},
         {"--rate", "--rate needs a value"},
         {"--once=1", "\"--once\" takes no value"},
         {"--rate 1e3",

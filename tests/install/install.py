@@ -1,0 +1,82 @@
+"""Installs the build into an empty folder, as a maker of switches would: nothing in it names the
+places where it was built, the programs run where the folder is moved to, and the example host
+builds against it by CMake and by pkg-config. The arguments are the build folder and compilers."""
+
+import os
+import pathlib
+import pty
+import subprocess
+import sys
+import tempfile
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+BARE = {"PATH": "/usr/bin:/bin", "LC_ALL": "C.UTF-8"}
+faults = []
+
+
+def run(*command, **environment):
+    done = subprocess.run([str(c) for c in command], capture_output=True, text=True, env=BARE | environment)
+    if done.returncode:
+        faults.append(f"{' '.join(map(str, command))}: exit status {done.returncode}\n{done.stdout}{done.stderr}")
+    return done.stdout
+
+
+def check_no_build_paths(prefix, build):
+    for path in prefix.rglob("*"):
+        for place in (str(ROOT), str(build)):
+            if path.is_file() and place.encode() in path.read_bytes():
+                faults.append(f"{path.relative_to(prefix)} names {place}")
+
+
+def check_programs(prefix):
+    state = prefix / "share/traffic-policy/examples/campus"
+    report = run(prefix / "bin/tpcli", "--state", state, "show", "traffic-policy", "COPP-DEFAULT", "cpu")
+    if "Traffic policy COPP-DEFAULT\n" not in report:
+        faults.append(f"tpcli shows {report!r}")
+    # The line editor, which is loaded when the shell is on a terminal.
+    shell = pty.openpty()
+    typed = subprocess.Popen([prefix / "bin/tpcli", "--state", state], stdin=shell[1], stdout=shell[1],
+                             stderr=subprocess.PIPE, env=BARE | {"TERM": "dumb", "HOME": str(prefix)})
+    os.write(shell[0], b"exit\n")
+    os.close(shell[1])
+    _, complaint = typed.communicate(timeout=60)
+    if typed.returncode or complaint:
+        faults.append(f"the shell ends with {typed.returncode} and says {complaint!r}")
+    version = (ROOT / "platform/base/Version.h").read_text().split('version = "')[1].split('"')[0]
+    for program in ("tpcli", "counteragent"):
+        found = run(prefix / "bin" / program, "--version")
+        if found != f"{program} {version}\n":
+            faults.append(f"{program} --version says {found!r}")
+
+
+def check_embed(program, **environment):
+    report = run(program, **environment)
+    if "Protocol: udp" not in report or '{"trafficPolicies":{"EXAMPLE":' not in report:
+        faults.append(f"{program} shows {report!r}")
+
+
+def main(build, *compilers):
+    build = pathlib.Path(build).resolve()
+    with tempfile.TemporaryDirectory() as name:
+        folder = pathlib.Path(name)
+        run("cmake", "--install", build, "--prefix", folder / "first")
+        prefix = (folder / "first").rename(folder / "moved")
+        check_no_build_paths(prefix, build)
+        check_programs(prefix)
+        embed = next(prefix.glob("share/doc/*/examples/embed"))
+        libraries = next(prefix.glob("lib*/**/pkgconfig")).parent
+        for compiler in compilers:
+            here = folder / pathlib.Path(compiler).name
+            run("cmake", "-S", embed, "-B", here, f"-DCMAKE_CXX_COMPILER={compiler}", f"-DCMAKE_PREFIX_PATH={prefix}")
+            run("cmake", "--build", here)
+            check_embed(here / "embed")
+        flags = run("pkg-config", "--cflags", "--libs", "traffic-policy-cli",
+                    PKG_CONFIG_PATH=str(libraries / "pkgconfig")).split()
+        run(compilers[0], embed / "embed.cpp", *flags, "-o", folder / "embed")
+        check_embed(folder / "embed", LD_LIBRARY_PATH=str(libraries))
+    sys.stderr.writelines(f"{fault}\n" for fault in faults)
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(*sys.argv[1:]))
