@@ -102,10 +102,10 @@ Usage: counteragent [--state DIR] [--recreate] [--once] [--rate RATE]...
 
 Without a store the agent makes one: the counters of interface policies in status.json,
 input and output, with the figures and identities given there. A counter that was cleared
-under its identity (snapshots.json) gets a new one. A store that stands is continued with
-its identities and figures; counters that came or went since then need --recreate. What
-another agent left unfinished when it died is taken back. A damaged record has its former
-counts again, or, when they are damaged too, counts from 0 under a new identity.
+at a higher figure (snapshots.json) gets a new identity. A store that stands is continued
+with its identities and figures; counters that came or went since then need --recreate.
+What another agent left unfinished when it died is taken back. A damaged record has its
+former counts again, or, when they are damaged too, counts from 0 under a new identity.
 
 A named counter that counts per interface adds to one of its interfaces after the other,
 and to its total. Without --rate nothing is counted.

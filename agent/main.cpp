@@ -58,7 +58,8 @@ double secondsNow() {
 }
 
 Reef::StoreWriter openStore(const Options& options, const std::string& path) {
-    // A snapshot applies to whatever bears its identity: a counter that begins anew must not.
+    // A snapshot applies to whatever bears its identity. A counter that begins below its snapshot
+    // is not the one that was cleared.
     Reef::UsedIdentities used;
     bool isUsedKnown = true;
     try {

@@ -211,17 +211,21 @@ Snapshots readSnapshotsDocument(const std::string& path) {
     return snapshots;
 }
 
-std::unordered_set<U64> identitiesOf(const Snapshots& snapshots) {
-    std::unordered_set<U64> identities;
+Reef::UsedIdentities identitiesOf(const Snapshots& snapshots) {
+    Reef::UsedIdentities identities;
+    const auto add = [&](Keel::UniqueId identity, const PolicyMap::PacketAndByte& kept) {
+        auto& highest = identities[identity.value];
+        highest = {std::max(highest.packets, kept.packets), std::max(highest.bytes, kept.bytes)};
+    };
     for (const auto& target :
          {snapshots.cpu, snapshots.interfaceInput, snapshots.interfaceOutput}) {
         for (const auto& [key, version] : target->snapshot()) {
-            identities.insert(version.uniqueId.value);
+            add(version.uniqueId, {version.packets, 0});
         }
         for (const auto& [key, version] : target->namedSnapshot()) {
-            identities.insert(version->uniqueId().value);
+            add(version->uniqueId(), version->totalCount());
             for (const auto& [intfId, data] : version->perIntfCount()) {
-                identities.insert(data->uniqueId().value);
+                add(data->uniqueId(), data->countData());
             }
         }
     }

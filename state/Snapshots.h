@@ -2,9 +2,9 @@
 #pragma once
 
 #include <string>
-#include <unordered_set>
 
 #include "hive/PolicyMapStatus.h"
+#include "reef/UnusedIdentities.h"
 #include "state/StateError.h"
 
 namespace StateDirectory {
@@ -26,8 +26,8 @@ Snapshots readSnapshots(const std::string& directory);
 // The same of the document's own path.
 Snapshots readSnapshotsDocument(const std::string& path);
 
-// The identities of all records that a snapshot was taken of.
-std::unordered_set<U64> identitiesOf(const Snapshots& snapshots);
+// The identities of all records that a snapshot was taken of, with the highest snapshot of each.
+Reef::UsedIdentities identitiesOf(const Snapshots& snapshots);
 
 // The document that readSnapshots() reads back as the same snapshots; entries ascend by name.
 // Throws StateError when a snapshot bears a name or an identity that the reader would refuse.

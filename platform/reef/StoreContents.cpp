@@ -47,7 +47,7 @@ class ContentsBuilder {
             throw std::runtime_error("there are more than " + std::to_string(maxCounters) +
                                      " counters, and a store holds no more");
         }
-        const bool keeps = keepOwn_ && !unused_.used().contains(identity.value);
+        const bool keeps = keepOwn_ && unused_.mayBegin(identity.value, counts);
         const U64 value = keeps ? identity.value : unused_.next();
         contents_.directory.counters.push_back({.identity = value, .name = rangeOf(name)});
         contents_.counts.push_back(counts);

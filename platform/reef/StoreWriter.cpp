@@ -109,7 +109,7 @@ void writeStore(const std::string& path, const FileDescriptor& file,
 }
 
 void addIdentities(UsedIdentities& used, const Directory& directory) {
-    for (const CounterEntry& counter : directory.counters) used.insert(counter.identity);
+    for (const CounterEntry& counter : directory.counters) used.try_emplace(counter.identity);
 }
 
 // Those, and those of the store at the path.

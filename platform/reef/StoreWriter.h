@@ -28,9 +28,10 @@ struct Increment {
 class ORB_EXPORT StoreWriter {
   public:
     // Writes a store with the counters of both statuses (null: none), their figures included, and
-    // puts it in the place of any other in one step. used: identities that no counter gets, not
-    // even from the status, since something kept of an earlier one bears them. The first store has
-    // mode 0640; one that takes the place of another, that one's mode, owner and group.
+    // puts it in the place of any other in one step. used: identities that something was kept
+    // of; a counter gets such a one from the status only when that counts no less than was kept.
+    // The first store has mode 0640; one that takes the place of another, that one's mode, owner
+    // and group.
     static StoreWriter create(const std::string& path,
                               const Orb::Ptr<const PolicyMap::PolicyMapTypeStatus>& input,
                               const Orb::Ptr<const PolicyMap::PolicyMapTypeStatus>& output,

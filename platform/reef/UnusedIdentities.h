@@ -3,13 +3,14 @@
 #pragma once
 
 #include <chrono>
-#include <unordered_set>
+#include <unordered_map>
 
-#include "orb/Types.h"
+#include "hive/Counters.h"
 
 namespace Reef {
 
-using UsedIdentities = std::unordered_set<U64>;
+// Identities that something was kept of, each with the highest count kept.
+using UsedIdentities = std::unordered_map<U64, PolicyMap::PacketAndByte>;
 
 class UnusedIdentities {
   public:
@@ -17,6 +18,13 @@ class UnusedIdentities {
     explicit UnusedIdentities(UsedIdentities used) : used_(std::move(used)) {}
 
     const UsedIdentities& used() const { return used_; }
+    // Says whether a counter may begin with these counts under the identity: nothing was kept of it
+    // that is above them.
+    bool mayBegin(U64 identity, const PolicyMap::PacketAndByte& counts) const {
+        const auto kept = used_.find(identity);
+        return kept == used_.end() ||
+               (kept->second.packets <= counts.packets && kept->second.bytes <= counts.bytes);
+    }
     U64 next() {
         do ++last_;
         while (used_.contains(last_));

@@ -50,7 +50,7 @@ TEST_F(ShellOfCommands, runsAllAndEndsWithTheStatusOfTheFirstThatFailed) {
     EXPECT_EQ(input.status, 1);
     EXPECT_EQ(input.output, dns);
     EXPECT_THAT(input.errors, StartsWith("tpcli: line 4: \"[\" is not a regular expression"));
-    EXPECT_THAT(input.errors, HasSubstr("no L4 port field set \"DN\" is known"));
+    EXPECT_THAT(input.errors, HasSubstr("there is no L4 port field set \"DN\""));
     EXPECT_THAT(input.errors, HasSubstr("tpcli: line 6: /nowhere/x: cannot be written: "));
 
     const Outcome one = runTpcli(with({"-c", "show cpu"}));

@@ -157,7 +157,7 @@ TEST_F(ReefStore, startsALostRecordUnderAnIdentityOfItsOwn) {
     { StoreWriter::resume(path).add(std::vector<Increment>(1, {1, {5, 5}})); }
     ::chmod(path.c_str(), 0604);
     overwrite(placeOf(1) + 8, "damage to pair 0");
-    const Reef::UsedIdentities used = {7};
+    const Reef::UsedIdentities used = {{7, {}}};
     EXPECT_EQ(StoreWriter::resume(path, used).recordsRestored(), 1U);
     EXPECT_EQ(walk(manager()), figures) << "the former pair";
 
@@ -181,17 +181,21 @@ TEST_F(ReefStore, startsALostRecordUnderAnIdentityOfItsOwn) {
     // Neither of the used ones, whatever the clock says.
     Reef::UnusedIdentities identities({});
     const U64 next = identities.next();
-    Reef::UnusedIdentities others({next + 1, next + 2});
+    Reef::UnusedIdentities others({{next + 1, {}}, {next + 2, {}}});
     for (int i = 0; i < 4; ++i) EXPECT_FALSE(others.used().contains(others.next()));
     EXPECT_NE(first, next);
-    // A store that was lost: what something was kept of gets another identity, the rest its own.
-    std::filesystem::remove(path);
-    StoreWriter::create(path, input.status, output.status, Identities::ofStatus,
-                        {figures[unused].identity});
-    now = walk(manager());
-    EXPECT_NE(now[unused].identity, figures[unused].identity);
-    now[unused].identity = figures[unused].identity;
-    EXPECT_EQ(now, figures);
+    // A store that was lost: what counts less now than was kept of it gets another identity, the
+    // rest its own.
+    const auto [identity, count] = figures[unused];
+    for (const bool isLess : {false, true}) {
+        std::filesystem::remove(path);
+        StoreWriter::create(path, input.status, output.status, Identities::ofStatus,
+                            {{identity, {count.packets, count.bytes + (isLess ? 1 : 0)}}});
+        now = walk(manager());
+        EXPECT_EQ(now[unused].identity != identity, isLess);
+        now[unused].identity = identity;
+        EXPECT_EQ(now, figures);
+    }
 }
 
 TEST_F(ReefStore, hasOneAgentAtATimeAndTellsWhyItCannotBeMade) {
