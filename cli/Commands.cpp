@@ -5,6 +5,7 @@
 #include "cli/ExitStatus.h"
 #include "cli/Filters.h"
 #include "cli/KnownNames.h"
+#include "cli/StateReport.h"
 #include "orb/Interrupt.h"
 #include "state/Snapshots.h"
 #include "traffic-policy/ShowFieldSets.h"
@@ -213,16 +214,22 @@ const std::vector<Command>& commands() {
         {"show traffic-policy field-set mac [NAME]", "MAC field sets, by source", planMacFieldSet},
         {"show traffic-policy attachments [interface INTF | vrf VRF | vlan VLAN]",
          "where policies are, and what the platform did there", planAttachments},
+        {"show traffic-policy state", "the state directory: documents, counts, last clear",
+         [](const Match&) { return Plan(reportState); }},
         {"clear traffic-policy counters", "lets the counts of later shows begin now",
          [](const Match&) { return Plan(clearCounters); }},
     };
     return rows;
 }
 
-Plan planOf(const Words& words) {
+const Grammar& grammar() {
     static const Grammar grammar = grammarOf(commands());
+    return grammar;
+}
+
+Plan planOf(const Words& words) {
     try {
-        const Match match = grammar.match(words);
+        const Match match = grammar().match(words);
         return commands()[match.command].plan(match);
     } catch (const CommandError& error) {
         throw withReason(error, words);

@@ -23,6 +23,8 @@ struct Command {
 
 const std::vector<Command>& commands();
 
+const Grammar& grammar();
+
 // Reads the words of one command. Throws CommandError.
 Plan planOf(const Words& words);
 // An error of the words, with the reason why no command begins like them, if there is a special

@@ -1,6 +1,7 @@
 #include "cli/Options.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <iterator>
 
 #include "base/Number.h"
@@ -98,6 +99,18 @@ const Option& optionOf(const std::string& name) {
 }
 
 }  // namespace
+
+std::string stateDirectoryOf(const Options& options) {
+    if (!options.stateDirectory.empty()) return options.stateDirectory;
+    const char* const named = std::getenv("TPCLI_STATE");
+    return named != nullptr && *named != 0 ? named : ".";
+}
+
+std::vector<std::string_view> optionNames() {
+    std::vector<std::string_view> names;
+    for (const Option& option : table) names.push_back(option.name);
+    return names;
+}
 
 Options parseOptions(const std::vector<std::string>& arguments) {
     Options options;

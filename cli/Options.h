@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -29,6 +30,11 @@ struct Options {
     // Of reports: 1 text, 2 JSON.
     U32 format() const { return json ? 2 : 1; }
 };
+
+// Of --state, else of TPCLI_STATE, else the current one.
+std::string stateDirectoryOf(const Options& options);
+
+std::vector<std::string_view> optionNames();
 
 // Reads the arguments behind the program's name. Throws OptionError.
 Options parseOptions(const std::vector<std::string>& arguments);

@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <ctime>
 
 #include "base/Version.h"
@@ -15,6 +14,7 @@
 #include "cli/Help.h"
 #include "cli/Options.h"
 #include "cli/shell/Colour.h"
+#include "cli/shell/Complete.h"
 #include "cli/shell/Execution.h"
 #include "cli/shell/Shell.h"
 #include "orb/Interrupt.h"
@@ -48,13 +48,6 @@ int print(const std::string& text) {
     out.append(text);
     out.flush();
     return ExitStatus::success;
-}
-
-// --state, else TPCLI_STATE, else the current directory.
-std::string stateDirectoryOf(const Options& options) {
-    if (!options.stateDirectory.empty()) return options.stateDirectory;
-    const char* const named = std::getenv("TPCLI_STATE");
-    return named != nullptr && *named != 0 ? named : ".";
 }
 
 int runCommand(const Plan& plan, const Options& options) {
@@ -109,6 +102,9 @@ void installSignalHandlers() {
 int run(const std::vector<std::string>& arguments) {
     Options options;
     return reportFailures("", options.words, [&] {
+        if (!arguments.empty() && arguments.front() == "--complete") {
+            return printCompletions({arguments.begin() + 1, arguments.end()});
+        }
         options = parseOptions(arguments);
         return runOptions(options);
     });

@@ -1,7 +1,9 @@
 #include "cli/shell/Completer.h"
 
 #include <algorithm>
+#include <set>
 
+#include "cli/Commands.h"
 #include "cli/KnownNames.h"
 #include "cli/shell/CommandLine.h"
 #include "cli/shell/Pipes.h"
@@ -14,24 +16,85 @@ namespace {
 
 using StateDirectory::State;
 
-// The names that an argument can be, given the words before it.
-Names namesFor(std::string_view label, const Match& before, const State& state) {
-    if (label == "NAME" && before.has("field-set")) {
-        if (before.has("prefix")) return prefixFieldSetNames(state, before.has("ipv4"));
-        if (before.has("l4-port")) return portFieldSetNames(state);
-        return before.has("mac") ? macFieldSetNames(state) : vlanFieldSetNames(state);
+// Names in the order in which they are offered.
+using NameSet = std::set<std::string>;
+
+NameSet interfaceNames(const State& state) {
+    NameSet names;
+    for (const auto* config : {&state.intfConfigInput, &state.intfConfigOutput}) {
+        if (!*config) continue;
+        for (const auto& entry : (*config)->intf()) names.insert(entry.key.stringValue());
     }
-    if (label == "NAME" || label == "POLICY") return policyNames(state);
-    return {};
+    for (const auto* status : {&state.interfaceInput, &state.interfaceOutput}) {
+        if (!*status) continue;
+        for (const auto& [name, policy] : (*status)->policyMapStatus()) {
+            for (const auto& [intfId, point] : policy->intfStatus()) {
+                names.insert(intfId.stringValue());
+            }
+        }
+    }
+    return names;
+}
+
+NameSet vrfNames(const State& state) {
+    NameSet names;
+    if (state.vrfConfig) {
+        for (const auto& entry : state.vrfConfig->vrf()) names.insert(entry.key);
+    }
+    if (state.allVrfConfig) {
+        for (const auto& vrf : state.allVrfConfig->vrf()) names.insert(vrf);
+    }
+    return names;
+}
+
+NameSet vlanNumbers(const State& state) {
+    NameSet numbers;
+    if (!state.intfConfigBridged) return numbers;
+    for (const auto& entry : state.intfConfigBridged->intf()) {
+        const std::string& name = entry.key.stringValue();
+        numbers.insert(name.starts_with("Vlan") ? name.substr(4) : name);
+    }
+    return numbers;
+}
+
+NameSet counterNames(const State& state) {
+    NameSet names;
+    if (!state.config) return names;
+    for (const auto& [name, policy] : state.config->policyMapConfig()) {
+        if (!policy->currCfg()) continue;
+        for (const auto& counter : policy->currCfg()->namedCounter()) names.insert(counter);
+    }
+    return names;
+}
+
+NameSet copied(const Names& names) { return {names.begin(), names.end()}; }
+
+// The names that an argument can be, given the words before it.
+NameSet namesFor(std::string_view label, const Match& before, const State& state) {
+    const std::string_view last = before.tokens.empty() ? "" : before.tokens.back().label;
+    if (label == "INTF") return interfaceNames(state);
+    if (label == "VRF" || (label == "NAME" && last == "vrf")) return vrfNames(state);
+    if (label == "VLAN") return vlanNumbers(state);
+    if (label != "NAME") return {};
+    if (last == "counter") return counterNames(state);
+    if (last == "prefix") return copied(prefixFieldSetNames(state, before.has("ipv4")));
+    if (last == "l4-port") return copied(portFieldSetNames(state));
+    if (last == "mac") return copied(macFieldSetNames(state));
+    if (last == "vlan") return copied(vlanFieldSetNames(state));
+    return last == "nexthop-group" || last == "field-set" ? NameSet() : copied(policyNames(state));
+}
+
+// Whether a name reads as a keyword, whole or shortened.
+bool isKeyword(std::string_view name, const std::vector<std::string_view>& labels) {
+    return std::ranges::any_of(labels,
+                               [&](std::string_view label) { return label.starts_with(name); });
 }
 
 // A name as it is typed: in double quotes when it would not be one word, or when it would be read
 // as a keyword.
 std::string typed(std::string_view name, bool needsQuotes,
                   const std::vector<std::string_view>& labels) {
-    const bool isKeyword = std::ranges::any_of(
-        labels, [&](std::string_view label) { return label.starts_with(name); });
-    if (!needsQuotes && !isKeyword && name.find_first_of(" \t\"|") == name.npos &&
+    if (!needsQuotes && !isKeyword(name, labels) && name.find_first_of(" \t\"|") == name.npos &&
         !name.starts_with('#')) {
         return std::string(name);
     }
@@ -58,7 +121,7 @@ void completeCommand(const Words& before, std::string_view begun, const Grammar&
         }
         if (begun.empty()) result.choices.push_back({std::string(label), help, false});
         if (state == nullptr) continue;
-        for (const std::string_view name : namesFor(label, position.before, *state)) {
+        for (const std::string& name : namesFor(label, position.before, *state)) {
             const std::string text = typed(name, begun.starts_with('"'), position.labels);
             if (text.starts_with(begun)) result.choices.push_back({text, ""});
         }
@@ -107,6 +170,25 @@ Completion complete(std::string_view text, const Grammar& commands, const State*
         result.problem = std::string(error.what()) + ", expected " + error.expected();
     }
     return result;
+}
+
+std::vector<std::string> argumentsAfter(const Words& words, const State& state) {
+    std::vector<std::string> found;
+    try {
+        const Grammar::Position position = grammar().after(words);
+        for (const std::string_view label : position.labels) {
+            if (!isArgument(label)) {
+                found.emplace_back(label);
+                continue;
+            }
+            for (const std::string& name : namesFor(label, position.before, state)) {
+                found.push_back(isKeyword(name, position.labels) ? '"' + name + '"' : name);
+            }
+        }
+    } catch (const CommandError&) {
+        found.clear();
+    }
+    return found;
 }
 
 namespace {

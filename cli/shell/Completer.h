@@ -29,6 +29,10 @@ struct Completion {
 Completion complete(std::string_view line, const Grammar& commands,
                     const StateDirectory::State* state);
 
+// The arguments that may follow these on a command line: keywords, and names, in double quotes only
+// when they would be read as keywords. None when the words are wrong.
+std::vector<std::string> argumentsAfter(const Words& words, const StateDirectory::State& state);
+
 // What Tab does: the text to insert at the end of the line, and what to show below it.
 struct TabAnswer {
     std::string inserted;

@@ -71,6 +71,44 @@ TEST_F(ShellOfCommands, readsTheStateThatIsNamed) {
     EXPECT_THAT(overruled.errors, HasSubstr("--state examples/campus"));
 }
 
+TEST_F(ShellOfCommands, answersTheCompletionOfOtherShells) {
+    struct {
+        std::vector<std::string> arguments;
+        const char* output;
+    } const rows[] = {
+        {{"sh"}, "show\n"},
+        {{"--state", state_.path(), "show", "traffic-policy", "field-set", "l4-port", ""},
+         "\"filter\"\nDNS\nWEB\nfilter\n"},
+        {{"--state", state_.path(), "show", "traffic-policy", "field-set", "l4-port", "D"},
+         "DNS\n"},
+        {{"--state", "/nowhere", "show", "traffic-policy", "c"}, "cpu\n"},
+        {{"--state", ""}, ""},
+        {{"show", "nothing", ""}, ""},
+        {{"--st"}, "--state\n"},
+    };
+    fileIs(state_.file("config.json"),
+           R"({"fieldSetConfig": {"fieldSetL4Port": {"WEB": {}, "DNS": {}, "filter": {}}}})");
+    for (const auto& row : rows) {
+        std::vector<std::string> arguments = row.arguments;
+        arguments.insert(arguments.begin(), "--complete");
+        EXPECT_EQ(runTpcli(arguments).output, row.output);
+    }
+}
+
+TEST_F(ShellOfCommands, tellsOfTheState) {
+    fileIs(state_.file("status.json"), R"({"cpu": {"policyMapStatus": {"P": {
+        "intfStatus": {"Ethernet1": {"ipv4": {"state": "failed"}}}}}}})");
+    runTpcli(with({"clear", "traffic-policy", "counters"}));
+    const std::string text = runTpcli(with({"show", "traffic-policy", "state"})).output;
+    for (const char* line : {"   status.json: 107 bytes, changed ", "Policies: 1\nRules: 0\n",
+                             "Last clear of CPU: 20", "Failed installations: 1\n",
+                             "Last clear of interface input: never\n", "not available: "}) {
+        EXPECT_THAT(text, HasSubstr(line));
+    }
+    const std::string json = runTpcli(with({"--json", "show", "traffic-policy", "state"})).output;
+    EXPECT_THAT(json, HasSubstr("\"points\":0,\"failures\":1,\"lastClear\":{\"cpu\":\"20"));
+}
+
 // What a file held before stands until the report is whole.
 TEST_F(ShellOfCommands, savesWholeReports) {
     const std::string path = state_.file("saved");

@@ -68,7 +68,7 @@ class Keys(Shell):
             self.assertNotIn("EDGE-IN", screen.wait("COPP-RESEARCH(.|\n)*COPP-\\Z"))
             screen.type("C-u", "C-l", "show traffic-policy ", "Tab")  # as many as fit on a line
             row = re.search("^ACCESS-IN.*", screen.wait("SERVER-FARM"), re.MULTILINE).group()
-            self.assertEqual(len(row.split()), 4 if columns == 80 else 11)
+            self.assertEqual(len(row.split()) > 4, columns == 200)
 
     def test_question_mark_answers_at_once_and_leaves_the_line(self):
         screen = self.start()

@@ -1,9 +1,13 @@
 // Lines of the shell, and the filters behind "|".
 #include <gmock/gmock.h>
 
+#include <sstream>
+
+#include "cli/Commands.h"
 #include "cli/shell/CommandLine.h"
 #include "cli/shell/LineFilters.h"
 #include "cli/shell/Pipes.h"
+#include "cli/shell/WordHelp.h"
 
 namespace Cli::Shell {
 namespace {
@@ -34,6 +38,24 @@ TEST(CommandLineOfTheShell, isSplitWhereAnOperatorMeansIt) {
         for (const auto& stage : line.stages) stages.push_back(stage.words);
         EXPECT_EQ(stages, row.stages) << row.line;
         EXPECT_EQ(line.isInQuotes, row.isInQuotes) << row.line;
+    }
+}
+
+// Every word that "?" lists has a line of help.
+TEST(WordHelp, isThereForEveryWordOfTheCommands) {
+    for (const Command& command : commands()) {
+        std::string line(command.line);
+        for (char& sign : line) {
+            if (sign == '(' || sign == ')' || sign == '|') sign = ' ';
+        }
+        std::istringstream words(line);
+        for (std::string word; words >> word;) {
+            if (word.starts_with('[')) word.erase(0, 1);
+            if (word.ends_with(']') && word != "LOW[-HIGH]") word.pop_back();
+            if (word.starts_with("LOW")) word = "LOW[-HIGH]";
+            while (word.ends_with(']') && word != "LOW[-HIGH]") word.pop_back();
+            if (!word.empty()) EXPECT_NE(helpOf(word, ""), "") << word;
+        }
     }
 }
 

@@ -1,0 +1,168 @@
+#include "cli/StateReport.h"
+
+#include <sys/stat.h>
+
+#include <ctime>
+
+#include "cli/ExitStatus.h"
+#include "cli/KnownNames.h"
+#include "orb/Escape.h"
+#include "orb/Seconds.h"
+#include "reef/CorruptionDetectedException.h"
+#include "reef/Directory.h"
+#include "state/Snapshots.h"
+#include "textout/RendererV2.h"
+
+namespace Cli {
+
+namespace {
+
+using StateDirectory::State;
+using textout::RendererV2;
+
+// "3 minutes", in the largest unit that fits.
+std::string durationText(U64 seconds) {
+    constexpr struct {
+        U64 seconds;
+        const char* name;
+    } units[] = {{86400, "day"}, {3600, "hour"}, {60, "minute"}, {1, "second"}};
+    for (const auto& unit : units) {
+        if (seconds < unit.seconds && unit.seconds > 1) continue;
+        const U64 count = seconds / unit.seconds;
+        return std::to_string(count) + " " + unit.name + (count == 1 ? "" : "s");
+    }
+    return "";
+}
+
+// As RFC 3339 writes it, in UTC.
+std::string timeText(Orb::Seconds time) {
+    const auto seconds = static_cast<std::time_t>(time.count());
+    std::tm utc{};
+    ::gmtime_r(&seconds, &utc);
+    char text[32];
+    return {text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &utc)};
+}
+
+void reportDocuments(RendererV2& renderer, const Session& session) {
+    const auto documents = renderer.object("documents");
+    for (const std::string name : {"config.json", "status.json", "snapshots.json"}) {
+        struct stat status {};
+        const std::string path = session.stateDirectory() + "/" + name;
+        renderer.indent(3).text(name).text(": ");
+        if (::stat(path.c_str(), &status) != 0) {
+            renderer.text("not there").endLine();
+            continue;
+        }
+        const double age = Orb::now().count() - static_cast<double>(status.st_mtim.tv_sec);
+        const U64 seconds = age > 0 ? static_cast<U64>(age) : 0;
+        const U64 bytes = static_cast<U64>(status.st_size);
+        const auto document = renderer.object(name);
+        renderer.pair("ageSeconds", seconds);
+        renderer.pair("bytes", bytes);
+        renderer.number(bytes).text(" bytes, changed ").text(durationText(seconds));
+        renderer.text(" ago").endLine();
+    }
+}
+
+U64 rulesOf(const State& state) {
+    U64 rules = 0;
+    if (!state.config) return 0;
+    for (const auto& [name, policy] : state.config->policyMapConfig()) {
+        if (policy->currCfg()) rules += policy->currCfg()->classPriority().size();
+    }
+    return rules;
+}
+
+U64 pointsOf(const State& state) {
+    U64 points = state.vrfConfig ? state.vrfConfig->vrf().size() : 0;
+    for (const auto* config :
+         {&state.intfConfigInput, &state.intfConfigOutput, &state.intfConfigBridged}) {
+        if (*config) points += (*config)->intf().size();
+    }
+    return points;
+}
+
+// Failed installations: of a policy, on a point, for one address family.
+U64 failuresOf(const State& state) {
+    U64 failures = 0;
+    for (const auto* status : {&state.interfaceInput, &state.interfaceOutput, &state.cpu,
+                               &state.cpuSoftware, &state.vlan}) {
+        if (!*status) continue;
+        for (const auto& [name, policy] : (*status)->policyMapStatus()) {
+            for (const auto& [intfId, point] : policy->intfStatus()) {
+                for (const auto& [family, installed] : point->installation()) {
+                    failures += installed.state == PolicyMap::InstallState::failed ? 1 : 0;
+                }
+            }
+        }
+    }
+    return failures;
+}
+
+void reportLastClear(RendererV2& renderer, const Session& session) {
+    const auto snapshots = StateDirectory::readSnapshots(session.stateDirectory());
+    const struct {
+        const char* key;
+        const char* label;
+        const Orb::Ptr<TrafficPolicy::Counter>& counter;
+    } targets[] = {{"cpu", "CPU", snapshots.cpu},
+                   {"interfaceInput", "interface input", snapshots.interfaceInput},
+                   {"interfaceOutput", "interface output", snapshots.interfaceOutput}};
+    const auto times = renderer.object("lastClear");
+    for (const auto& target : targets) {
+        const Orb::Seconds time = target.counter->timestamp();
+        renderer.text("Last clear of ").text(target.label).text(": ");
+        if (time.count() > 0) {
+            renderer.pair(target.key, timeText(time));
+            renderer.text(timeText(time)).endLine();
+        } else {
+            renderer.text("never").endLine();
+        }
+    }
+}
+
+void reportCounterStore(RendererV2& renderer, const Session& session) {
+    const auto store = renderer.object("counterStore");
+    const std::string path = StateDirectory::counterStorePath(session.stateDirectory());
+    renderer.pair("path", path);
+    renderer.text("Counter store: ").name(path);
+    try {
+        const U64 counters = session.counterStore()->directory().counters.size();
+        renderer.pair("counters", counters);
+        renderer.text(", ").number(counters).text(" counters").endLine();
+    } catch (const Cairn::CorruptionDetectedException& error) {
+        renderer.pair("problem", std::string_view(error.what()));
+        renderer.text(", not available: ").name(error.what()).endLine();
+    }
+}
+
+}  // namespace
+
+int reportState(const Session& session) {
+    const State& state = session.state();
+    textout::TextOutBuffer out(session.fd());
+    RendererV2 renderer(out, session.format(), session.revision());
+    renderer.documentBegin();
+    renderer.pair("directory", session.stateDirectory());
+    renderer.text("State directory: ").name(session.stateDirectory()).endLine();
+    reportDocuments(renderer, session);
+    const struct {
+        const char* key;
+        const char* label;
+        U64 count;
+    } counts[] = {{"policies", "Policies: ", policyNames(state).size()},
+                  {"rules", "Rules: ", rulesOf(state)},
+                  {"points", "Points with a policy: ", pointsOf(state)},
+                  {"failures", "Failed installations: ", failuresOf(state)}};
+    for (const auto& row : counts) {
+        renderer.pair(row.key, row.count);
+        renderer.text(row.label).number(row.count).endLine();
+    }
+    reportLastClear(renderer, session);
+    reportCounterStore(renderer, session);
+    renderer.documentEnd();
+    renderer.flush();
+    return ExitStatus::success;
+}
+
+}  // namespace Cli
