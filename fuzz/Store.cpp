@@ -58,6 +58,7 @@ struct Scene {
 template <class T>
 void copyFrom(const std::string& store, std::size_t& offset, std::vector<T>& to, U64 count) {
     to.resize(count);
+    if (count == 0) return;
     std::memcpy(to.data(), store.data() + offset, count * sizeof(T));
     offset += count * sizeof(T);
 }
