@@ -78,7 +78,7 @@ TEST_F(ShellOfCommands, answersTheCompletionOfOtherShells) {
     } const rows[] = {
         {{"sh"}, "show\n"},
         {{"--state", state_.path(), "show", "traffic-policy", "field-set", "l4-port", ""},
-         "\"filter\"\nDNS\nWEB\nfilter\n"},
+         "DNS\nWEB\n\"filter\"\nfilter\n"},
         {{"--state", state_.path(), "show", "traffic-policy", "field-set", "l4-port", "D"},
          "DNS\n"},
         {{"--state", "/nowhere", "show", "traffic-policy", "c"}, "cpu\n"},
@@ -100,7 +100,7 @@ TEST_F(ShellOfCommands, tellsOfTheState) {
         "intfStatus": {"Ethernet1": {"ipv4": {"state": "failed"}}}}}}})");
     runTpcli(with({"clear", "traffic-policy", "counters"}));
     const std::string text = runTpcli(with({"show", "traffic-policy", "state"})).output;
-    for (const char* line : {"   status.json: 107 bytes, changed ", "Policies: 1\nRules: 0\n",
+    for (const char* line : {"   status.json: 106 bytes, changed ", "Policies: 1\nRules: 0\n",
                              "Last clear of CPU: 20", "Failed installations: 1\n",
                              "Last clear of interface input: never\n", "not available: "}) {
         EXPECT_THAT(text, HasSubstr(line));
