@@ -25,12 +25,12 @@ std::string vlanNumber(const Token& token) {
     constexpr std::string_view word = "Vlan";
     std::string_view text = token.text;
     if (text.starts_with(word)) text.remove_prefix(word.size());
-    constexpr Base::Bounds bounds{1, 4094};
+    constexpr Base::Bounds bounds = Classification::VlanRange::bounds;
     const auto number = Base::parseNumber(text, bounds);
     if (!number) {
         const std::string meant = Base::numberFault(text, bounds).right;
         throw CommandError(token.position, inQuotes(token.text) + " is not a VLAN",
-                           meant.empty() ? "a VLAN 1 to 4094, as 20" : meant);
+                           meant.empty() ? "a VLAN " + bounds.stringValue() + ", as 20" : meant);
     }
     return std::to_string(*number);
 }

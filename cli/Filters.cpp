@@ -6,21 +6,18 @@ namespace Cli {
 
 namespace {
 
-struct RangeKind {
-    Base::Bounds bounds;
-    std::string_view expected;
-};
-
-constexpr RangeKind ports{{0, 65535}, "ports 0 to 65535: one, as 443, or a range, as 1024-65535"};
-constexpr RangeKind vlans{{1, 4094}, "VLANs 1 to 4094: one, as 10, or a range, as 100-199"};
-
-Classification::NumericalRange rangeFilter(const Token& token, const RangeKind& kind) {
-    if (const auto range = Base::parseRange(token.text, kind.bounds)) {
+// noun: what the numbers are; examples: of one and of a range.
+template <class Range>
+Range rangeFilter(const Token& token, const std::string& noun, std::string_view examples) {
+    constexpr Base::Bounds bounds = Range::bounds;
+    if (const auto range = Base::parseRange(token.text, bounds)) {
         return {static_cast<U32>(range->low), static_cast<U32>(range->high)};
     }
-    const Base::NumberFault fault = Base::rangeFault(token.text, kind.bounds);
+    const Base::NumberFault fault = Base::rangeFault(token.text, bounds);
     throw CommandError(token.position, inQuotes(token.text) + " " + std::string(fault.wrong),
-                       fault.right.empty() ? std::string(kind.expected) : fault.right);
+                       fault.right.empty()
+                           ? noun + " " + bounds.stringValue() + ": " + std::string(examples)
+                           : fault.right);
 }
 
 }  // namespace
@@ -43,13 +40,13 @@ Wire::IpGenPrefix prefixFilter(const Token& token, bool ipv4) {
 }
 
 Classification::PortRange portFilter(const Token& token) {
-    const auto [low, high] = rangeFilter(token, ports);
-    return {low, high};
+    return rangeFilter<Classification::PortRange>(token, "ports",
+                                                  "one, as 443, or a range, as 1024-65535");
 }
 
 Classification::VlanRange vlanFilter(const Token& token) {
-    const auto [low, high] = rangeFilter(token, vlans);
-    return {low, high};
+    return rangeFilter<Classification::VlanRange>(token, "VLANs",
+                                                  "one, as 10, or a range, as 100-199");
 }
 
 }  // namespace Cli

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "state/Values.h"
+#include "state/Attributes.h"
 
 namespace StateDirectory {
 
@@ -11,95 +11,56 @@ using namespace PolicyMap;
 
 namespace {
 
-using AddressSet = Orb::RbTreeSet<Wire::IpGenAddr>;
-using NameSet = Orb::RbTreeSet<Orb::String>;
-
 constexpr Key<GotoAction> gotoKeys[] = {
-    {"matchName", [](const Node& node, GotoAction& to) { to.matchNameIs(readName(node)); }},
+    ATTRIBUTE_KEY(GotoAction, matchName),
 };
 
 constexpr Key<RedirectNexthopAction> nexthopKeys[] = {
-    {"recursive",
-     [](const Node& node, RedirectNexthopAction& to) { to.recursiveIs(node.boolean()); }},
-    {"nexthops",
-     [](const Node& node, RedirectNexthopAction& to) {
-         to.nexthopsIs(readSet<AddressSet>(node, readAddress));
-     }},
-    {"vrfName", [](const Node& node, RedirectNexthopAction& to) { to.vrfNameIs(readName(node)); }},
-    {"resolvedNexthops",
-     [](const Node& node, RedirectNexthopAction& to) {
-         to.resolvedNexthopsIs(readSet<AddressSet>(node, readAddress));
-     }},
+    ATTRIBUTE_KEY(RedirectNexthopAction, recursive),
+    ATTRIBUTE_KEY(RedirectNexthopAction, nexthops),
+    ATTRIBUTE_KEY(RedirectNexthopAction, vrfName),
+    ATTRIBUTE_KEY(RedirectNexthopAction, resolvedNexthops),
 };
 
 constexpr Key<RedirectNexthopGroupAction> nexthopGroupKeys[] = {
-    {"nexthopGroups",
-     [](const Node& node, RedirectNexthopGroupAction& to) {
-         to.nexthopGroupsIs(readNames<NameSet>(node));
-     }},
+    ATTRIBUTE_KEY(RedirectNexthopGroupAction, nexthopGroups),
 };
 
 constexpr Key<SetAggGroupAction> aggGroupKeys[] = {
-    {"groups",
-     [](const Node& node, SetAggGroupAction& to) { to.groupsIs(readNames<NameSet>(node)); }},
-    {"interfaces",
-     [](const Node& node, SetAggGroupAction& to) { to.interfacesIs(readNames<NameSet>(node)); }},
+    ATTRIBUTE_KEY(SetAggGroupAction, groups),
+    ATTRIBUTE_KEY(SetAggGroupAction, interfaces),
 };
 
 constexpr Key<SetVrfAction> setVrfKeys[] = {
-    {"vrfName", [](const Node& node, SetVrfAction& to) { to.vrfNameIs(readName(node)); },
-     Presence::required},
+    ATTRIBUTE_KEY(SetVrfAction, vrfName, Presence::required),
 };
 
 constexpr Key<SetDscpAction> setDscpKeys[] = {
-    {"dscp",
-     [](const Node& node, SetDscpAction& to) { to.dscpIs(static_cast<U8>(node.number(0, 63))); },
-     Presence::required},
+    NUMBER_KEY(SetDscpAction, dscp, Classification::DscpRange::bounds, Presence::required),
 };
 
 constexpr Key<SetTcAction> setTcKeys[] = {
-    {"tc", [](const Node& node, SetTcAction& to) { to.tcIs(static_cast<U8>(node.number(0, 7))); },
-     Presence::required},
+    NUMBER_KEY(SetTcAction, tc, SetTcAction::bounds, Presence::required),
 };
 
 constexpr Key<StripHeaderBytesAction> stripHeaderBytesKeys[] = {
-    {"stripHeaderBytes",
-     [](const Node& node, StripHeaderBytesAction& to) { to.stripHeaderBytesIs(readName(node)); },
-     Presence::required},
+    ATTRIBUTE_KEY(StripHeaderBytesAction, stripHeaderBytes, Presence::required),
 };
 
 constexpr Key<SetIdentityTagAction> identityTagKeys[] = {
-    {"idTag",
-     [](const Node& node, SetIdentityTagAction& to) {
-         to.idTagIs(static_cast<U16>(node.number(1, 4094)));
-     },
-     Presence::required},
-    {"innerIdTag",
-     [](const Node& node, SetIdentityTagAction& to) {
-         to.innerIdTagIs(static_cast<U16>(node.number(0, 4094)));
-     }},
+    NUMBER_KEY(SetIdentityTagAction, idTag, SetIdentityTagAction::bounds, Presence::required),
+    NUMBER_KEY(SetIdentityTagAction, innerIdTag, SetIdentityTagAction::innerBounds),
 };
 
 constexpr Key<PoliceAction> policeKeys[] = {
-    {"rate", [](const Node& node, PoliceAction& to) { to.rateIs(node.number(0, ~U64{0})); },
-     Presence::required},
-    {"rateUnit",
-     [](const Node& node, PoliceAction& to) {
-         to.rateUnitIs(static_cast<RateUnit>(node.oneOf(rateUnitNames)));
-     },
-     Presence::required},
-    {"burstSize",
-     [](const Node& node, PoliceAction& to) { to.burstSizeIs(node.number(0, ~U64{0})); },
-     Presence::required},
-    {"burstUnit",
-     [](const Node& node, PoliceAction& to) {
-         to.burstUnitIs(static_cast<BurstUnit>(node.oneOf(burstUnitNames)));
-     },
-     Presence::required},
+    ATTRIBUTE_KEY(PoliceAction, rate, Presence::required),
+    ATTRIBUTE_KEY(PoliceAction, rateUnit, Presence::required),
+    ATTRIBUTE_KEY(PoliceAction, burstSize, Presence::required),
+    ATTRIBUTE_KEY(PoliceAction, burstUnit, Presence::required),
 };
 
 constexpr Key<CountAction> countKeys[] = {
-    {"counterName", [](const Node& node, CountAction& to) { to.counterNameIs(readName(node)); }},
+    ATTRIBUTE_KEY(CountAction, counterName),
 };
 
 template <ActionType type>
@@ -117,35 +78,31 @@ Orb::Ptr<const Action> readAs(const Node& node) {
 }
 
 struct ActionForm {
-    std::string_view name;
+    ActionType type;
     Orb::Ptr<const Action> (*read)(const Node& node);
 };
 
-// By action type.
 constexpr ActionForm actionForms[] = {
-    {"drop", readPlain<ActionType::drop>},
-    {"gotoMatch", readAs<GotoAction, gotoKeys>},
-    {"redirectNexthop", readAs<RedirectNexthopAction, nexthopKeys>},
-    {"redirectNexthopGroup", readAs<RedirectNexthopGroupAction, nexthopGroupKeys>},
-    {"setAggGroup", readAs<SetAggGroupAction, aggGroupKeys>},
-    {"setVrf", readAs<SetVrfAction, setVrfKeys>},
-    {"setDscp", readAs<SetDscpAction, setDscpKeys>},
-    {"setTc", readAs<SetTcAction, setTcKeys>},
-    {"stripHeaderBytes", readAs<StripHeaderBytesAction, stripHeaderBytesKeys>},
-    {"setIdentityTag", readAs<SetIdentityTagAction, identityTagKeys>},
-    {"police", readAs<PoliceAction, policeKeys>},
-    {"log", readPlain<ActionType::log>},
-    {"count", readAs<CountAction, countKeys>},
+    {ActionType::drop, readPlain<ActionType::drop>},
+    {ActionType::gotoMatch, readAs<GotoAction, gotoKeys>},
+    {ActionType::redirectNexthop, readAs<RedirectNexthopAction, nexthopKeys>},
+    {ActionType::redirectNexthopGroup, readAs<RedirectNexthopGroupAction, nexthopGroupKeys>},
+    {ActionType::setAggGroup, readAs<SetAggGroupAction, aggGroupKeys>},
+    {ActionType::setVrf, readAs<SetVrfAction, setVrfKeys>},
+    {ActionType::setDscp, readAs<SetDscpAction, setDscpKeys>},
+    {ActionType::setTc, readAs<SetTcAction, setTcKeys>},
+    {ActionType::stripHeaderBytes, readAs<StripHeaderBytesAction, stripHeaderBytesKeys>},
+    {ActionType::setIdentityTag, readAs<SetIdentityTagAction, identityTagKeys>},
+    {ActionType::police, readAs<PoliceAction, policeKeys>},
+    {ActionType::log, readPlain<ActionType::log>},
+    {ActionType::count, readAs<CountAction, countKeys>},
 };
+static_assert(isRowPerAction(actionForms));
 
 ActionType actionTypeKey(const Node& member, std::string_view key) {
-    const auto* const form =
-        std::find_if(std::begin(actionForms), std::end(actionForms),
-                     [key](const ActionForm& known) { return known.name == key; });
-    if (form != std::end(actionForms)) return static_cast<ActionType>(form - actionForms);
-    std::vector<std::string_view> names;
-    for (const ActionForm& known : actionForms) names.push_back(known.name);
-    member.parent().refuseKey(key, names);
+    const auto* const name = std::ranges::find(actionNames, key);
+    if (name == std::end(actionNames)) member.parent().refuseKey(key, actionNames);
+    return static_cast<ActionType>(name - actionNames);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include "state/Config.h"
 
 #include "state/Actions.h"
+#include "state/Attributes.h"
 #include "state/Criteria.h"
 #include "state/FieldSets.h"
 #include "state/Values.h"
@@ -23,7 +24,9 @@ struct Rule {
 constexpr Key<Rule> ruleKeys[] = {
     {"name", [](const Node& node, Rule& to) { to.name = readName(node); }, Presence::required},
     {"priority",
-     [](const Node& node, Rule& to) { to.priority = static_cast<U32>(node.number(0, ~U32{0})); },
+     [](const Node& node, Rule& to) {
+         to.priority = static_cast<U32>(node.number({0, ~U32{0}}));
+     },
      Presence::required},
     {"match", [](const Node&, Rule& to) { to.hasMatch = true; }},
     {"action", [](const Node&, Rule& to) { to.hasAction = true; }},
@@ -43,15 +46,14 @@ Orb::Ptr<const ClassMapConfig> readClassMap(const Node& node, const Rule& rule) 
     using Matches = Orb::HashMap2018<ClassMapMatchOption, Orb::Ptr<const ClassMapMatch>>;
     auto classMap = Orb::make<ClassMapConfig>(rule.name);
     if (!rule.hasMatch) return classMap;
-    classMap->matchIs(readMap<Matches>(
-        node.member("match"), matchOptionKey, [&](const Node& member, ClassMapMatchOption option) {
-            MatchParts parts{option, nullptr};
-            readObject(member, matchKeys, parts);
-            auto match = Orb::make<ClassMapMatch>(rule.name, option);
-            match->namesNoFieldSetIs(parts.filter && !parts.filter->refersToFieldSets());
-            match->structuredFilterIs(std::move(parts.filter));
-            return Orb::Ptr<const ClassMapMatch>(match);
-        }));
+    classMap->matchIs(readMap<Matches>(node.member("match"), matchOptionKey,
+                                       [&](const Node& member, ClassMapMatchOption option) {
+                                           MatchParts parts{option, nullptr};
+                                           readObject(member, matchKeys, parts);
+                                           auto match = Orb::make<ClassMapMatch>(rule.name, option);
+                                           match->structuredFilterIs(std::move(parts.filter));
+                                           return Orb::Ptr<const ClassMapMatch>(match);
+                                       }));
     return classMap;
 }
 
@@ -89,10 +91,7 @@ void readRules(const Node& node, PolicyMapSubConfig& version) {
 }
 
 constexpr Key<PolicyMapSubConfig> versionKeys[] = {
-    {"namedCounter",
-     [](const Node& node, PolicyMapSubConfig& to) {
-         to.namedCounterIs(readNames<Orb::RbTreeSet<Orb::String>>(node));
-     }},
+    ATTRIBUTE_KEY(PolicyMapSubConfig, namedCounter),
     {"rules", readRules},
 };
 
@@ -136,13 +135,12 @@ Orb::Ptr<const VrfConfig> readVrfConfig(const Node& node) {
 
 Orb::Ptr<const Ip::AllVrfConfig> readAllVrfConfig(const Node& node) {
     auto config = Orb::make<Ip::AllVrfConfig>();
-    config->vrfIs(readNames(node));
+    config->vrfIs(ValueReader<Orb::HashSet2018<L3::VrfName>>::read(node));
     return config;
 }
 
 constexpr Key<L3::Intf::Status> l3IntfKeys[] = {
-    {"vrf", [](const Node& node, L3::Intf::Status& to) { to.vrfIs(readName(node)); },
-     Presence::required},
+    ATTRIBUTE_KEY(L3::Intf::Status, vrf, Presence::required),
 };
 
 Orb::Ptr<const L3::Intf::StatusDir> readL3IntfStatusDir(const Node& node) {

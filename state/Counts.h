@@ -11,8 +11,8 @@ struct Counts {
     PolicyMap::PacketAndByte count;
 };
 
-inline Keel::UniqueId readUniqueId(const Node& node) { return {node.number(1, ~U64{0})}; }
-inline U64 readCount(const Node& node) { return node.number(0, ~U64{0}); }
+inline Keel::UniqueId readUniqueId(const Node& node) { return {node.number({1, ~U64{0}})}; }
+inline U64 readCount(const Node& node) { return node.number({}); }
 
 // The keys of counts, as rows of the table of any target that has them as its member `counts`.
 template <class Target>

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "state/Values.h"
+#include "state/Attributes.h"
 
 namespace StateDirectory {
 
@@ -17,13 +17,13 @@ struct Filter {
     StructuredFilter& filter;
     std::optional<AddressFamily> family;  // of its prefixes; none: both
     bool takesProtocols;
+
+    StructuredFilter& record() const { return filter; }
 };
 
 constexpr Key<VlanRangeSet> vlanTagKeys[] = {
-    {"vlans",
-     [](const Node& node, VlanRangeSet& to) { to.vlansIs(readRanges<VlanRange>(node, 1, 4094)); }},
-    {"vlanFieldSets",
-     [](const Node& node, VlanRangeSet& to) { to.vlanFieldSetsIs(readNames(node)); }},
+    ATTRIBUTE_KEY(VlanRangeSet, vlans),
+    ATTRIBUTE_KEY(VlanRangeSet, vlanFieldSets),
 };
 
 void readVlanTags(const Node& node, StructuredFilter& filter) {
@@ -38,14 +38,10 @@ void readVlanTags(const Node& node, StructuredFilter& filter) {
 }
 
 constexpr Key<PortField> portFieldKeys[] = {
-    {"sport",
-     [](const Node& node, PortField& to) { to.sportIs(readRanges<PortRange>(node, 0, 65535)); }},
-    {"sportFieldSets",
-     [](const Node& node, PortField& to) { to.sportFieldSetsIs(readNames(node)); }},
-    {"dport",
-     [](const Node& node, PortField& to) { to.dportIs(readRanges<PortRange>(node, 0, 65535)); }},
-    {"dportFieldSets",
-     [](const Node& node, PortField& to) { to.dportFieldSetsIs(readNames(node)); }},
+    ATTRIBUTE_KEY(PortField, sport),
+    ATTRIBUTE_KEY(PortField, sportFieldSets),
+    ATTRIBUTE_KEY(PortField, dport),
+    ATTRIBUTE_KEY(PortField, dportFieldSets),
 };
 
 void readPortFields(const Node& node, ProtoField& proto) {
@@ -56,44 +52,59 @@ void readPortFields(const Node& node, ProtoField& proto) {
     });
 }
 
-constexpr U16 tcpEstablished = 0x100;
-constexpr U16 tcpInitialSyn = 0x200;
-constexpr U16 tcpFlagBits = 0x33f;  // every flag that has a name
-
 constexpr Key<TcpFlagAndMask> tcpFlagKeys[] = {
     {"mask",
      [](const Node& node, TcpFlagAndMask& to) {
-         to.mask = static_cast<U16>(node.number(0, 0xffff));
+         to.mask = static_cast<U16>(node.number({0, 0xffff}));
      },
      Presence::required},
     {"flag",
      [](const Node& node, TcpFlagAndMask& to) {
-         to.flag = static_cast<U16>(node.number(0, 0xffff));
+         to.flag = static_cast<U16>(node.number({0, 0xffff}));
      },
      Presence::required},
 };
+
+constexpr U16 knownTcpFlags() {
+    U16 bits = 0;
+    for (const TcpFlag& flag : tcpFlags) bits |= flag.bit;
+    return bits;
+}
+
+// "a sum of 1, 2, 4, or 256": the bits that may stand together, and those that are alone.
+std::string tcpMasks() {
+    std::string together;
+    std::string alone;
+    for (U32 bit = 1; bit <= knownTcpFlags(); bit *= 2) {
+        const auto* const flag = std::ranges::find(tcpFlags, bit, &TcpFlag::bit);
+        if (flag == std::end(tcpFlags)) continue;
+        (flag->isKeyword ? alone : together) +=
+            (flag->isKeyword ? ", or " : ", ") + std::to_string(bit);
+    }
+    return "a sum of " + together.substr(2) + alone;
+}
 
 TcpFlagAndMask readTcpFlagGroup(const Node& node) {
     TcpFlagAndMask group;
     readObject(node, tcpFlagKeys, group);
     const U16 mask = group.mask;
     if (mask == 0) node.member("mask").refuse("the mask is 0", "at least one flag");
-    if ((mask & ~tcpFlagBits) != 0) {
+    if ((mask & ~knownTcpFlags()) != 0) {
         node.member("mask").refuse(std::to_string(mask) + " has bits that are not TCP flags",
-                                   "a sum of 1, 2, 4, 8, 16, 32, or 256, or 512");
+                                   tcpMasks());
     }
     if ((group.flag & ~mask) != 0) {
         node.member("flag").refuse(std::to_string(group.flag) + " has bits outside the mask",
                                    "bits of the mask " + std::to_string(mask));
     }
-    for (const U16 keyword : {tcpEstablished, tcpInitialSyn}) {
-        const std::string name = keyword == tcpEstablished ? "established" : "initial-syn";
-        if ((mask & keyword) == 0) continue;
-        if (mask != keyword) {
-            node.refuse("\"" + name + "\" with other flags", "it alone in its group");
+    for (const TcpFlag& keyword : tcpFlags) {
+        if (!keyword.isKeyword || (mask & keyword.bit) == 0) continue;
+        if (mask != keyword.bit) {
+            node.refuse(inQuotes(keyword.name) + " with other flags", "it alone in its group");
         }
-        if (group.flag != keyword)
-            node.refuse("\"" + name + "\" is not set", "its bit in \"flag\"");
+        if (group.flag != keyword.bit) {
+            node.refuse(inQuotes(keyword.name) + " is not set", "its bit in \"flag\"");
+        }
     }
     return group;
 }
@@ -101,13 +112,15 @@ TcpFlagAndMask readTcpFlagGroup(const Node& node) {
 constexpr Key<IcmpTypeRange> icmpTypeKeys[] = {
     {"type",
      [](const Node& node, IcmpTypeRange& to) {
-         const NumericalRange range = readRange(node, 0, 255);
+         const NumericalRange range = readRange(node, IcmpTypeRange::bounds);
          to.low = range.low;
          to.high = range.high;
      },
      Presence::required},
-    {"codes", [](const Node& node,
-                 IcmpTypeRange& to) { to.codes = readRanges<IcmpCodeRange>(node, 0, 255); }},
+    {"codes",
+     [](const Node& node, IcmpTypeRange& to) {
+         to.codes = ValueReader<Orb::HashSet2018<IcmpCodeRange>>::read(node);
+     }},
 };
 
 void readIcmpTypes(const Node& node, ProtoField& proto) {
@@ -167,7 +180,7 @@ constexpr Key<FragmentParts> fragmentKeys[] = {
      Presence::required},
     {"offset",
      [](const Node& node, FragmentParts& to) {
-         to.offset = readRanges<FragmentOffsetRange>(node, 0, 8191);
+         to.offset = ValueReader<Orb::HashSet2018<FragmentOffsetRange>>::read(node);
      }},
 };
 
@@ -193,8 +206,7 @@ constexpr Key<InnerMatchParts> innerMatchKeys[] = {
      Presence::required},
     {"encapType",
      [](const Node& node, InnerMatchParts& to) {
-         static constexpr std::string_view words[] = {"gtpv1"};
-         to.encapsulation = static_cast<EncapsulationType>(node.oneOf(words));
+         to.encapsulation = ValueReader<EncapsulationType>::read(node);
      },
      Presence::required},
     // Read when the family of its prefixes is known.
@@ -212,53 +224,32 @@ void readInnerMatch(const Node& node, Filter& to) {
     to.filter.innerMatchIs(Orb::Ptr<const InnerMatch>(inner));
 }
 
-U8 readBgpWord(const Node& node) {
-    static constexpr std::string_view words[] = {"none", "bgp"};
-    return static_cast<U8>(node.oneOf(words));
-}
-
 constexpr Key<Filter> filterKeys[] = {
     {"vlanTags", [](const Node& node, Filter& to) { readVlanTags(node, to.filter); }},
     {"sources",
      [](const Node& node, Filter& to) { to.filter.sourcesIs(readPrefixes(node, to.family)); }},
-    {"srcPrefixSets",
-     [](const Node& node, Filter& to) { to.filter.srcPrefixSetsIs(readNames(node)); }},
+    ATTRIBUTE_KEY(Filter, srcPrefixSets),
     {"sourceLpms",
      [](const Node& node, Filter& to) { to.filter.sourceLpmsIs(readPrefixes(node, to.family)); }},
-    {"srcLpmPrefixSets",
-     [](const Node& node, Filter& to) { to.filter.srcLpmPrefixSetsIs(readNames(node)); }},
+    ATTRIBUTE_KEY(Filter, srcLpmPrefixSets),
     {"destinations",
      [](const Node& node, Filter& to) { to.filter.destinationsIs(readPrefixes(node, to.family)); }},
-    {"dstPrefixSets",
-     [](const Node& node, Filter& to) { to.filter.dstPrefixSetsIs(readNames(node)); }},
+    ATTRIBUTE_KEY(Filter, dstPrefixSets),
     {"destinationLpms",
      [](const Node& node, Filter& to) {
          to.filter.destinationLpmsIs(readPrefixes(node, to.family));
      }},
-    {"dstLpmPrefixSets",
-     [](const Node& node, Filter& to) { to.filter.dstLpmPrefixSetsIs(readNames(node)); }},
+    ATTRIBUTE_KEY(Filter, dstLpmPrefixSets),
     {"protocols", readProtocols},
-    {"length",
-     [](const Node& node, Filter& to) {
-         to.filter.lengthIs(readRanges<PacketLengthRange>(node, 0, 65535));
-     }},
+    ATTRIBUTE_KEY(Filter, length),
     {"fragment", readFragment},
-    {"dscp",
-     [](const Node& node, Filter& to) { to.filter.dscpIs(readRanges<DscpRange>(node, 0, 63)); }},
-    {"ecn",
-     [](const Node& node, Filter& to) { to.filter.ecnIs(readRanges<EcnRange>(node, 0, 3)); }},
-    {"ttl",
-     [](const Node& node, Filter& to) { to.filter.ttlIs(readRanges<TtlRange>(node, 0, 255)); }},
-    {"neighborsProtocol",
-     [](const Node& node, Filter& to) {
-         to.filter.neighborsProtocolIs(static_cast<NeighborsProtocol>(readBgpWord(node)));
-     }},
-    {"l4Protocol",
-     [](const Node& node, Filter& to) {
-         to.filter.l4ProtocolIs(static_cast<L4Protocol>(readBgpWord(node)));
-     }},
-    {"ipOptions", [](const Node& node, Filter& to) { to.filter.ipOptionsIs(node.boolean()); }},
-    {"tracked", [](const Node& node, Filter& to) { to.filter.trackedIs(node.boolean()); }},
+    ATTRIBUTE_KEY(Filter, dscp),
+    ATTRIBUTE_KEY(Filter, ecn),
+    ATTRIBUTE_KEY(Filter, ttl),
+    ATTRIBUTE_KEY(Filter, neighborsProtocol),
+    ATTRIBUTE_KEY(Filter, l4Protocol),
+    ATTRIBUTE_KEY(Filter, ipOptions),
+    ATTRIBUTE_KEY(Filter, tracked),
     {"innerMatch", readInnerMatch},
 };
 

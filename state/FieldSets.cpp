@@ -2,7 +2,7 @@
 // version, and the source of its contents, are read by one code.
 #include "state/FieldSets.h"
 
-#include "state/Values.h"
+#include "state/Attributes.h"
 
 namespace StateDirectory {
 
@@ -11,51 +11,32 @@ using Wire::AddressFamily;
 
 namespace {
 
-// The keys that say where the contents come from, in the table of any kind that has them.
-template <class Version>
-constexpr Key<Version> contentsSourceKey = {
-    "contentsSource", [](const Node& node, Version& to) {
-        static constexpr std::string_view words[] = {"other", "static", "bgp", "url"};
-        to.contentsSourceIs(static_cast<ContentsSource>(node.oneOf(words)));
-    }};
-template <class Version>
-constexpr Key<Version> urlPathKey = {
-    "urlPath", [](const Node& node, Version& to) { to.urlPathIs(readName(node)); }};
-template <class Version>
-constexpr Key<Version> urlVrfKey = {
-    "urlVrf", [](const Node& node, Version& to) { to.urlVrfIs(readName(node)); }};
-
 template <AddressFamily family>
 constexpr Key<FieldSetIpPrefixSubConfig> prefixSetKeys[] = {
-    contentsSourceKey<FieldSetIpPrefixSubConfig>,
-    urlPathKey<FieldSetIpPrefixSubConfig>,
-    urlVrfKey<FieldSetIpPrefixSubConfig>,
+    ATTRIBUTE_KEY(FieldSetIpPrefixSubConfig, contentsSource),
+    ATTRIBUTE_KEY(FieldSetIpPrefixSubConfig, urlPath),
+    ATTRIBUTE_KEY(FieldSetIpPrefixSubConfig, urlVrf),
     {"prefixes", [](const Node& node, auto& to) { to.prefixesIs(readPrefixes(node, family)); }},
     {"exceptPrefixes",
      [](const Node& node, auto& to) { to.exceptPrefixesIs(readPrefixes(node, family)); }},
 };
 
 constexpr Key<FieldSetL4PortSubConfig> portSetKeys[] = {
-    contentsSourceKey<FieldSetL4PortSubConfig>,
-    urlPathKey<FieldSetL4PortSubConfig>,
-    urlVrfKey<FieldSetL4PortSubConfig>,
-    {"ports",
-     [](const Node& node, auto& to) { to.portsIs(readRanges<PortRange>(node, 0, 65535)); }},
+    ATTRIBUTE_KEY(FieldSetL4PortSubConfig, contentsSource),
+    ATTRIBUTE_KEY(FieldSetL4PortSubConfig, urlPath),
+    ATTRIBUTE_KEY(FieldSetL4PortSubConfig, urlVrf),
+    ATTRIBUTE_KEY(FieldSetL4PortSubConfig, ports),
 };
 
 constexpr Key<FieldSetVlanSubConfig> vlanSetKeys[] = {
-    contentsSourceKey<FieldSetVlanSubConfig>,
-    urlPathKey<FieldSetVlanSubConfig>,
-    urlVrfKey<FieldSetVlanSubConfig>,
-    {"vlans", [](const Node& node, auto& to) { to.vlansIs(readRanges<VlanRange>(node, 1, 4094)); }},
+    ATTRIBUTE_KEY(FieldSetVlanSubConfig, contentsSource),
+    ATTRIBUTE_KEY(FieldSetVlanSubConfig, urlPath),
+    ATTRIBUTE_KEY(FieldSetVlanSubConfig, urlVrf),
+    ATTRIBUTE_KEY(FieldSetVlanSubConfig, vlans),
 };
 
 constexpr Key<FieldSetMacAddrSubConfig> macSetKeys[] = {
-    {"macAddrs",
-     [](const Node& node, auto& to) {
-         using Addresses = Orb::HashSet2018<Wire::EthAddr>;
-         to.macAddrsIs(readSet<Addresses>(node, readMacAddress));
-     }},
+    ATTRIBUTE_KEY(FieldSetMacAddrSubConfig, macAddrs),
 };
 
 template <class Version, const auto& keys>

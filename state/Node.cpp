@@ -98,11 +98,10 @@ std::string_view Node::text() const {
     return value;
 }
 
-U64 Node::number(U64 low, U64 high) const {
+U64 Node::number(Base::Bounds bounds) const {
     U64 value = 0;
-    if (isOf(element_, value) && value >= low && value <= high) return value;
-    const std::string expected =
-        "a whole number from " + std::to_string(low) + " to " + std::to_string(high);
+    if (isOf(element_, value) && bounds.holds(value)) return value;
+    const std::string expected = "a whole number from " + bounds.stringValue();
     if (!element_.is_number()) refuseType(expected);
     if (element_.type() == simdjson::dom::element_type::DOUBLE)
         refuse("is a number with a fraction or an exponent", expected);

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/Number.h"
 #include "base/Text.h"
 #include "orb/Types.h"
 #include "state/StateError.h"
@@ -53,7 +54,7 @@ class Node {
     bool boolean() const;
     std::string_view text() const;
     // A whole number within the bounds.
-    U64 number(U64 low, U64 high) const;
+    U64 number(Base::Bounds bounds) const;
     // A number of seconds, with or without a fraction.
     double seconds() const;
     // One of the words: its position. orElse: what other types are taken here, for the message.

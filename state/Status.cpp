@@ -1,6 +1,7 @@
 // What the platform reports: its abilities, and five status objects of one form.
 #include "state/Status.h"
 
+#include "state/Attributes.h"
 #include "state/Counts.h"
 
 namespace StateDirectory {
@@ -13,8 +14,10 @@ using ReadIntfKey = Wire::IntfId (*)(const Node& member, std::string_view key);
 
 InstallState readInstallState(const Node& node) {
     static constexpr std::string_view words[] = {"notReported", "programmed", "failed"};
-    if (node.element().is_number()) return static_cast<InstallState>(node.number(0, ~U32{0}));
-    return static_cast<InstallState>(node.oneOf(words, "a whole number from 0 to 4294967295"));
+    constexpr Base::Bounds anyState{0, ~U32{0}};
+    if (node.element().is_number()) return static_cast<InstallState>(node.number(anyState));
+    return static_cast<InstallState>(
+        node.oneOf(words, "a whole number from " + anyState.stringValue()));
 }
 
 constexpr Key<Installation> installationKeys[] = {
@@ -89,11 +92,12 @@ constexpr Key<PolicyStatus> policyStatusKeys[] = {
 struct TypeStatus {
     TrafficPolicy::Status& status;
     ReadIntfKey readIntfKey;
+
+    TrafficPolicy::Status& record() const { return status; }
 };
 
 constexpr Key<TypeStatus> typeStatusKeys[] = {
-    {"countersPerInterface",
-     [](const Node& node, TypeStatus& to) { to.status.countersPerInterfaceIs(node.boolean()); }},
+    ATTRIBUTE_KEY(TypeStatus, countersPerInterface),
     {"policyMapStatus",
      [](const Node& node, TypeStatus& to) {
          using Policies = Orb::RbTreeMap<Orb::String, Orb::Ptr<const PolicyMapStatus>>;
@@ -116,28 +120,14 @@ Orb::Ptr<const TrafficPolicy::Status> readTypeStatus(const Node& node,
 }
 
 constexpr Key<TrafficPolicy::HwStatus> hwStatusKeys[] = {
-    {"countersInReef",
-     [](const Node& node, TrafficPolicy::HwStatus& to) { to.countersInReefIs(node.boolean()); }},
-    {"byteCountersSupported",
-     [](const Node& node, TrafficPolicy::HwStatus& to) {
-         to.byteCountersSupportedIs(node.boolean());
-     }},
+    ATTRIBUTE_KEY(TrafficPolicy::HwStatus, countersInReef),
+    ATTRIBUTE_KEY(TrafficPolicy::HwStatus, byteCountersSupported),
 };
 
-TrafficPolicy::CounterGranularity readGranularity(const Node& node) {
-    static constexpr std::string_view words[] = {"notEnabled", "perPolicy", "perInterface"};
-    return static_cast<TrafficPolicy::CounterGranularity>(node.oneOf(words));
-}
-
-constexpr Key<TrafficPolicy::TrafficPolicyIntfParamStatus> intfParamKeys[] = {
-    {"ingressCounterGranularity",
-     [](const Node& node, TrafficPolicy::TrafficPolicyIntfParamStatus& to) {
-         to.ingressCounterGranularityIs(readGranularity(node));
-     }},
-    {"egressCounterGranularity",
-     [](const Node& node, TrafficPolicy::TrafficPolicyIntfParamStatus& to) {
-         to.egressCounterGranularityIs(readGranularity(node));
-     }},
+using TrafficPolicy::TrafficPolicyIntfParamStatus;
+constexpr Key<TrafficPolicyIntfParamStatus> intfParamKeys[] = {
+    ATTRIBUTE_KEY(TrafficPolicyIntfParamStatus, ingressCounterGranularity),
+    ATTRIBUTE_KEY(TrafficPolicyIntfParamStatus, egressCounterGranularity),
 };
 
 template <class Type, const auto& keys>
@@ -154,8 +144,7 @@ constexpr Key<State> statusKeys[] = {
      }},
     {"intfParamStatus",
      [](const Node& node, State& to) {
-         to.intfParamStatus =
-             readRecordOf<TrafficPolicy::TrafficPolicyIntfParamStatus, intfParamKeys>(node);
+         to.intfParamStatus = readRecordOf<TrafficPolicyIntfParamStatus, intfParamKeys>(node);
      }},
     {"interfaceInput",
      [](const Node& node, State& to) { to.interfaceInput = readTypeStatus(node); }},

@@ -111,13 +111,13 @@ IpGenPrefix readPrefix(const Node& node, std::optional<AddressFamily> family) {
     return *prefix;
 }
 
-NumericalRange readRange(const Node& node, U32 lowest, U32 highest) {
+NumericalRange readRange(const Node& node, Bounds bounds) {
     std::string_view text;
     if (node.element().get(text) == simdjson::SUCCESS) {
-        return parseRange(node, text, {lowest, highest}, Spot::value);
+        return parseRange(node, text, bounds, Spot::value);
     }
-    if (!node.element().is_number()) node.refuseType(rangeForm({lowest, highest}));
-    const auto value = static_cast<U32>(node.number(lowest, highest));
+    if (!node.element().is_number()) node.refuseType(rangeForm(bounds));
+    const auto value = static_cast<U32>(node.number(bounds));
     return {value, value};
 }
 
@@ -137,15 +137,19 @@ Wire::IntfId intfKey(const Node& member, std::string_view key) {
 
 Wire::IntfId vlanIntfKey(const Node& member, std::string_view key) {
     constexpr std::string_view word = "Vlan";
-    constexpr Bounds bounds{1, 4094};
+    constexpr Bounds bounds = Classification::VlanRange::bounds;
     const std::string_view digits =
         key.starts_with(word) ? key.substr(word.size()) : std::string_view();
     if (!Base::parseNumber(digits, bounds)) {
+        const auto name = [&](const std::string& number) {
+            return inQuotes(std::string(word) + number);
+        };
         const std::string meant = Base::numberFault(digits, bounds).right;
-        member.refuse(
-            inQuotes(key) + " is not a VLAN interface",
-            meant.empty() ? "\"Vlan1\" to \"Vlan4094\"" : inQuotes(std::string(word) + meant),
-            Spot::key);
+        member.refuse(inQuotes(key) + " is not a VLAN interface",
+                      meant.empty() ? name(std::to_string(bounds.lowest)) + " to " +
+                                          name(std::to_string(bounds.highest))
+                                    : name(meant),
+                      Spot::key);
     }
     return Wire::IntfId(Orb::String(key));
 }
@@ -168,7 +172,8 @@ ClassMapMatchOption matchOptionKey(const Node& member, std::string_view key) {
 }
 
 Classification::ProtocolRange protocolKey(const Node& member, std::string_view key) {
-    const NumericalRange range = parseRange(member, key, {0, 255}, Spot::key);
+    const NumericalRange range =
+        parseRange(member, key, Classification::ProtocolRange::bounds, Spot::key);
     return {range.low, range.high};
 }
 

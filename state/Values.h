@@ -22,27 +22,11 @@ Wire::IpGenAddr readAddress(const Node& node);
 Wire::EthAddr readMacAddress(const Node& node);
 // A prefix without host bits; of the family, if one is given.
 Wire::IpGenPrefix readPrefix(const Node& node, std::optional<Wire::AddressFamily> family);
-// A range "low-high" or a single number, both bounds within the limits.
-Classification::NumericalRange readRange(const Node& node, U32 lowest, U32 highest);
-
-template <class Set>
-Set readNames(const Node& node) {
-    return readSet<Set>(node, readName);
-}
-inline Orb::HashSet2018<Orb::String> readNames(const Node& node) {
-    return readNames<Orb::HashSet2018<Orb::String>>(node);
-}
+// A range "low-high" or a single number, both bounds included.
+Classification::NumericalRange readRange(const Node& node, Base::Bounds bounds);
 
 Orb::HashSet2018<Wire::IpGenPrefix> readPrefixes(const Node& node,
                                                  std::optional<Wire::AddressFamily> family);
-
-template <class Range>
-Orb::HashSet2018<Range> readRanges(const Node& node, U32 lowest, U32 highest) {
-    return readSet<Orb::HashSet2018<Range>>(node, [=](const Node& item) {
-        const Classification::NumericalRange range = readRange(item, lowest, highest);
-        return Range(range.low, range.high);
-    });
-}
 
 // Keys of maps. Each refuses a key that is none.
 Orb::String nameKey(const Node& member, std::string_view key);

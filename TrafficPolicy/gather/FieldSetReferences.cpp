@@ -7,38 +7,26 @@ namespace TrafficPolicyCli {
 namespace {
 
 using Classification::FieldSetConfig;
-using Classification::StructuredFilter;
+using Classification::FieldSetKind;
+using Classification::InnerMatch;
+using FieldSetNames = Orb::HashSet2018<Orb::String>;
 
 template <class Sets>
-bool lacksAny(const Sets* configured, const Orb::HashSet2018<Orb::String>& names) {
-    return std::any_of(names.begin(), names.end(), [&](const Orb::String& name) {
-        return configured == nullptr || !configured->contains(name);
-    });
+bool lacksAny(const Sets& configured, const FieldSetNames& names) {
+    return std::any_of(names.begin(), names.end(),
+                       [&](const Orb::String& name) { return !configured.contains(name); });
 }
 
-bool refersToUndefined(const StructuredFilter& filter, bool isIpv6, const FieldSetConfig* config) {
-    const auto* const prefixSets = config == nullptr ? nullptr
-                                   : isIpv6          ? &config->fieldSetIpv6Prefix()
-                                                     : &config->fieldSetIpPrefix();
-    if (lacksAny(prefixSets, filter.srcPrefixSets()) ||
-        lacksAny(prefixSets, filter.srcLpmPrefixSets()) ||
-        lacksAny(prefixSets, filter.dstPrefixSets()) ||
-        lacksAny(prefixSets, filter.dstLpmPrefixSets())) {
-        return true;
-    }
-    const auto* const vlanSets = config == nullptr ? nullptr : &config->fieldSetVlan();
-    for (const auto& tag : filter.vlanTags()) {
-        if (lacksAny(vlanSets, tag->vlanFieldSets())) return true;
-    }
-    const auto* const portSets = config == nullptr ? nullptr : &config->fieldSetL4Port();
-    for (const auto& [range, protoField] : filter.protocols()) {
-        if (!protoField) continue;
-        for (const auto& ports : protoField->portFields()) {
-            if (lacksAny(portSets, ports->sportFieldSets()) ||
-                lacksAny(portSets, ports->dportFieldSets())) {
-                return true;
-            }
-        }
+bool lacksAny(const FieldSetConfig& config, FieldSetKind kind, bool isIpv6,
+              const FieldSetNames& names) {
+    switch (kind) {
+        case FieldSetKind::prefix:
+            return lacksAny(isIpv6 ? config.fieldSetIpv6Prefix() : config.fieldSetIpPrefix(),
+                            names);
+        case FieldSetKind::vlan:
+            return lacksAny(config.fieldSetVlan(), names);
+        case FieldSetKind::l4Port:
+            return lacksAny(config.fieldSetL4Port(), names);
     }
     return false;
 }
@@ -47,13 +35,15 @@ bool refersToUndefined(const StructuredFilter& filter, bool isIpv6, const FieldS
 
 bool refersToUndefinedFieldSet(const PolicyMap::ClassMapMatch& match,
                                const FieldSetConfig* fieldSetConfig) {
-    const StructuredFilter& filter = *match.structuredFilter();
-    const bool isIpv6 = match.option() == PolicyMap::ClassMapMatchOption::ipv6;
-    if (refersToUndefined(filter, isIpv6, fieldSetConfig)) return true;
-    const auto& inner = filter.innerMatch();
-    return inner && inner->structuredFilter() &&
-           refersToUndefined(*inner->structuredFilter(), inner->af() != Wire::AddressFamily::ipv4,
-                             fieldSetConfig);
+    const auto isUndefined = [&](FieldSetKind kind, const FieldSetNames& names,
+                                 const InnerMatch* inner) {
+        if (fieldSetConfig == nullptr) return !names.empty();
+        const bool isIpv6 = inner == nullptr
+                                ? match.option() == PolicyMap::ClassMapMatchOption::ipv6
+                                : inner->af() != Wire::AddressFamily::ipv4;
+        return lacksAny(*fieldSetConfig, kind, isIpv6, names);
+    };
+    return anyFieldSetNames(*match.structuredFilter(), isUndefined);
 }
 
 }  // namespace TrafficPolicyCli

@@ -203,8 +203,7 @@ void ShowTrafficPolicyBase::cacheClassState(const Orb::Ptr<const PolicyMapSubCon
         SHOW_TRACE(7, "Caching " << index << " " << className << " " << option);
         if (hasStatus) cacheClassMapStatus(policyName, index, cmapStatus);
         if (!nextPolicyStatus && otherCmapStatus) renumbered.is(index, otherCmapStatus);
-        if (!policyState->undefinedFieldSet() && !match->namesNoFieldSet() &&
-            match->structuredFilter() &&
+        if (!policyState->undefinedFieldSet() && match->structuredFilter().namesFieldSets() &&
             refersToUndefinedFieldSet(*match, fieldSetConfig().get())) {
             policyState->undefinedFieldSetIs(true);
         }

@@ -199,10 +199,10 @@ void renderPolice(RendererV2& renderer, const Action& action, const Layout& layo
 
 struct ActionRow {
     ActionType type;
+    // Null: printed by the kind of attachment, because it has the counts.
     void (*render)(RendererV2& renderer, const Action& action, const Layout& layout);
 };
 
-// By type, from 0, but for count, which depends on the kind of attachment.
 constexpr ActionRow actionRows[] = {
     {ActionType::drop, renderDrop},
     {ActionType::gotoMatch, renderGoto},
@@ -216,13 +216,9 @@ constexpr ActionRow actionRows[] = {
     {ActionType::setIdentityTag, renderSetIdentityTag},
     {ActionType::police, renderPolice},
     {ActionType::log, renderLog},
+    {ActionType::count, nullptr},
 };
-static_assert([] {
-    for (std::size_t i = 0; i < std::size(actionRows); ++i) {
-        if (static_cast<std::size_t>(actionRows[i].type) != i) return false;
-    }
-    return true;
-}());
+static_assert(PolicyMap::isRowPerAction(actionRows));
 
 const PolicyMap::PolicyClassAction* findActionSet(const PolicyState& policyState,
                                                   const Orb::String& ruleName, U32 ruleIndex) {
@@ -251,12 +247,12 @@ void ShowTrafficPolicyBase::renderActions(RendererV2* renderer, const Orb::Strin
     using Entry = Orb::MapEntry<ActionType, Orb::Ptr<const Action>>;
     const auto renderAction = [&](const Entry& entry, bool) {
         const auto type = static_cast<std::size_t>(entry.key);
-        if (entry.key == ActionType::count) {
-            renderCountAction(renderer, ruleIndex, policyState, entry.value, indent);
-        } else if (type < std::size(actionRows)) {
-            actionRows[type].render(*renderer, *entry.value, layout);
-        } else {
+        if (type >= std::size(actionRows)) {
             ORB_ASSERT(false && "Unexpected action type");
+        } else if (const auto render = actionRows[type].render) {
+            render(*renderer, *entry.value, layout);
+        } else {
+            renderCountAction(renderer, ruleIndex, policyState, entry.value, indent);
         }
     };
     forEachAscending(actionSet->action(), renderAction,

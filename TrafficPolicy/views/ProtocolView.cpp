@@ -12,6 +12,7 @@ namespace TrafficPolicyCli {
 
 namespace {
 
+using Classification::TcpFlag;
 using PolicyMap::ClassMapMatchOption;
 using textout::RendererV2;
 using ProtoFieldPtr = Orb::Ptr<const Classification::ProtoField>;
@@ -19,28 +20,15 @@ using PortFieldPtr = Orb::Ptr<const Classification::PortField>;
 
 constexpr Classification::ProtocolRange tcp(6, 6);
 
-struct TcpFlag {
-    std::string_view name;
-    U16 bit;
-    bool isKeyword;  // stands alone in its group and without a value
-};
-
-// In the order in which the flags of a group are shown.
-constexpr TcpFlag tcpFlags[] = {
-    {"initial-syn", 0x200, true}, {"established", 0x100, true}, {"ack", 0x010, false},
-    {"fin", 0x001, false},        {"psh", 0x008, false},        {"rst", 0x004, false},
-    {"syn", 0x002, false},        {"urg", 0x020, false},
-};
-
 bool showsAll(U32 revision, U32 format) {
     return revision > 1 || format == static_cast<U32>(textout::OutputFormat_t::text);
 }
 
 void renderTcpFlagGroup(RendererV2& renderer, std::string_view label, std::string_view jsonKey,
                         const Classification::TcpFlagAndMask& group, U32 indent) {
-    std::array<const TcpFlag*, std::size(tcpFlags)> found{};
+    std::array<const TcpFlag*, std::size(Classification::tcpFlags)> found{};
     std::size_t count = 0;
-    for (const TcpFlag& flag : tcpFlags) {
+    for (const TcpFlag& flag : Classification::tcpFlags) {
         if ((group.mask & flag.bit) != 0) found[count++] = &flag;
     }
     const auto activeFlags = std::span(found).first(count);

@@ -15,7 +15,7 @@ struct Bounds {
     U64 lowest = 0;
     U64 highest = ~U64{0};
 
-    bool holds(U64 number) const { return number >= lowest && number <= highest; }
+    constexpr bool holds(U64 number) const { return number >= lowest && number <= highest; }
     // "0 to 65535".
     std::string stringValue() const {
         return std::to_string(lowest) + " to " + std::to_string(highest);

@@ -27,6 +27,23 @@ enum class ActionType : U8 {
     lastReserved = 27,
 };
 
+// The names of the action types in documents, by type: one for each that has a meaning.
+inline constexpr std::string_view actionNames[] = {
+    "drop",   "gotoMatch", "redirectNexthop", "redirectNexthopGroup", "setAggGroup",
+    "setVrf", "setDscp",   "setTc",           "stripHeaderBytes",     "setIdentityTag",
+    "police", "log",       "count",
+};
+static_assert(std::size(actionNames) == static_cast<std::size_t>(ActionType::count) + 1);
+
+// Says whether a table has a row for each action type, in their order. For static_assert.
+template <class Row, std::size_t count>
+constexpr bool isRowPerAction(const Row (&rows)[count]) {
+    for (std::size_t i = 0; i < count; ++i) {
+        if (rows[i].type != static_cast<ActionType>(i)) return false;
+    }
+    return count == std::size(actionNames);
+}
+
 class ORB_EXPORT Action : public Orb::PtrInterface {
     ORB_TYPE(Action)
     ORB_CONSTRUCTIBLE(Action, ActionType)
@@ -86,7 +103,7 @@ class ORB_EXPORT SetVrfAction : public Action {
 class ORB_EXPORT SetDscpAction : public Action {
     ORB_DERIVED_TYPE(SetDscpAction, Action)
     ORB_CONSTRUCTIBLE(SetDscpAction)
-    ORB_ATTRIBUTE(dscp, U8)  // 0 to 63
+    ORB_ATTRIBUTE(dscp, U8)  // as Classification::DscpRange
 
     SetDscpAction() : Action(ActionType::setDscp) {}
 };
@@ -94,7 +111,8 @@ class ORB_EXPORT SetDscpAction : public Action {
 class ORB_EXPORT SetTcAction : public Action {
     ORB_DERIVED_TYPE(SetTcAction, Action)
     ORB_CONSTRUCTIBLE(SetTcAction)
-    ORB_ATTRIBUTE(tc, U8)  // 0 to 7
+    static constexpr Base::Bounds bounds{0, 7};
+    ORB_ATTRIBUTE(tc, U8)
 
     SetTcAction() : Action(ActionType::setTc) {}
 };
@@ -110,8 +128,10 @@ class ORB_EXPORT StripHeaderBytesAction : public Action {
 class ORB_EXPORT SetIdentityTagAction : public Action {
     ORB_DERIVED_TYPE(SetIdentityTagAction, Action)
     ORB_CONSTRUCTIBLE(SetIdentityTagAction)
-    ORB_ATTRIBUTE(idTag, U16)       // 1 to 4094
-    ORB_ATTRIBUTE(innerIdTag, U16)  // 1 to 4094; 0: none
+    static constexpr Base::Bounds bounds{1, 4094};
+    static constexpr Base::Bounds innerBounds{0, 4094};
+    ORB_ATTRIBUTE(idTag, U16)
+    ORB_ATTRIBUTE(innerIdTag, U16)  // 0: none
 
     SetIdentityTagAction() : Action(ActionType::setIdentityTag) {}
 };

@@ -15,10 +15,7 @@ class ORB_EXPORT ClassMapMatch : public Orb::PtrInterface {
     ORB_KEY(name, Orb::String)
     ORB_KEY(option, ClassMapMatchOption)
     // Null: the match has no criteria structure, as distinct from an empty one, which matches all.
-    ORB_ATTRIBUTE(structuredFilter, Orb::Ptr<const Classification::StructuredFilter>)
-    // Whoever made the match knows that its filter names no field set, which spares looking. A
-    // match of which that is not known reads as false.
-    ORB_ATTRIBUTE(namesNoFieldSet, bool)
+    ORB_ATTRIBUTE(structuredFilter, Classification::FilterReference)
 
     ClassMapMatch(Orb::String name, ClassMapMatchOption option)
         : name_(std::move(name)), option_(option) {}

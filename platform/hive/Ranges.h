@@ -1,9 +1,11 @@
-// Ranges of numbers that rules match, and the flags and types of TCP and ICMP. All bounds are
+// Ranges of numbers that rules match, and the flags and types of TCP and ICMP. Each type of range
+// has the bounds of its numbers, from which readers, filters and messages take them. All bounds are
 // inclusive; ranges order by (low, high).
 #pragma once
 
 #include <compare>
 
+#include "base/Number.h"
 #include "orb/HashMap2018.h"
 
 namespace Classification {
@@ -18,59 +20,78 @@ struct NumericalRange {
     friend auto operator<=>(const NumericalRange&, const NumericalRange&) = default;
     U64 hashValue() const { return (U64{low} << 32) | high; }
     // "low-high", or the number alone when the bounds are equal.
-    Orb::String stringValue() const {
-        Orb::String text = std::to_string(low);
-        if (low != high) text += "-" + std::to_string(high);
-        return text;
-    }
+    Orb::String stringValue() const { return Base::rangeText(low, high); }
 };
 
-// IP packet length in bytes, 0 to 65535.
+// IP packet length in bytes.
 struct PacketLengthRange : NumericalRange {
     using NumericalRange::NumericalRange;
+    static constexpr Base::Bounds bounds{0, 65535};
 };
-// Fragment offset in units of 8 bytes, 0 to 8191 (RFC 791).
+// Fragment offset in units of 8 bytes (RFC 791).
 struct FragmentOffsetRange : NumericalRange {
     using NumericalRange::NumericalRange;
+    static constexpr Base::Bounds bounds{0, 8191};
 };
-// Differentiated services code point, 0 to 63 (RFC 2474).
+// Differentiated services code point (RFC 2474).
 struct DscpRange : NumericalRange {
     using NumericalRange::NumericalRange;
+    static constexpr Base::Bounds bounds{0, 63};
 };
-// Explicit congestion notification, 0 to 3 (RFC 3168).
+// Explicit congestion notification (RFC 3168).
 struct EcnRange : NumericalRange {
     using NumericalRange::NumericalRange;
+    static constexpr Base::Bounds bounds{0, 3};
 };
-// Time to live or hop limit, 0 to 255.
+// Time to live or hop limit.
 struct TtlRange : NumericalRange {
     using NumericalRange::NumericalRange;
+    static constexpr Base::Bounds bounds{0, 255};
 };
-// IP protocol number, 0 to 255 (IANA "Protocol Numbers").
+// IP protocol number (IANA "Protocol Numbers").
 struct ProtocolRange : NumericalRange {
     using NumericalRange::NumericalRange;
+    static constexpr Base::Bounds bounds{0, 255};
 };
-// TCP, UDP or SCTP port, 0 to 65535.
+// TCP, UDP or SCTP port.
 struct PortRange : NumericalRange {
     using NumericalRange::NumericalRange;
+    static constexpr Base::Bounds bounds{0, 65535};
 };
-// VLAN id, 1 to 4094 (IEEE 802.1Q).
+// VLAN id (IEEE 802.1Q).
 struct VlanRange : NumericalRange {
     using NumericalRange::NumericalRange;
+    static constexpr Base::Bounds bounds{1, 4094};
 };
-// ICMP code, 0 to 255.
+// ICMP code.
 struct IcmpCodeRange : NumericalRange {
     using NumericalRange::NumericalRange;
+    static constexpr Base::Bounds bounds{0, 255};
 };
 
-// ICMP types, 0 to 255, with the codes they are restricted to; no codes: unrestricted.
+// ICMP types with the codes they are restricted to; no codes: unrestricted.
 struct IcmpTypeRange : NumericalRange {
     using NumericalRange::NumericalRange;
+    static constexpr Base::Bounds bounds{0, 255};
     Orb::HashSet2018<IcmpCodeRange> codes;
 };
 
+// A TCP flag, or a keyword that is matched like one.
+struct TcpFlag {
+    std::string_view name;
+    U16 bit;
+    bool isKeyword;  // alone in its group, and set
+};
+
+// In the order in which the flags of a group are shown (RFC 9293).
+inline constexpr TcpFlag tcpFlags[] = {
+    {"initial-syn", 0x200, true}, {"established", 0x100, true}, {"ack", 0x010, false},
+    {"fin", 0x001, false},        {"psh", 0x008, false},        {"rst", 0x004, false},
+    {"syn", 0x002, false},        {"urg", 0x020, false},
+};
+
 // One group of TCP flags that must hold together: the bits of the mask are looked at, and each must
-// have the value of its bit in flag. Bits 0x001 fin, 0x002 syn, 0x004 rst, 0x008 psh, 0x010 ack,
-// 0x020 urg (RFC 9293), 0x100 established, 0x200 initial-syn. Orders by (mask, flag).
+// have the value of its bit in flag. Orders by (mask, flag).
 struct TcpFlagAndMask {
     U16 mask = 0;
     U16 flag = 0;

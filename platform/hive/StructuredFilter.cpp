@@ -12,19 +12,11 @@ ORB_DEFINE_TYPE(InnerMatch)
 StructuredFilter::StructuredFilter() = default;
 StructuredFilter::~StructuredFilter() = default;
 
-bool StructuredFilter::refersToFieldSets() const {
-    if (srcPrefixSets() || srcLpmPrefixSets() || dstPrefixSets() || dstLpmPrefixSets()) return true;
-    for (const auto& tag : vlanTags()) {
-        if (tag->vlanFieldSets()) return true;
-    }
-    for (const auto& [range, protoField] : protocols()) {
-        if (!protoField) continue;
-        for (const auto& ports : protoField->portFields()) {
-            if (ports->sportFieldSets() || ports->dportFieldSets()) return true;
-        }
-    }
-    return innerMatch() && innerMatch()->structuredFilter() &&
-           innerMatch()->structuredFilter()->refersToFieldSets();
+bool FilterReference::looksForNames() const {
+    const auto hasNames = [](FieldSetKind, const auto& names, const InnerMatch*) {
+        return !names.empty();
+    };
+    return *this && anyFieldSetNames(**this, hasNames);
 }
 
 }  // namespace Classification

@@ -84,9 +84,6 @@ class ORB_EXPORT StructuredFilter : public Orb::PtrInterface {
 
     StructuredFilter();
     ~StructuredFilter() override;
-
-    // Says whether some criterion, of the outer or the inner header, names a field set.
-    bool refersToFieldSets() const;
 };
 
 // A match of what an encapsulated packet holds.
@@ -99,6 +96,54 @@ class ORB_EXPORT InnerMatch : public Orb::PtrInterface {
 
     InnerMatch(Wire::AddressFamily family, EncapsulationType encapsulation)
         : af_(family), encapType_(encapsulation) {}
+};
+
+// The kinds of field sets that filters name.
+enum class FieldSetKind : U8 { prefix, vlan, l4Port };
+
+// Walks the names of field sets of a filter, those of the packet inside last. Calls
+// visit(kind, names, inner) for the names of each criterion, with the match of the packet inside or
+// null, until a call returns true. Says whether one did.
+template <class Visit>
+bool anyFieldSetNames(const StructuredFilter& filter, Visit visit,
+                      const InnerMatch* inner = nullptr) {
+    for (const auto* const names : {&filter.srcPrefixSets(), &filter.srcLpmPrefixSets(),
+                                    &filter.dstPrefixSets(), &filter.dstLpmPrefixSets()}) {
+        if (visit(FieldSetKind::prefix, *names, inner)) return true;
+    }
+    for (const auto& tag : filter.vlanTags()) {
+        if (visit(FieldSetKind::vlan, tag->vlanFieldSets(), inner)) return true;
+    }
+    for (const auto& [range, protoField] : filter.protocols()) {
+        if (!protoField) continue;
+        for (const auto& ports : protoField->portFields()) {
+            if (visit(FieldSetKind::l4Port, ports->sportFieldSets(), inner) ||
+                visit(FieldSetKind::l4Port, ports->dportFieldSets(), inner)) {
+                return true;
+            }
+        }
+    }
+    const InnerMatch* const next = inner == nullptr ? filter.innerMatch().get() : nullptr;
+    return next != nullptr && next->structuredFilter() &&
+           anyFieldSetNames(*next->structuredFilter(), visit, next);
+}
+
+// A filter, or null, and whether it names field sets, which is looked up once: who walks many rules
+// need not look into their filters. The filter must not change any more.
+class ORB_EXPORT FilterReference : public Orb::Ptr<const StructuredFilter> {
+  public:
+    FilterReference() = default;
+    template <class Filter>
+    requires std::is_convertible_v<Filter, Orb::Ptr<const StructuredFilter>> FilterReference(
+        Filter filter)
+        : Orb::Ptr<const StructuredFilter>(std::move(filter)), namesFieldSets_(looksForNames()) {}
+
+    bool namesFieldSets() const { return namesFieldSets_; }
+
+  private:
+    bool looksForNames() const;
+
+    bool namesFieldSets_ = false;
 };
 
 }  // namespace Classification
