@@ -1,6 +1,5 @@
 #include "agent/Options.h"
 
-#include "base/Number.h"
 #include "base/Text.h"
 
 namespace CounterAgent {
@@ -26,95 +25,67 @@ Rate parseRate(const std::string& value) {
         rate.packetsPerSecond = Rate::fastest;
         return rate;
     }
-    constexpr Base::Bounds bounds{0, Rate::highest};
-    const auto packetsPerSecond = Base::parseNumber(number, bounds);
-    if (!packetsPerSecond) {
-        const Base::NumberFault fault = Base::numberFault(number, bounds);
-        throw OptionError(
-            "--rate: " + inQuotes(number) + " " + std::string(fault.wrong) + ", expected " +
-            (fault.right.empty() ? "a number " + bounds.stringValue() + " or max" : fault.right));
-    }
-    rate.packetsPerSecond = *packetsPerSecond;
+    rate.packetsPerSecond = Base::numberValue("--rate", number, {0, Rate::highest}, " or max");
     return rate;
+}
+
+const std::vector<Base::Option<Options>>& table() {
+    static const std::vector<Base::Option<Options>> rows = {
+        {{"--state", "DIR", "a directory", "the state directory; default: the current directory"},
+         [](const std::string& value, Options& options) {
+             if (value.empty()) Base::refuseValue("--state", value, "is empty", "a directory");
+             options.stateDirectory = value;
+         }},
+        {{"--recreate", "", "",
+          "create the store again from the state documents, with identities that no counter has "
+          "had, so that earlier clears do not apply to it"},
+         [](const std::string&, Options& options) { options.recreate = true; }},
+        {{"--once", "", "", "create or repair the store and exit, without counting"},
+         [](const std::string&, Options& options) { options.once = true; }},
+        {{"--rate", "[POLICY/NAME=]N", "a rate",
+          "count N packets a second, 0 to " + std::to_string(Rate::highest) +
+              ", or \"max\": as fast as possible; for every rule and named counter, or for the "
+              "rule and the named counter NAME of POLICY, in every direction that has them. May "
+              "be repeated"},
+         [](const std::string& value, Options& options) {
+             options.rates.push_back(parseRate(value));
+         }},
+    };
+    return rows;
 }
 
 }  // namespace
 
-Options parseOptions(const std::vector<std::string>& arguments) {
-    Options options;
-    for (auto argument = arguments.begin(); argument != arguments.end(); ++argument) {
-        // "--name value" or "--name=value".
-        const std::size_t equals = argument->find('=');
-        const std::string name = argument->substr(0, equals);
-        const bool takesValue = name == "--state" || name == "--rate";
-        std::string value;
-        if (takesValue && equals != std::string::npos) {
-            value = argument->substr(equals + 1);
-        } else if (takesValue && ++argument != arguments.end()) {
-            value = *argument;
-        } else if (takesValue) {
-            throw OptionError(name + " needs a value");
-        } else if (equals != std::string::npos && name.starts_with("--")) {
-            throw OptionError(inQuotes(name) + " takes no value");
-        }
-
-        if (name == "--state") {
-            if (value.empty()) throw OptionError("--state: \"\" is empty, expected a directory");
-            options.stateDirectory = value;
-        } else if (name == "--rate") {
-            options.rates.push_back(parseRate(value));
-        } else if (name == "--recreate") {
-            options.recreate = true;
-        } else if (name == "--once") {
-            options.once = true;
-        } else if (name == "--help") {
-            options.help = true;
-        } else if (name == "--version") {
-            options.version = true;
-        } else {
-            throw OptionError(
-                "unknown option " + inQuotes(*argument) +
-                ", expected --state, --recreate, --once, --rate, --help or --version");
-        }
-    }
-    return options;
+Base::Request parseOptions(const std::vector<std::string>& arguments, Options& options) {
+    return Base::parseOptions<Options>(arguments, table(), options, [](const std::string& word) {
+        throw OptionError(inQuotes(word) + " is not an option; --help lists them");
+    });
 }
 
 std::string helpText() {
-    return R"(Plays the counter agent of a switch: keeps the counter store of a state directory, the
-file counters.reef, and counts packets of 64 bytes into it until it gets SIGTERM or
-SIGINT. Programs that show counters may read the store all the while.
-
-Usage: counteragent [--state DIR] [--recreate] [--once] [--rate RATE]...
-       counteragent --help
-
-  --state DIR   the state directory; the current directory when absent
-  --recreate    make the store anew from the state documents, with identities that no
-                counter has had, so that what was cleared before does not apply to it
-  --once        make or mend the store and end, without counting
-  --rate N      count N packets a second, 0 to 1000000000000, for every rule and named
-                counter; "max": one packet after the other, as fast as it goes
-  --rate POLICY/NAME=N
-                the rate of one rule or named counter, in every direction that has it;
-                a policy's rule and counter of one name both have the rate
-  --help        print this text
-  --version     print the version
-
-Without a store the agent makes one: the counters of interface policies in status.json,
-input and output, with the figures and identities given there. A counter that was cleared
-at a higher figure (snapshots.json) gets a new identity. A store that stands is continued
-with its identities and figures; counters that came or went since then need --recreate.
-What another agent left unfinished when it died is taken back. A damaged record has its
-former counts again, or, when they are damaged too, counts from 0 under a new identity.
-
-A named counter that counts per interface adds to one of its interfaces after the other,
-and to its total. Without --rate nothing is counted.
+    const std::vector<Base::OptionForm> forms = Base::formsOf<Options>(table());
+    return "Does the work of a switch's counter agent: keeps the counter store of a state\n"
+           "directory, the file counters.reef, and counts packets of 64 bytes into it until\n"
+           "SIGTERM or SIGINT. Other programs may read the store meanwhile.\n"
+           "\n" +
+           Base::usageLine("counteragent", forms, "") +
+           "       counteragent --help | --version\n"
+           "\n" +
+           Base::optionsHelp(forms) +
+           R"(
+If there is no store, the agent creates one: the counters of interface policies
+in status.json, input and output, with the counts and identities given there. An
+existing store keeps its identities and counts, and the documents are not read;
+use --recreate when counters were added or removed. Records that another agent
+left unfinished when it died are restored. A named counter that counts per
+interface adds to one of its interfaces after the other, and to its total.
+Without --rate nothing is counted.
 
 Exit status:
   0  ended by SIGTERM or SIGINT, or --once: every record is finished
   1  wrong options, or a counter that the store does not have
-  2  the state or the store is missing or damaged, another agent holds the store, or it
-     cannot be written
+  2  the state or the store is missing or damaged, another agent holds the
+     store, or it cannot be written
 
 Examples:
   counteragent --state examples/campus --rate 1000

@@ -1,14 +1,14 @@
 // The command line of counteragent.
 #pragma once
 
-#include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "orb/Types.h"
+#include "base/Options.h"
 
 namespace CounterAgent {
+
+using Base::OptionError;
 
 // How fast to count: packets of 64 bytes a second, or a packet a time as fast as it goes.
 struct Rate {
@@ -22,19 +22,11 @@ struct Options {
     std::string stateDirectory = ".";
     bool recreate = false;
     bool once = false;
-    bool help = false;
-    bool version = false;
     std::vector<Rate> rates;  // of several for one counter the last counts
 };
 
-// What is wrong with the command line, and what would be right.
-class OptionError : public std::runtime_error {
-  public:
-    using std::runtime_error::runtime_error;
-};
-
 // Reads the arguments behind the program's name. Throws OptionError.
-Options parseOptions(const std::vector<std::string>& arguments);
+Base::Request parseOptions(const std::vector<std::string>& arguments, Options& options);
 
 std::string helpText();
 

@@ -135,10 +135,11 @@ int main(int argc, char** argv) {
     // A store beyond the limit of a file's size (ulimit -f) is an error of writing.
     std::signal(SIGXFSZ, SIG_IGN);
     try {
-        const auto options = CounterAgent::parseOptions({argv + 1, argv + argc});
-        if (!options.help && !options.version) return CounterAgent::run(options);
-        std::fputs(options.help ? CounterAgent::helpText().c_str()
-                                : ("counteragent " + std::string(Base::version) + "\n").c_str(),
+        CounterAgent::Options options;
+        const auto request = CounterAgent::parseOptions({argv + 1, argv + argc}, options);
+        if (request == Base::Request::run) return CounterAgent::run(options);
+        const bool isHelp = request == Base::Request::help;
+        std::fputs((isHelp ? CounterAgent::helpText() : Base::versionText("counteragent")).c_str(),
                    stdout);
         return 0;
     } catch (const CounterAgent::OptionError& error) {

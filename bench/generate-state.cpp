@@ -1,56 +1,64 @@
 // build/generate-state: writes a state directory of any size, for measurements and for play.
-#include <charconv>
 #include <cstdio>
-#include <cstring>
-#include <stdexcept>
 
 #include "StateGenerator.h"
+#include "base/Options.h"
 
 namespace {
 
-struct Option {
-    const char* name;
-    U32 Bench::StateShape::*number;
-    const char* meaning;
-};
-constexpr Option options[] = {
-    {"--policies", &Bench::StateShape::policies, "how many policies"},
-    {"--rules", &Bench::StateShape::rules, "rules of each policy"},
-    {"--points", &Bench::StateShape::points, "interfaces that each policy is attached to"},
-    {"--ipv6-percent", &Bench::StateShape::ipv6Percent, "how many rules match IPv6"},
-    {"--field-sets", &Bench::StateShape::fieldSets, "how many IPv4 prefix field sets"},
-    {"--prefixes", &Bench::StateShape::prefixes, "prefixes of each field set"},
-    {"--seed", &Bench::StateShape::seed, "another seed gives another state"},
+using Bench::StateShape;
+
+template <U32 StateShape::*number>
+Base::Option<StateShape> numberOption(const std::string& name, const std::string& meaning) {
+    const std::string help = meaning + "; default " + std::to_string(StateShape().*number);
+    return {{name, "N", "a number", help}, [name](const std::string& value, StateShape& shape) {
+                shape.*number = static_cast<U32>(Base::numberValue(name, value, {0, ~U32{0}}));
+            }};
+}
+
+const Base::Option<StateShape> options[] = {
+    numberOption<&StateShape::policies>("--policies", "how many policies"),
+    numberOption<&StateShape::rules>("--rules", "rules of each policy"),
+    numberOption<&StateShape::points>("--points", "interfaces that each policy is attached to"),
+    numberOption<&StateShape::ipv6Percent>("--ipv6-percent", "how many rules match IPv6"),
+    numberOption<&StateShape::fieldSets>("--field-sets", "how many IPv4 prefix field sets"),
+    numberOption<&StateShape::prefixes>("--prefixes", "prefixes of each field set"),
+    numberOption<&StateShape::seed>("--seed", "another seed gives another state"),
 };
 
-int usage() {
-    std::fputs("Usage: generate-state [OPTION NUMBER]... DIRECTORY\n\n", stderr);
-    const Bench::StateShape shape;
-    for (const Option& option : options) {
-        std::fprintf(stderr, "  %-16s%s (%u)\n", option.name, option.meaning, shape.*option.number);
+std::string helpText() {
+    return "Usage: generate-state [OPTION N]... DIRECTORY\n\n" +
+           Base::optionsHelp(Base::formsOf<StateShape>(options));
+}
+
+int run(const std::vector<std::string>& arguments) {
+    StateShape shape;
+    std::vector<std::string> words;
+    const auto request = Base::parseOptions<StateShape>(
+        arguments, options, shape, [&](const std::string& word) { words.push_back(word); });
+    if (request != Base::Request::run) {
+        const bool isHelp = request == Base::Request::help;
+        std::fputs((isHelp ? helpText() : Base::versionText("generate-state")).c_str(), stdout);
+        return 0;
     }
-    return 1;
+    if (words.size() != 1) {
+        std::fputs(helpText().c_str(), stderr);
+        return 1;
+    }
+    Bench::generateState(shape, words.front());
+    return 0;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    Bench::StateShape shape;
-    int at = 1;
-    for (; at + 1 < argc && std::strncmp(argv[at], "--", 2) == 0; at += 2) {
-        const Option* option = options;
-        while (option != std::end(options) && std::strcmp(option->name, argv[at]) != 0) ++option;
-        if (option == std::end(options)) return usage();
-        const char* const end = argv[at + 1] + std::strlen(argv[at + 1]);
-        const auto [stop, error] = std::from_chars(argv[at + 1], end, shape.*option->number);
-        if (error != std::errc() || stop != end) return usage();
-    }
-    if (at + 1 != argc || argv[at][0] == '-') return usage();
     try {
-        Bench::generateState(shape, argv[at]);
+        return run({argv + 1, argv + argc});
+    } catch (const Base::OptionError& error) {
+        std::fprintf(stderr, "generate-state: %s\n", error.what());
+        return 1;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "generate-state: %s\n", error.what());
         return 2;
     }
-    return 0;
 }

@@ -30,12 +30,6 @@ class CommandError : public std::runtime_error {
     std::string expected_;
 };
 
-// An option that is unknown or has a wrong value. The message says what would be right.
-class OptionError : public std::runtime_error {
-  public:
-    using std::runtime_error::runtime_error;
-};
-
 // Three lines without the last line end:
 //     the problem
 //       show traffic-policy interface sumary

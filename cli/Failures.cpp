@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <filesystem>
 
+#include "base/Options.h"
 #include "cli/ExitStatus.h"
 #include "state/StateError.h"
 #include "textout/Interrupt.h"
@@ -26,7 +27,7 @@ int reportFailures(const std::string& place, const Words& words, const std::func
     } catch (const CommandError& error) {
         complain(place + explain(words, error));
         return ExitStatus::badCommand;
-    } catch (const OptionError& error) {
+    } catch (const Base::OptionError& error) {
         complain(place + error.what());
         return ExitStatus::badCommand;
     } catch (const StateDirectory::StateError& error) {

@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "cli/Commands.h"
+#include "cli/Options.h"
 
 namespace Cli {
 
@@ -39,14 +40,12 @@ void appendWords(std::string& text, std::string_view words) {
 }  // namespace
 
 std::string usageText() {
-    std::string text =
-        "Usage: tpcli [--state DIR] [--json] [--revision N]\n"
-        "             [--trace FACILITY/LEVEL[,...]] WORDS...\n"
-        "       tpcli [OPTIONS] -c COMMAND [COMMAND...]\n"
-        "       tpcli [OPTIONS] <FILE\n"
-        "       tpcli --help\n"
-        "\n"
-        "Commands:\n";
+    std::string text = optionsUsage() +
+                       "       tpcli [OPTIONS] -c COMMAND [COMMAND...]\n"
+                       "       tpcli [OPTIONS] <FILE\n"
+                       "       tpcli --help | --version\n"
+                       "\n"
+                       "Commands:\n";
     for (const Command& command : commands()) {
         appendWords(text, command.line);
         text.append("      ").append(command.purpose).append("\n");
@@ -56,46 +55,29 @@ std::string usageText() {
 
 std::string helpText() {
     return "Shows the traffic policies of a switch: where they are configured, where\n"
-           "hardware and kernel took them and where not, their rules and counts, and the\n"
-           "field sets they refer to.\n"
+           "hardware and kernel installed them and where not, their rules and counts,\n"
+           "and the field sets they refer to.\n"
            "\n" +
            usageText() +
            R"(
-Words of commands may be shortened while that is unambiguous: sh tr int err.
-A word that reads as a keyword, whole or shortened, is one. A word in double
-quotes is always a NAME; the shell takes one pair of quotes away: '"cpu"'.
+Words of commands may be shortened as long as they are unambiguous: sh tr int
+err. A word that can be a keyword, whole or shortened, is one. A word in double
+quotes is always a NAME; the shell removes one pair of quotes: '"cpu"'.
 
-Options, which may stand anywhere:
-  --state DIR     directory of the state documents; when absent that of the
-                  environment variable TPCLI_STATE, else the current one
-  -c COMMAND      run this command, given as one argument, and those behind it;
-                  without -c and WORDS, the commands that standard input has,
-                  one on each line. The exit status is that of the first that
-                  failed
-  --json          print JSON instead of text
-  --color auto|always|never
-                  colours in text; auto, as when absent: on a terminal, unless
-                  the environment has NO_COLOR
-  --revision N    revision of the JSON model; when absent 2
-  --trace FACILITY/LEVEL[,...]
-                  write trace messages of the levels 0 to LEVEL, at most 9, to
-                  standard error. Facility: TrafficPolicyShowCliHelper. The
-                  word Blip, without a level, dumps the ring of recent messages
-                  when the command ends
-  --              what follows are words, whatever they look like
-  --help          print this text
-  --version       print the version
-
+Options, anywhere on the command line:
+)" + optionsHelp() +
+           R"(
 Exit status:
-    0  the command ran; when nothing has the NAME, standard error says so
+    0  the command ran; if the NAME is unknown, or is elsewhere, standard
+       error says so
     1  wrong words or options
     2  the state directory is missing or has a mistake, and nothing is shown;
        or not everything could be cleared
     3  the output could not be written
-    4  a fault of the program or the machine, as memory that ran out
-  130  interrupted: what was printed stands, JSON stays incomplete. A second
-       interrupt ends the process at once
-  141  the output went to a pipe that nobody reads any more
+    4  a fault of the program or the machine, such as too little memory
+  130  interrupted: the output is incomplete, also JSON. A second interrupt
+       ends the process at once
+  141  the output went to a pipe that was closed
 
 A report of -c or of standard input can go through filters:
   | include REGEX, | exclude REGEX    lines that match, or that do not

@@ -6,10 +6,13 @@
 #include <utility>
 #include <vector>
 
+#include "base/Options.h"
 #include "cli/CommandError.h"
 #include "orb/Types.h"
 
 namespace Cli {
+
+using Base::OptionError;
 
 enum class ColourMode { automatic, always, never };
 
@@ -19,8 +22,6 @@ struct Options {
     U32 revision = 2;
     std::vector<std::pair<std::string, U32>> traces;  // facilities and their levels
     bool dumpsBlip = false;
-    bool help = false;
-    bool version = false;
     ColourMode colour = ColourMode::automatic;
     // Either the commands of -c and behind it, one line each, or the words of one command; without
     // either, commands come from standard input.
@@ -34,9 +35,13 @@ struct Options {
 // Of --state, else of TPCLI_STATE, else the current one.
 std::string stateDirectoryOf(const Options& options);
 
-std::vector<std::string_view> optionNames();
+std::vector<std::string> optionNames();
 
 // Reads the arguments behind the program's name. Throws OptionError.
-Options parseOptions(const std::vector<std::string>& arguments);
+Base::Request parseOptions(const std::vector<std::string>& arguments, Options& options);
+
+// The options in the help: the first lines of how to call tpcli, and what each does.
+std::string optionsUsage();
+std::string optionsHelp();
 
 }  // namespace Cli

@@ -63,8 +63,6 @@ int runCommand(const Plan& plan, const Options& options) {
 }
 
 int runOptions(const Options& options) {
-    if (options.help) return print(helpText());
-    if (options.version) return print("tpcli " + std::string(Base::version) + "\n");
     const bool isOneCommand = options.commands.empty() && !options.words.empty();
     const Plan plan = isOneCommand ? planOf(options.words) : Plan();
     for (const auto& [facility, level] : options.traces) {
@@ -105,7 +103,14 @@ int run(const std::vector<std::string>& arguments) {
         if (!arguments.empty() && arguments.front() == "--complete") {
             return printCompletions({arguments.begin() + 1, arguments.end()});
         }
-        options = parseOptions(arguments);
+        switch (parseOptions(arguments, options)) {
+            case Base::Request::help:
+                return print(helpText());
+            case Base::Request::version:
+                return print(Base::versionText("tpcli"));
+            case Base::Request::run:
+                break;
+        }
         return runOptions(options);
     });
 }

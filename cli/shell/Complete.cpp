@@ -18,13 +18,13 @@ int printCompletions(const std::vector<std::string>& arguments) {
     Options options;
     try {
         // With a value for the option that may still need one.
-        options = parseOptions({arguments.begin(), arguments.end() - 1});
+        parseOptions({arguments.begin(), arguments.end() - 1}, options);
     } catch (const OptionError&) {
         return ExitStatus::success;  // the value of an option
     }
     std::vector<std::string> found;
     if (begun.starts_with('-')) {
-        for (const std::string_view name : optionNames()) found.emplace_back(name);
+        found = optionNames();
     } else if (options.commands.empty()) {
         StateDirectory::State state;
         try {

@@ -49,6 +49,13 @@ TraceFacility& traceFacility(std::string_view name) {
     return *found->second;
 }
 
+std::vector<String> traceFacilityNames() {
+    const std::lock_guard guard(state().mutex);
+    std::vector<String> names;
+    for (const auto& [name, facility] : state().facilities) names.push_back(name);
+    return names;
+}
+
 void traceOutputIs(int fd) { state().output.store(fd, std::memory_order_relaxed); }
 
 }  // namespace Orb

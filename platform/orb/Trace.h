@@ -8,6 +8,7 @@
 #include <atomic>
 #include <sstream>
 #include <string_view>
+#include <vector>
 
 #include "orb/Types.h"
 
@@ -47,6 +48,9 @@ class ORB_EXPORT TraceFacility {
 
 // The facility of a name; made on first use, alive until the process ends.
 ORB_EXPORT TraceFacility& traceFacility(std::string_view name);
+
+// The names of all facilities that were asked for so far, ascending.
+ORB_EXPORT std::vector<String> traceFacilityNames();
 
 // Where trace lines go: an open file descriptor, initially 2 (standard error). Not owned.
 ORB_EXPORT void traceOutputIs(int fd);

@@ -8,11 +8,17 @@ namespace {
 using testing::ElementsAre;
 using testing::Pair;
 
+Cli::Options parsed(const std::vector<std::string>& arguments) {
+    Cli::Options options;
+    EXPECT_EQ(Cli::parseOptions(arguments, options), Base::Request::run);
+    return options;
+}
+
 TEST(Options, mayStandAnywhere) {
     const auto options =
-        Cli::parseOptions({"--json", "show", "--state", "a", "cpu", "--revision=7", "--trace",
-                           "TrafficPolicyShowCliHelper/7,Blip", "--trace",
-                           "TrafficPolicyShowCliHelper/0", "--state=b=c", "--", "--json", "-x"});
+        parsed({"--json", "show", "--state", "a", "cpu", "--revision=7", "--trace",
+                "TrafficPolicyShowCliHelper/7,Blip", "--trace", "TrafficPolicyShowCliHelper/0",
+                "--state=b=c", "--", "--json", "-x"});
     EXPECT_TRUE(options.json && options.dumpsBlip);
     EXPECT_THAT(options.traces, ElementsAre(Pair("TrafficPolicyShowCliHelper", 7),
                                             Pair("TrafficPolicyShowCliHelper", 0)));
@@ -22,10 +28,10 @@ TEST(Options, mayStandAnywhere) {
 }
 
 TEST(Options, areModestWhenAbsent) {
-    const auto options = Cli::parseOptions({"show", "-"});
+    const auto options = parsed({"show", "-"});
     EXPECT_EQ(options.stateDirectory, "");
     EXPECT_EQ(options.revision, 2U);
-    EXPECT_FALSE(options.json || options.help || options.dumpsBlip || !options.traces.empty());
+    EXPECT_FALSE(options.json || options.dumpsBlip || !options.traces.empty());
     EXPECT_THAT(options.words, ElementsAre("show", "-"));
 }
 
@@ -37,11 +43,9 @@ TEST(Options, sayWhatWouldBeRight) {
         std::string complaint;
     } const rows[] = {
         {{"--jsno"},
-         "unknown option \"--jsno\", expected --help, --version, -c, --color, --json, --state, "
-         "--revision or --trace"},
-        {{"-h"},
-         "unknown option \"-h\", expected --help, --version, -c, --color, --json, --state, "
-         "--revision or --trace"},
+         "unknown option \"--jsno\", expected --state, -c, --json, --color, --revision, --trace, "
+         "--help or "
+         "--version"},
         {{"-c", "show", "-c"}, "-c needs a value, expected a command in one word"},
         {{"show", "cpu", "-c", "show"}, "-c: a command of one word each is expected, not \"show\""},
         {{"--json=yes"}, "--json takes no value"},
@@ -62,12 +66,26 @@ TEST(Options, sayWhatWouldBeRight) {
     };
     for (const auto& row : rows) {
         try {
-            Cli::parseOptions(row.arguments);
+            Cli::Options options;
+            Cli::parseOptions(row.arguments, options);
             ADD_FAILURE() << "taken: " << row.arguments.front();
         } catch (const Cli::OptionError& error) {
             EXPECT_EQ(error.what(), row.complaint);
         }
     }
+}
+
+// Whatever else a command line says, and although what follows is wrong.
+TEST(Options, askForHelpOrTheVersion) {
+    const std::pair<const char*, Base::Request> rows[] = {{"-h", Base::Request::help},
+                                                          {"--help", Base::Request::help},
+                                                          {"--version", Base::Request::version}};
+    for (const auto& [argument, request] : rows) {
+        Cli::Options options;
+        EXPECT_EQ(Cli::parseOptions({"show", argument, "--jsno"}, options), request);
+    }
+    Cli::Options options;
+    EXPECT_EQ(Cli::parseOptions({"--", "--help"}, options), Base::Request::run);
 }
 
 }  // namespace

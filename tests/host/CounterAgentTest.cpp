@@ -169,8 +169,9 @@ TEST_F(CounterAgent, refusesWhatItCannotDo) {
         {"--rat 5",
          "unknown option \"--rat\", expected --state, --recreate, --once, --rate, --help or "
          "--version"},
-        {"--rate", "--rate needs a value"},
-        {"--once=1", "\"--once\" takes no value"},
+        {"now", "\"now\" is not an option; --help lists them"},
+        {"--rate", "--rate needs a value, expected a rate"},
+        {"--once=1", "--once takes no value"},
         {"--rate 1e3",
          "--rate: \"1e3\" is not a number, expected a number 0 to 1000000000000 or max"},
         {"--rate 1000000000001",
