@@ -74,12 +74,14 @@ std::string helpText() {
            Base::optionsHelp(forms) +
            R"(
 If there is no store, the agent creates one: the counters of interface policies
-in status.json, input and output, with the counts and identities given there. An
-existing store keeps its identities and counts, and the documents are not read;
-use --recreate when counters were added or removed. Records that another agent
-left unfinished when it died are restored. A named counter that counts per
-interface adds to one of its interfaces after the other, and to its total.
-Without --rate nothing is counted.
+in status.json, input and output, with the counts and identities given there. A
+counter that was cleared at a higher count (snapshots.json) gets a new identity.
+An existing store keeps its identities and counts, and the documents are not
+read; use --recreate when counters were added or removed. Records that another
+agent left unfinished when it died are restored. A damaged record gets its
+previous counts again, or, when they are damaged too, counts from 0 under a new
+identity. A named counter that counts per interface adds to one of its
+interfaces after the other, and to its total. Without --rate nothing is counted.
 
 Exit status:
   0  ended by SIGTERM or SIGINT, or --once: every record is finished

@@ -9,7 +9,6 @@
 #include <filesystem>
 
 #include "agent/Counting.h"
-#include "base/Version.h"
 #include "orb/Escape.h"
 #include "reef/CorruptionDetectedException.h"
 #include "reef/Directory.h"

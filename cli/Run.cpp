@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <ctime>
 
-#include "base/Version.h"
 #include "blip/Blip.h"
 #include "cli/Commands.h"
 #include "cli/ExitStatus.h"

@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "base/Text.h"
+#include "base/Version.h"
 
 namespace Base {
 
@@ -123,7 +124,7 @@ std::string optionsHelp(std::span<const OptionForm> forms) {
 }
 
 std::string versionText(const std::string& program) {
-    return program + " " + PRODUCT_VERSION + "\n";
+    return program + " " + std::string(version) + "\n";
 }
 
 }  // namespace Base
