@@ -1,6 +1,7 @@
 #include "state/Criteria.h"
 
 #include <algorithm>
+#include <ranges>
 
 #include "state/Attributes.h"
 
@@ -97,7 +98,7 @@ TcpFlagAndMask readTcpFlagGroup(const Node& node) {
         node.member("flag").refuse(std::to_string(group.flag) + " has bits outside the mask",
                                    "bits of the mask " + std::to_string(mask));
     }
-    for (const TcpFlag& keyword : tcpFlags) {
+    for (const TcpFlag& keyword : std::views::reverse(tcpFlags)) {
         if (!keyword.isKeyword || (mask & keyword.bit) == 0) continue;
         if (mask != keyword.bit) {
             node.refuse(inQuotes(keyword.name) + " with other flags", "it alone in its group");
