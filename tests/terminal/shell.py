@@ -265,6 +265,18 @@ class Terminal(Shell):
         screen.line("exit")
         screen.wait(r"exit\nsh:$")
 
+    def test_bash_completes_words_and_names(self):
+        path = os.path.dirname(TPCLI) + ":" + os.environ["PATH"]
+        screen = Screen("env PS1=sh: bash --norc --noprofile -i",
+                        environment={"HOME": self.folder, "PATH": path, "TPCLI_STATE": self.state})
+        self.addCleanup(screen.__exit__)
+        screen.wait("^sh:")
+        screen.line("source %s/cli/completion.bash" % SOURCES)
+        for typed, wanted in [("tpcli --js", "--json"), ("tpcli show traffic-policy EDGE-O", "EDGE-OUT"),
+                              ("tpcli --state=/nowhere sh", "nowhere show")]:
+            screen.type("C-u", typed, "Tab")
+            screen.wait(wanted + r"\Z")
+
     def test_a_lost_terminal_ends_the_shell(self):
         screen = self.start()
         screen.line("show traffic-policy vlan | count")
