@@ -5,6 +5,7 @@
 #include "cli/ExitStatus.h"
 #include "cli/Filters.h"
 #include "cli/KnownNames.h"
+#include "cli/PacketWords.h"
 #include "cli/StateReport.h"
 #include "orb/Interrupt.h"
 #include "state/Snapshots.h"
@@ -175,7 +176,12 @@ template <class Rows>
 Grammar grammarOf(const Rows& rows) {
     std::vector<std::string_view> lines;
     lines.reserve(std::size(rows));
-    for (const auto& row : rows) lines.push_back(row.line);
+    for (const auto& row : rows) {
+        lines.push_back(row.line);
+        if constexpr (requires { row.grammar; }) {
+            if (!row.grammar.empty()) lines.back() = row.grammar;
+        }
+    }
     return Grammar(lines);
 }
 
@@ -214,6 +220,12 @@ const std::vector<Command>& commands() {
         {"show traffic-policy field-set mac [NAME]", "MAC field sets, by source", planMacFieldSet},
         {"show traffic-policy attachments [interface INTF | vrf VRF | vlan VLAN]",
          "where policies are, and what the platform did there", planAttachments},
+        {"show traffic-policy packet (interface INTF (input | output) | cpu VRF | vlan VLAN | "
+         "policy NAME) FIELD VALUE ...",
+         "which rules take a packet, as configured and as installed", planPacket, packetGrammar},
+        {"show traffic-policy capture FILE (interface INTF (input | output) | cpu VRF | "
+         "vlan VLAN | policy NAME)",
+         "the packets of a capture file, by the rules that would take them", planCapture},
         {"show traffic-policy state", "the state directory: documents, counts, last clear",
          [](const Match&) { return Plan(reportState); }},
         {"clear traffic-policy counters", "lets the counts of later shows begin now",

@@ -19,6 +19,8 @@ struct Command {
     std::string_view line;     // its words, in the notation of the grammar
     std::string_view purpose;  // for the help
     Plan (*plan)(const Match& match);
+    // The words in full, where the line shows them shortened; empty: the line is full.
+    std::string_view grammar = {};
 };
 
 const std::vector<Command>& commands();

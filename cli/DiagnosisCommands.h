@@ -11,5 +11,9 @@ namespace Cli {
 TrafficPolicyCli::DiagnosisSources diagnosisSources(const Session& session);
 
 Plan planAttachments(const Match& match);
+// What happens to a packet at a point.
+Plan planPacket(const Match& match);
+// The packets of a capture file, by the rules that would take them.
+Plan planCapture(const Match& match);
 
 }  // namespace Cli

@@ -11,6 +11,7 @@ namespace {
 
 // The one argument with signs of the notation in its name.
 constexpr std::string_view rangeArgument = "LOW[-HIGH]";
+constexpr std::string_view repeated = "...";
 
 bool isArgument(std::string_view label) { return label.front() >= 'A' && label.front() <= 'Z'; }
 
@@ -40,9 +41,14 @@ class Grammar::LineReader {
     std::size_t sequence(std::size_t from) {
         for (char next = peek(); next != 0 && next != '|' && next != ']' && next != ')';
              next = peek()) {
-            from = next == '['   ? choice(from, true)
-                   : next == '(' ? choice(from, false)
-                                 : word(from);
+            const std::size_t begin = from;
+            from = next == '['   ? choice(begin, true)
+                   : next == '(' ? choice(begin, false)
+                                 : word(begin);
+            peek();
+            if (!rest_.starts_with(repeated)) continue;
+            rest_.remove_prefix(repeated.size());
+            nodes_[from].alsoAt.push_back(begin);
         }
         return from;
     }

@@ -5,7 +5,8 @@
 //
 //     show traffic-policy [NAME] interface [input | output] [summary | detail | errors]
 //
-// In lower case: keywords; in upper case: arguments; [ ]: may be left out; ( ): one of.
+// In lower case: keywords; in upper case: arguments; [ ]: may be left out; ( ): one of;
+// ...: once or more often.
 #pragma once
 
 #include <optional>

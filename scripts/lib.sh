@@ -8,7 +8,8 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 export LC_ALL=C.UTF-8
 cores=$(nproc)
 # shellcheck disable=SC2034 # read by the scripts that source this file
-build_packages=(g++ cmake ninja-build libsimdjson-dev libmimalloc-dev libedit-dev)
+build_packages=(g++ cmake ninja-build libsimdjson-dev libmimalloc-dev libedit-dev libpcap-dev
+    libtins-dev)
 
 die() {
     printf '%s: %s\n' "$script" "$*" >&2

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-namespace TrafficPolicyCli {
+namespace TrafficPolicyCli::Diagnosis {
 
 namespace {
 
@@ -470,4 +470,4 @@ const CompiledPolicy::LongestMatches& CompiledPolicy::longestMatches(bool isSour
     return matches;
 }
 
-}  // namespace TrafficPolicyCli
+}  // namespace TrafficPolicyCli::Diagnosis

@@ -15,11 +15,11 @@
 #include <optional>
 #include <string_view>
 
-#include "diagnosis/Packet.h"
 #include "hive/FieldSets.h"
 #include "hive/PolicyMapConfig.h"
+#include "traffic-policy/Packet.h"
 
-namespace TrafficPolicyCli {
+namespace TrafficPolicyCli::Diagnosis {
 
 struct Criterion {
     Field field;
@@ -108,4 +108,4 @@ class CompiledPolicy {
     mutable std::map<U32, LongestMatches> longestMatches_;
 };
 
-}  // namespace TrafficPolicyCli
+}  // namespace TrafficPolicyCli::Diagnosis

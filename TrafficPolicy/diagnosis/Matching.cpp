@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace TrafficPolicyCli {
+namespace TrafficPolicyCli::Diagnosis {
 
 namespace {
 
@@ -196,7 +196,7 @@ class Asking {
             }
             if (isWaitedFor(rule)) askNext(rule);
         }
-        for (Outcome& outcome : answer_.outcomes) leaveOutImplied(outcome.hangsOn);
+        for (Ending& ending : answer_.endings) leaveOutImplied(ending.hangsOn);
         return std::move(answer_);
     }
 
@@ -252,7 +252,7 @@ class Asking {
             ++way.next;
             return ways_.push_back(std::move(way));
         }
-        SplitWays split = TrafficPolicyCli::split(way.narrowed, compiled, packet_);
+        SplitWays split = Diagnosis::split(way.narrowed, compiled, packet_);
         for (Narrowed& narrowed : split.holds) {
             hold({std::move(narrowed), way.decidedBy, rule, way.redirects}, rule);
         }
@@ -277,18 +277,18 @@ class Asking {
         for (const Narrowed::Entry& entry : way.narrowed.entries()) {
             if (entry.values != packet_.narrowed().values(entry.field)) hangsOn.is(entry.field);
         }
-        for (const Outcome& known : answer_.outcomes) {
+        for (const Ending& known : answer_.endings) {
             if (known.verdict != verdict || known.decidedBy != way.decidedBy) continue;
-            answer_.outcomes[static_cast<std::size_t>(&known - answer_.outcomes.data())].hangsOn |=
+            answer_.endings[static_cast<std::size_t>(&known - answer_.endings.data())].hangsOn |=
                 hangsOn;
             return;
         }
-        if (answer_.outcomes.size() >= limits_.outcomes) {
+        if (answer_.endings.size() >= limits_.endings) {
             answer_.isComplete = false;
             return;
         }
-        answer_.outcomes.push_back({verdict, way.redirects && verdict != Verdict::dropped,
-                                    std::move(way.decidedBy), hangsOn});
+        answer_.endings.push_back({verdict, way.redirects && verdict != Verdict::dropped,
+                                   std::move(way.decidedBy), hangsOn});
     }
 
     // Of ways at the same rule that the same rules have decided so far one goes on, narrowed to
@@ -324,9 +324,13 @@ RuleAnswer askRule(const CompiledPolicy& policy, U32 rule, const Packet& packet)
     return answerOf(policy, rule, packet);
 }
 
+RuleResult askCompiled(const CompiledRule& rule, const Packet& packet) {
+    return ask(rule, packet, packet.narrowed());
+}
+
 PolicyAnswer askPolicy(const CompiledPolicy& policy, const Packet& packet,
                        const MatchingLimits& limits) {
     return Asking(policy, packet, limits).run();
 }
 
-}  // namespace TrafficPolicyCli
+}  // namespace TrafficPolicyCli::Diagnosis

@@ -11,7 +11,7 @@
 
 #include "diagnosis/CompiledPolicy.h"
 
-namespace TrafficPolicyCli {
+namespace TrafficPolicyCli::Diagnosis {
 
 enum class RuleResult : U8 { match, noMatch, depends };
 enum class Verdict : U8 { dropped, forwarded, undecided, notFiltered };
@@ -25,40 +25,44 @@ struct RuleAnswer {
 };
 
 // One way in which asking can end.
-struct Outcome {
+struct Ending {
     Verdict verdict = Verdict::forwarded;  // dropped or forwarded
     bool redirects = false;
     std::vector<U32> decidedBy;  // the rules whose actions count, in order; empty: none
-    FieldMask hangsOn;           // the unknown fields that decide whether this is the outcome
+    FieldMask hangsOn;           // the unknown fields that decide whether this is the ending
 };
 
 struct PolicyAnswer {
     // The rules that were asked, in order, up to the one that decides on every way.
     std::vector<RuleAnswer> rules;
     // At least one, all different; one: the packet is decided.
-    std::vector<Outcome> outcomes;
-    // Clear: there were too many ways to follow one by one. Every outcome is listed all the same,
+    std::vector<Ending> endings;
+    // Clear: there were too many ways to follow one by one. Every ending is listed all the same,
     // but some of them may be impossible.
     bool isExact = true;
-    // Clear: there are more outcomes than are listed.
+    // Clear: there are more endings than are listed.
     bool isComplete = true;
 
-    bool isDecided() const { return isComplete && outcomes.size() == 1; }
-    Verdict verdict() const { return isDecided() ? outcomes.front().verdict : Verdict::undecided; }
+    bool isDecided() const { return isComplete && endings.size() == 1; }
+    Verdict verdict() const { return isDecided() ? endings.front().verdict : Verdict::undecided; }
 };
 
-// How far ways are followed one by one, and how many outcomes are listed.
+// How far ways are followed one by one, and how many endings are listed.
 struct MatchingLimits {
     U32 steps = 100'000;
     U32 ways = 250;
-    U32 outcomes = 1'000;
+    U32 endings = 1'000;
 };
 
 // What one rule says. REQUIRES: packet.settle() found nothing, and the rule is of its family.
 RuleAnswer askRule(const CompiledPolicy& policy, U32 rule, const Packet& packet);
 
+// The same of a compiled rule, criterion by criterion: where fields are unknown it may say that the
+// rule depends though it always, or never, holds.
+RuleResult askCompiled(const CompiledRule& rule, const Packet& packet);
+
 // What the whole policy says.
 PolicyAnswer askPolicy(const CompiledPolicy& policy, const Packet& packet,
                        const MatchingLimits& limits = {});
 
-}  // namespace TrafficPolicyCli
+}  // namespace TrafficPolicyCli::Diagnosis

@@ -1,9 +1,9 @@
-#include "diagnosis/Packet.h"
+#include "traffic-policy/Packet.h"
 
 #include <algorithm>
 #include <string>
 
-namespace TrafficPolicyCli {
+namespace TrafficPolicyCli::Diagnosis {
 
 namespace {
 
@@ -79,6 +79,10 @@ const ValueSet& protocolsWithPorts() {
                                      ValueSet::numbers(33, 33), ValueSet::numbers(132, 132),
                                      ValueSet::numbers(136, 136)});
     return protocols;
+}
+
+bool protocolHasPorts(U32 protocol) {
+    return protocolsWithPorts().contains(FieldValue::number(protocol));
 }
 
 const ValueSet& fragmentsWithLayer4() {
@@ -207,4 +211,4 @@ std::optional<Packet::Contradiction> Packet::settleLayer4(bool isInner) {
     return std::nullopt;
 }
 
-}  // namespace TrafficPolicyCli
+}  // namespace TrafficPolicyCli::Diagnosis

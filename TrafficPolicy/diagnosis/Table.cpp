@@ -11,7 +11,7 @@ U32 columnsOf(std::string_view escaped) {
         escaped, [](char byte) { return (static_cast<unsigned char>(byte) & 0xc0) != 0x80; }));
 }
 
-Table::Table(textout::RendererV2& renderer, std::initializer_list<std::string_view> headings)
+Table::Table(textout::RendererV2& renderer, const std::vector<std::string_view>& headings)
     : renderer_(renderer), columns_(headings.size()) {
     for (const std::string_view heading : headings) cell(heading);
 }

@@ -1,7 +1,6 @@
 // A table of text: columns as wide as their widest cell on a terminal, the last one not filled up.
 #pragma once
 
-#include <initializer_list>
 #include <string_view>
 #include <vector>
 
@@ -15,7 +14,7 @@ U32 columnsOf(std::string_view escaped);
 // In JSON nothing is kept and nothing printed, so a walk fills it beside its calls for JSON.
 class Table {
   public:
-    Table(textout::RendererV2& renderer, std::initializer_list<std::string_view> headings);
+    Table(textout::RendererV2& renderer, const std::vector<std::string_view>& headings);
 
     // The next cell, from left to right and row by row; escaped here.
     void cell(std::string_view text);

@@ -1,8 +1,8 @@
-#include "diagnosis/ValueSet.h"
+#include "traffic-policy/ValueSet.h"
 
 #include <algorithm>
 
-namespace TrafficPolicyCli {
+namespace TrafficPolicyCli::Diagnosis {
 
 namespace {
 
@@ -110,4 +110,4 @@ ValueSet ValueSet::united(const ValueSet& other) const {
     return ValueSet(std::move(all));
 }
 
-}  // namespace TrafficPolicyCli
+}  // namespace TrafficPolicyCli::Diagnosis

@@ -101,8 +101,8 @@ TEST(Grammar, pointsAtWrongWords) {
         {split("show traffic-policy"),
          "the command is not complete\n"
          "  show traffic-policy\n"
-         "                      ^ expected NAME, interface, cpu, vlan, field-set, attachments or "
-         "state"},
+         "                      ^ expected NAME, interface, cpu, vlan, field-set, attachments, "
+         "packet, capture or state"},
         {split("show traffic-policy interfcae"),
          "the command is not complete, \"interfcae\" is read as a name\n"
          "  show traffic-policy interfcae\n"
@@ -138,8 +138,8 @@ TEST(Grammar, pointsAtWrongWords) {
         {{"show", "traffic-policy", "", "cpu"},
          "a word is empty\n"
          "  show traffic-policy  cpu\n"
-         "                      ^ expected NAME, interface, cpu, vlan, field-set, attachments or "
-         "state"},
+         "                      ^ expected NAME, interface, cpu, vlan, field-set, attachments, "
+         "packet, capture or state"},
         // Columns of a terminal, not bytes: two wide characters, a combining accent, an escape.
         {{"show", "traffic-policy", "\xe6\x97\xa5\xe6\x9c\xac", "cpu", "e\xcc\x81\x1b["},
          "\"e\xcc\x81\\x1b[\" cannot stand here\n"

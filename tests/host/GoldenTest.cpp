@@ -28,6 +28,9 @@ std::vector<Case> cases() {
         Case row;
         words >> row.file;
         row.arguments.assign(std::istream_iterator<std::string>(words), {});
+        for (std::string& word : row.arguments) {
+            if (word.starts_with("examples/")) word.insert(0, SOURCE_DIR "/");
+        }
         cases.push_back(row);
     }
     return cases;

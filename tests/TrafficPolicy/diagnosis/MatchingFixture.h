@@ -9,7 +9,7 @@
 #include "SmallState.h"
 #include "diagnosis/Matching.h"
 
-namespace TrafficPolicyCli {
+namespace TrafficPolicyCli::Diagnosis {
 
 struct RuleText {
     std::string name;
@@ -116,21 +116,21 @@ inline std::string told(const RuleAnswer& answer) {
     return "depends: " + namesOf(answer.dependsOn);
 }
 
-// "dropped a,b" for each outcome, with what it hangs on in brackets.
+// "dropped a,b" for each ending, with what it hangs on in brackets.
 inline std::string told(const CompiledPolicy& policy, const PolicyAnswer& answer) {
     std::string text;
-    for (const Outcome& outcome : answer.outcomes) {
+    for (const Ending& ending : answer.endings) {
         text += text.empty() ? "" : " | ";
-        text += outcome.verdict == Verdict::dropped ? "dropped"
-                : outcome.redirects                 ? "redirected"
-                                                    : "forwarded";
-        for (const U32 rule : outcome.decidedBy) {
-            text += (rule == outcome.decidedBy.front() ? " " : ",") + policy.name(rule);
+        text += ending.verdict == Verdict::dropped ? "dropped"
+                : ending.redirects                 ? "redirected"
+                                                   : "forwarded";
+        for (const U32 rule : ending.decidedBy) {
+            text += (rule == ending.decidedBy.front() ? " " : ",") + policy.name(rule);
         }
-        if (!outcome.hangsOn.empty()) text += " [" + namesOf(outcome.hangsOn) + "]";
+        if (!ending.hangsOn.empty()) text += " [" + namesOf(ending.hangsOn) + "]";
     }
     if (!answer.isExact) text += " (some may be impossible)";
     return answer.isComplete ? text : text + " | ...";
 }
 
-}  // namespace TrafficPolicyCli
+}  // namespace TrafficPolicyCli::Diagnosis

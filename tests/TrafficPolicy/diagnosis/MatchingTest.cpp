@@ -1,6 +1,6 @@
 #include "MatchingFixture.h"
 
-namespace TrafficPolicyCli {
+namespace TrafficPolicyCli::Diagnosis {
 namespace {
 
 constexpr auto fieldSets = R"({
@@ -236,7 +236,7 @@ TEST(Matching, FollowsEveryWayThroughAPolicy) {
          "ipv4 protocol 6",
          "dropped low [destination-port] | forwarded high [destination-port] | "
          "dropped rest [fragment]"},
-        {"two ways to one end are one outcome",
+        {"two ways to one end are one ending",
          {{"a", ssh, drop}, {"b", any, drop}},
          "ipv4 fragment no",
          "dropped a [protocol destination-port] | "
@@ -324,10 +324,10 @@ TEST(Matching, TooManyWaysAreListedWithoutBeingFollowed) {
               "forwarded [source-port destination-port]");
     const std::string coarse = named({.steps = 0});
     EXPECT_TRUE(coarse.ends_with("(some may be impossible)")) << coarse;
-    for (const char* const outcome : {"forwarded covers", "forwarded p2", "forwarded p4"}) {
-        EXPECT_NE(coarse.find(outcome), std::string::npos) << coarse;
+    for (const char* const ending : {"forwarded covers", "forwarded p2", "forwarded p4"}) {
+        EXPECT_NE(coarse.find(ending), std::string::npos) << coarse;
     }
-    EXPECT_TRUE(named({.steps = 0, .outcomes = 2}).ends_with(" | ...")) << named({.outcomes = 2});
+    EXPECT_TRUE(named({.steps = 0, .endings = 2}).ends_with(" | ...")) << named({.endings = 2});
 }
 
 TEST(Matching, FieldsThatNoPacketHasTogetherAreRefused) {
@@ -381,4 +381,4 @@ TEST(Matching, FieldsThatNoPacketHasTogetherAreRefused) {
 }
 
 }  // namespace
-}  // namespace TrafficPolicyCli
+}  // namespace TrafficPolicyCli::Diagnosis

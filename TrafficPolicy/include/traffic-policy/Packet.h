@@ -7,10 +7,10 @@
 #include <optional>
 #include <string_view>
 
-#include "diagnosis/ValueSet.h"
 #include "hive/MatchOption.h"
+#include "traffic-policy/ValueSet.h"
 
-namespace TrafficPolicyCli {
+namespace TrafficPolicyCli::Diagnosis {
 
 using MatchOption = PolicyMap::ClassMapMatchOption;
 
@@ -50,7 +50,7 @@ constexpr Field fieldAt(Field field, bool isInner) { return isInner ? innerField
 
 // The name of a field as an operator types it: "source-port", "inner destination". Both tags are
 // "vlan".
-std::string_view fieldName(Field field);
+ORB_EXPORT std::string_view fieldName(Field field);
 // All values that the field can have.
 const ValueSet& allValues(Field field);
 
@@ -96,7 +96,7 @@ class Narrowed {
     std::vector<Entry> entries_;
 };
 
-class Packet {
+class ORB_EXPORT Packet {
   public:
     explicit Packet(MatchOption family);
 
@@ -136,6 +136,7 @@ class Packet {
 // fragmented, and first fragments.
 const ValueSet& protocolsWithPorts();
 const ValueSet& fragmentsWithLayer4();
+ORB_EXPORT bool protocolHasPorts(U32 protocol);
 
 inline constexpr U32 protocolIcmp = 1;
 inline constexpr U32 protocolTcp = 6;
@@ -144,4 +145,7 @@ inline constexpr U32 protocolIcmpv6 = 58;
 inline constexpr U32 portBgp = 179;
 inline constexpr U32 portGtpU = 2152;
 
-}  // namespace TrafficPolicyCli
+// The names of TCP flags by bit, from the lowest.
+inline constexpr std::string_view tcpFlagNames[] = {"fin", "syn", "rst", "psh", "ack", "urg"};
+
+}  // namespace TrafficPolicyCli::Diagnosis

@@ -12,7 +12,7 @@
 
 #include "wire/IpGenPrefix.h"
 
-namespace TrafficPolicyCli {
+namespace TrafficPolicyCli::Diagnosis {
 
 struct FieldValue {
     U64 high = 0;
@@ -62,4 +62,4 @@ class ValueSet {
     std::vector<Interval> intervals_;
 };
 
-}  // namespace TrafficPolicyCli
+}  // namespace TrafficPolicyCli::Diagnosis

@@ -1,0 +1,333 @@
+// Counts per policy at the point, truth, family and rule. In text a line per rule with the packets
+// of every truth side by side; in JSON each truth stands whole.
+#include "diagnosis/PointQuestion.h"
+#include "diagnosis/QuickPolicy.h"
+#include "diagnosis/RuleActions.h"
+#include "diagnosis/Table.h"
+#include "traffic-policy/ShowCapture.h"
+
+namespace TrafficPolicyCli {
+
+namespace {
+
+using Diagnosis::MatchOption;
+using Diagnosis::Packet;
+using Diagnosis::PointQuestion;
+using Diagnosis::PolicyAtPoint;
+using Diagnosis::QuickPolicy;
+using Diagnosis::RuleActions;
+using Diagnosis::Truth;
+using Diagnosis::Verdict;
+using PolicyMap::PacketAndByte;
+using textout::RendererV2;
+
+void add(PacketAndByte& count, U64 bytes) {
+    ++count.packets;
+    count.bytes += bytes;
+}
+
+// What one truth made of the packets of a family.
+struct TruthCounts {
+    std::unique_ptr<const QuickPolicy> quick;  // null: nothing filters here
+    std::vector<PacketAndByte> rules;
+    PacketAndByte noRule, depends, dropped, notFiltered;
+};
+
+void count(TruthCounts& counts, const Truth& truth, const Packet& packet, U64 bytes,
+           std::vector<U32>& decidedBy) {
+    if (!counts.quick) return add(counts.notFiltered, bytes);
+    if (!truth.unknownRules.empty()) return add(counts.depends, bytes);
+    auto result = counts.quick->decide(packet, decidedBy);
+    if (result == QuickPolicy::Result::depends) {
+        const auto answer = askPolicy(*truth.policy, packet);
+        if (!answer.isDecided()) return add(counts.depends, bytes);
+        decidedBy = answer.endings.front().decidedBy;
+        result = answer.verdict() == Verdict::dropped ? QuickPolicy::Result::dropped
+                                                      : QuickPolicy::Result::forwarded;
+    }
+    if (decidedBy.empty()) add(counts.noRule, bytes);
+    for (const U32 rule : decidedBy) add(counts.rules[rule], bytes);
+    if (result == QuickPolicy::Result::dropped) add(counts.dropped, bytes);
+}
+
+void renderCount(RendererV2& renderer, std::string_view key, const PacketAndByte& count) {
+    const auto object = renderer.object(key);
+    renderer.pair("packets", count.packets);
+    renderer.pair("bytes", count.bytes);
+}
+
+}  // namespace
+
+// The policies at the point with the rules of one family, and a count for each truth of each.
+struct ShowTrafficPolicyCapture::Family {
+    Family(const DiagnosisSources& sources, const AskedPoint& point, MatchOption option)
+        : question(sources, point, option) {
+        for (const PolicyAtPoint& at : question.policies()) {
+            auto& ofPolicy = counts.emplace_back();
+            for (const Truth& truth : at.truths) {
+                TruthCounts& mine = ofPolicy.emplace_back();
+                if (!truth.policy) continue;
+                mine.quick = std::make_unique<const QuickPolicy>(*truth.policy);
+                mine.rules.resize(truth.policy->size());
+            }
+        }
+    }
+
+    PointQuestion question;
+    std::vector<std::vector<TruthCounts>> counts;  // by policy and truth
+};
+
+namespace {
+
+// Prints what was counted for one policy at the point.
+class CaptureView {
+  public:
+    struct OfFamily {
+        MatchOption option;
+        const PolicyAtPoint& at;
+        const std::vector<TruthCounts>& counts;
+    };
+
+    CaptureView(RendererV2& renderer, const DiagnosisSources& sources, bool isAnywhere,
+                std::vector<OfFamily> families)
+        : renderer_(renderer),
+          sources_(sources),
+          isAnywhere_(isAnywhere),
+          families_(std::move(families)),
+          attachment_(families_.front().at.attachment),
+          actions_(sources, attachment_, isAnywhere, false) {}
+
+    void print() {
+        const auto object = renderer_.object();
+        heading();
+        for (std::size_t truth = 0; truth < families_.front().at.truths.size(); ++truth) {
+            printTruth(truth);
+        }
+        if (renderer_.isText()) printTable();
+    }
+
+  private:
+    void heading() {
+        const std::string_view direction =
+            isAnywhere_ ? std::string_view() : directionOf(attachment_.place);
+        renderer_.pair("point", isAnywhere_ ? attachment_.policy : attachment_.point);
+        renderer_.pair("kind", isAnywhere_ ? "policy" : kindOf(attachment_.place));
+        if (!direction.empty()) renderer_.pair("direction", direction);
+        if (!attachment_.policy.empty()) renderer_.pair("policy", attachment_.policy);
+        if (!isAnywhere_) {
+            renderer_.name(pointText(attachment_.place, attachment_.point));
+            if (!direction.empty()) renderer_.text(" ").text(direction);
+            renderer_.text(": ");
+        }
+        if (attachment_.policy.empty()) {
+            renderer_.text("no policy").endLine();
+        } else {
+            renderer_.text(isAnywhere_ ? "Policy " : "policy ").name(attachment_.policy).endLine();
+        }
+    }
+
+    void printTruth(std::size_t truth) {
+        const auto object = renderer_.object(families_.front().at.truths[truth].key);
+        PacketAndByte noRule;
+        PacketAndByte depends;
+        PacketAndByte dropped;
+        PacketAndByte notFiltered;
+        const auto sum = [](PacketAndByte& to, const PacketAndByte& from) {
+            to.packets += from.packets;
+            to.bytes += from.bytes;
+        };
+        {
+            const auto list = renderer_.list("rules");
+            for (const OfFamily& family : families_) {
+                const TruthCounts& counts = family.counts[truth];
+                sum(noRule, counts.noRule);
+                sum(depends, counts.depends);
+                sum(dropped, counts.dropped);
+                sum(notFiltered, counts.notFiltered);
+                for (U32 rule = 0; rule < counts.rules.size(); ++rule) {
+                    printRule(family, family.at.truths[truth].policy->name(rule),
+                              counts.rules[rule]);
+                }
+            }
+        }
+        renderCount(renderer_, "noRule", noRule);
+        renderCount(renderer_, "depends", depends);
+        renderCount(renderer_, "notFiltered", notFiltered);
+        renderCount(renderer_, "dropped", dropped);
+    }
+
+    void printRule(const OfFamily& family, const Orb::String& name, const PacketAndByte& count) {
+        if (!renderer_.isJson()) return;
+        const auto object = renderer_.object();
+        renderer_.pair("rule", name);
+        renderer_.pair("matchOption", matchOptionName(family.option));
+        renderer_.pair("packets", count.packets);
+        renderer_.pair("bytes", count.bytes);
+        if (const auto live = actions_.livePackets(name)) renderer_.pair("liveCount", *live);
+    }
+
+    // The count of a rule in a truth; null: the truth does not have it.
+    static const PacketAndByte* countOf(const OfFamily& family, std::size_t truth,
+                                        const Orb::String& name) {
+        const Truth& its = family.at.truths[truth];
+        if (!its.policy) return nullptr;
+        for (U32 rule = 0; rule < its.policy->size(); ++rule) {
+            if (its.policy->name(rule) == name) return &family.counts[truth].rules[rule];
+        }
+        return nullptr;
+    }
+
+    void printTable() {
+        const auto& truths = families_.front().at.truths;
+        std::vector<std::string_view> headings = {"Rule", "Family", "Packets", "Bytes"};
+        for (std::size_t truth = 1; truth < truths.size(); ++truth) {
+            headings.push_back(truth == 1 ? "Hardware" : "Kernel");
+        }
+        headings.push_back("Live");
+        Diagnosis::Table table(renderer_, headings);
+        for (const OfFamily& family : families_) {
+            const auto& configured = family.counts.front();
+            const std::string_view familyName = matchOptionName(family.option);
+            for (U32 rule = 0; rule < configured.rules.size(); ++rule) {
+                const Orb::String& name = family.at.truths.front().policy->name(rule);
+                table.cell(name);
+                table.cell(familyName);
+                cell(table, &configured.rules[rule]);
+                table.cell(std::to_string(configured.rules[rule].bytes));
+                for (std::size_t truth = 1; truth < truths.size(); ++truth) {
+                    const bool isSame =
+                        family.at.truths[truth].policy &&
+                        family.at.truths[truth].policy == family.at.truths.front().policy;
+                    cell(table,
+                         isSame ? &family.counts[truth].rules[rule] : countOf(family, truth, name));
+                }
+                const auto live = actions_.livePackets(name);
+                table.cell(live ? std::to_string(*live) : "-");
+            }
+            const auto row = [&](std::string_view label, PacketAndByte TruthCounts::*member) {
+                bool isThere = false;
+                for (const TruthCounts& counts : family.counts) {
+                    isThere = isThere || (counts.*member).packets > 0;
+                }
+                if (!isThere) return;
+                table.cell(label);
+                table.cell(familyName);
+                for (std::size_t truth = 0; truth < truths.size(); ++truth) {
+                    cell(table, &(family.counts[truth].*member));
+                    if (truth > 0) continue;
+                    table.cell(std::to_string((configured.*member).bytes));
+                }
+                table.cell("");
+            };
+            row("(no rule takes it)", &TruthCounts::noRule);
+            row("(depends on what is not known)", &TruthCounts::depends);
+            row("(not filtered)", &TruthCounts::notFiltered);
+        }
+        table.print();
+    }
+    static void cell(Diagnosis::Table& table, const PacketAndByte* count) {
+        table.cell(count == nullptr ? "-" : std::to_string(count->packets));
+    }
+
+    RendererV2& renderer_;
+    const DiagnosisSources& sources_;
+    const bool isAnywhere_;
+    const std::vector<OfFamily> families_;
+    const Diagnosis::Attachment& attachment_;
+    RuleActions actions_;
+};
+
+}  // namespace
+
+ORB_DEFINE_TYPE(ShowTrafficPolicyCapture)
+
+ShowTrafficPolicyCapture::ShowTrafficPolicyCapture(DiagnosisSources sources, AskedPoint point)
+    : ShowTrafficPolicyDiagnosis(std::move(sources)), point_(std::move(point)) {}
+ShowTrafficPolicyCapture::~ShowTrafficPolicyCapture() = default;
+
+ShowTrafficPolicyCapture::Family& ShowTrafficPolicyCapture::familyOf(MatchOption option) {
+    auto& family = families_[option];
+    if (!family) family = std::make_unique<Family>(sources(), point_, option);
+    return *family;
+}
+
+void ShowTrafficPolicyCapture::packetIs(const Packet& packet, U64 bytes) {
+    add(total_, bytes);
+    Family& family = familyOf(packet.family());
+    for (std::size_t i = 0; i < family.counts.size(); ++i) {
+        const auto& truths = family.question.policies()[i].truths;
+        for (std::size_t truth = 0; truth < truths.size(); ++truth) {
+            // What has the same rules has the same counts; they are copied when all is counted.
+            const bool isSame = truth > 0 && truths[truth].policy &&
+                                truths[truth].policy == truths.front().policy &&
+                                truths[truth].unknownRules.empty();
+            if (!isSame) count(family.counts[i][truth], truths[truth], packet, bytes, decidedBy_);
+        }
+    }
+}
+
+void ShowTrafficPolicyCapture::undecodedIs(const Orb::String& reason) { ++undecoded_[reason]; }
+
+void ShowTrafficPolicyCapture::renderReport(RendererV2& renderer) {
+    if (families_.empty()) familyOf(MatchOption::ipv4);
+    U64 undecoded = 0;
+    for (const auto& [reason, frames] : undecoded_) undecoded += frames;
+    {
+        const auto object = renderer.object("capture");
+        renderer.pair("packets", total_.packets);
+        renderer.pair("bytes", total_.bytes);
+        renderer.text("Capture: ").number(total_.packets).text(" packets, ");
+        renderer.number(total_.bytes).text(" bytes").endLine();
+        const auto list = renderer.list("undecoded");
+        for (const auto& [reason, frames] : undecoded_) {
+            const auto entry = renderer.object();
+            renderer.pair("reason", reason);
+            renderer.pair("frames", frames);
+            renderer.text("   ")
+                .number(frames)
+                .text(frames == 1 ? " frame not decoded: " : " frames not decoded: ")
+                .name(reason)
+                .endLine();
+        }
+    }
+    for (auto& [option, family] : families_) {
+        for (std::size_t i = 0; i < family->counts.size(); ++i) {
+            const auto& truths = family->question.policies()[i].truths;
+            auto& counts = family->counts[i];
+            for (std::size_t truth = 1; truth < truths.size(); ++truth) {
+                if (!truths[truth].policy || truths[truth].policy != truths.front().policy ||
+                    !truths[truth].unknownRules.empty()) {
+                    continue;
+                }
+                counts[truth].rules = counts.front().rules;
+                counts[truth].noRule = counts.front().noRule;
+                counts[truth].depends = counts.front().depends;
+                counts[truth].dropped = counts.front().dropped;
+            }
+        }
+    }
+    const auto list = renderer.list("points");
+    const std::size_t policies = families_.begin()->second->counts.size();
+    for (std::size_t i = 0; i < policies; ++i) {
+        std::vector<CaptureView::OfFamily> families;
+        for (const auto& [option, family] : families_) {
+            families.push_back({option, family->question.policies()[i], family->counts[i]});
+        }
+        CaptureView(renderer, sources(), point_.kind == AskedPoint::Kind::policy,
+                    std::move(families))
+            .print();
+    }
+}
+
+Orb::Ptr<ShowTrafficPolicyCapture> showTrafficPolicyCaptureFactory(DiagnosisSources sources,
+                                                                   AskedPoint point) {
+    return Orb::make<ShowTrafficPolicyCapture>(std::move(sources), std::move(point));
+}
+
+namespace {
+
+const bool registered = Orb::registerFactory<&showTrafficPolicyCaptureFactory>();
+
+}  // namespace
+
+}  // namespace TrafficPolicyCli

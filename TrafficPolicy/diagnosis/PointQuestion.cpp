@@ -1,0 +1,132 @@
+#include "diagnosis/PointQuestion.h"
+
+#include <algorithm>
+
+namespace TrafficPolicyCli::Diagnosis {
+
+namespace {
+
+Place placeOf(AskedPoint::Kind kind) {
+    switch (kind) {
+        case AskedPoint::Kind::output:
+            return Place::output;
+        case AskedPoint::Kind::cpu:
+            return Place::cpu;
+        case AskedPoint::Kind::vlan:
+            return Place::vlan;
+        case AskedPoint::Kind::input:
+        case AskedPoint::Kind::policy:
+            break;
+    }
+    return Place::input;
+}
+
+}  // namespace
+
+bool Truth::hasRule(const Orb::String& name, MatchOption family) const {
+    if (status == nullptr) return true;
+    const auto* const rule = status->classMapStatus(name);
+    return rule != nullptr && rule->match().contains(family);
+}
+
+PointQuestion::PointQuestion(const DiagnosisSources& sources, const AskedPoint& point,
+                             MatchOption family)
+    : sources_(sources), attachments_(sources), fieldSets_(sources.fieldSetConfig) {
+    const Place place = placeOf(point.kind);
+    if (point.kind == AskedPoint::Kind::policy) {
+        Attachment attachment;
+        attachment.policy = point.name;
+        attachment.isConfigured = true;
+        policies_.push_back({std::move(attachment), {}});
+        addConfigured(policies_.back(), family);
+        return;
+    }
+    for (Attachment& attachment : attachments_.at(place, point.name)) {
+        policies_.push_back({std::move(attachment), {}});
+    }
+    // What is configured goes first, whatever the names.
+    std::ranges::stable_partition(policies_,
+                                  [](const auto& at) { return at.attachment.isConfigured; });
+    if (policies_.empty()) {
+        Attachment nothing;
+        nothing.place = place;
+        nothing.point = point.name;
+        policies_.push_back({std::move(nothing), {}});
+    }
+    for (PolicyAtPoint& at : policies_) addTruths(at, family);
+}
+
+void PointQuestion::addConfigured(PolicyAtPoint& at, MatchOption family) {
+    const auto* const version =
+        at.attachment.isConfigured ? attachments_.versionOf(at.attachment.policy) : nullptr;
+    Truth truth("configured", "as configured");
+    truth.policy = std::make_shared<const CompiledPolicy>(version, family, fieldSets_);
+    at.truths.push_back(std::move(truth));
+}
+
+void PointQuestion::addTruths(PolicyAtPoint& at, MatchOption family) {
+    addConfigured(at, family);
+    at.truths.push_back(installedTruth(at, family, Target::hardware));
+    if (at.attachment.place == Place::cpu && attachments_.hasKernel()) {
+        at.truths.push_back(installedTruth(at, family, Target::kernel));
+    }
+}
+
+Truth PointQuestion::installedTruth(const PolicyAtPoint& at, MatchOption family, Target target) {
+    const Attachment& attachment = at.attachment;
+    const bool isKernel = target == Target::kernel;
+    Truth truth(isKernel ? "software" : "hardware", isKernel ? "in the kernel" : "in hardware");
+    if (attachment.policy.empty()) return truth;
+    truth.installed = attachments_.installed(attachment, family, target);
+    const auto& status = attachments_.sideOf(attachment.place, target).status;
+    truth.status = status ? status->policyMapStatus(attachment.policy) : nullptr;
+    const Outcome outcome = truth.installed.outcome;
+    const bool isThere = outcome == Outcome::applied || outcome == Outcome::notConfigured;
+    if (!isThere || truth.status == nullptr) return truth;
+
+    const auto* const version = attachments_.versionOf(attachment.policy);
+    for (const auto& [name, rule] : truth.status->classMapStatus()) {
+        if (!rule || !rule->match().contains(family)) continue;
+        const auto* const configured =
+            version == nullptr ? nullptr : version->classMap().find(name);
+        if (configured == nullptr || !(*configured)->match().contains(family)) {
+            truth.unknownRules.push_back(name);
+        }
+    }
+    std::ranges::sort(truth.unknownRules);
+    const auto takes = [&](const Orb::String& name) { return truth.hasRule(name, family); };
+    auto taken = std::make_shared<const CompiledPolicy>(version, family, fieldSets_, takes);
+    const auto& configured = at.truths.front().policy;
+    // All rules that are configured: the answer is the same.
+    const bool isSame = attachment.isConfigured && taken->size() == configured->size();
+    truth.policy = isSame ? configured : std::move(taken);
+    return truth;
+}
+
+TruthAnswer askTruth(const Truth& truth, const Packet& packet) {
+    TruthAnswer result;
+    if (!truth.policy) return result;
+    result.answer = askPolicy(*truth.policy, packet);
+    for (const Ending& ending : result.answer.endings) {
+        NamedEnding named{ending.verdict, ending.redirects, {}, ending.hangsOn};
+        for (const U32 rule : ending.decidedBy) named.decidedBy.push_back(truth.policy->name(rule));
+        result.endings.push_back(std::move(named));
+    }
+    // Where such a rule stands, what it matches and what it does are not known.
+    for (const Orb::String& rule : truth.unknownRules) {
+        result.endings.push_back({Verdict::dropped, false, {rule}, {}});
+        result.endings.push_back({Verdict::forwarded, false, {rule}, {}});
+    }
+    return result;
+}
+
+bool TruthAnswer::agreesWith(const TruthAnswer& other) const {
+    const std::vector<NamedEnding> none = {NamedEnding{}};
+    const auto& mine = isFiltered() ? endings : none;
+    const auto& others = other.isFiltered() ? other.endings : none;
+    return answer.isComplete && other.answer.isComplete &&
+           std::ranges::is_permutation(mine, others,
+                                       [](const auto& a, const auto& b) { return a.isSameAs(b); });
+}
+
+}  // namespace TrafficPolicyCli::Diagnosis

@@ -1,0 +1,82 @@
+// What a packet meets at a point, in each of the truths there: as configured, in hardware, and on
+// the CPU in the kernel. A truth is a policy with the rules that count in it; truths with the same
+// rules share one compiled policy.
+#pragma once
+
+#include <memory>
+
+#include "diagnosis/Attachments.h"
+#include "diagnosis/Matching.h"
+#include "traffic-policy/ShowPacket.h"
+
+namespace TrafficPolicyCli::Diagnosis {
+
+struct Truth {
+    Truth(std::string_view jsonKey, std::string_view words) : key(jsonKey), label(words) {}
+
+    std::string_view key;    // of the JSON: "configured", "hardware", "software"
+    std::string_view label;  // "as configured", "in hardware", "in the kernel"
+    Installed installed;     // not of the configured one
+    // Null: nothing filters here.
+    std::shared_ptr<const CompiledPolicy> policy;
+    // Rules that are installed, and of which the configuration does not say what they match.
+    std::vector<Orb::String> unknownRules;
+    const PolicyMap::PolicyMapStatus* status = nullptr;  // null: of the configured one
+
+    bool hasRule(const Orb::String& name, MatchOption family) const;
+};
+
+struct PolicyAtPoint {
+    Attachment attachment;  // without a policy where the point has none
+    std::vector<Truth> truths;
+};
+
+class PointQuestion {
+  public:
+    // REQUIRES: the sources stay as they are, and outlive the object.
+    PointQuestion(const DiagnosisSources& sources, const AskedPoint& point, MatchOption family);
+
+    // At least one: what is configured first, then what is left over in hardware.
+    const std::vector<PolicyAtPoint>& policies() const { return policies_; }
+
+  private:
+    void addConfigured(PolicyAtPoint& at, MatchOption family);
+    void addTruths(PolicyAtPoint& at, MatchOption family);
+    Truth installedTruth(const PolicyAtPoint& at, MatchOption family, Target target);
+
+    const DiagnosisSources& sources_;
+    Attachments attachments_;
+    FieldSetValues fieldSets_;
+    std::vector<PolicyAtPoint> policies_;
+};
+
+// How asking ended in one truth, by names: what is told, and compared between truths.
+struct NamedEnding {
+    Verdict verdict = Verdict::forwarded;
+    bool redirects = false;
+    std::vector<Orb::String> decidedBy{};
+    FieldMask hangsOn{};
+
+    bool isSameAs(const NamedEnding& other) const {
+        return verdict == other.verdict && decidedBy == other.decidedBy;
+    }
+};
+
+struct TruthAnswer {
+    PolicyAnswer answer{};
+    std::vector<NamedEnding> endings{};  // empty: nothing filters here
+
+    bool isFiltered() const { return !endings.empty(); }
+    bool isDecided() const { return answer.isComplete && endings.size() == 1; }
+    Verdict verdict() const {
+        if (!isFiltered()) return Verdict::notFiltered;
+        return isDecided() ? endings.front().verdict : Verdict::undecided;
+    }
+    // Says whether the packet meets the same in both: nothing that filters is as good as no rule
+    // that takes it.
+    bool agreesWith(const TruthAnswer& other) const;
+};
+
+TruthAnswer askTruth(const Truth& truth, const Packet& packet);
+
+}  // namespace TrafficPolicyCli::Diagnosis

@@ -1,0 +1,73 @@
+#include "diagnosis/QuickPolicy.h"
+
+#include <algorithm>
+
+namespace TrafficPolicyCli::Diagnosis {
+
+QuickPolicy::QuickPolicy(const CompiledPolicy& policy) : policy_(policy) {
+    bounds_.resize(policy.size());
+    for (U32 rule = 0; rule < policy.size(); ++rule) {
+        for (std::size_t i = 0; i < keyFields.size(); ++i) {
+            bounds_[rule][i] = boundsOf(policy.rule(rule), keyFields[i]);
+        }
+    }
+}
+
+// The bounds of what every clause allows; those of one clause hold all of its alternatives.
+QuickPolicy::Bounds QuickPolicy::boundsOf(const CompiledRule& rule, Field field) {
+    U64 low = 0;
+    U64 high = ~U64{0};
+    for (const Clause& clause : rule.clauses) {
+        U64 lowest = ~U64{0};
+        U64 highest = 0;
+        for (const Alternative& alternative : clause.alternatives) {
+            const auto criterion = std::ranges::find(alternative, field, &Criterion::field);
+            if (criterion == alternative.end()) {
+                lowest = 0;
+                highest = ~U64{0};
+            } else if (!criterion->values->empty()) {
+                lowest = std::min(lowest, criterion->values->intervals().front().low.high);
+                highest = std::max(highest, criterion->values->intervals().back().high.high);
+            }
+        }
+        low = std::max(low, lowest);
+        high = std::min(high, highest);
+    }
+    // What nothing can meet is found out when it is asked.
+    return low <= high ? Bounds{low, high - low} : Bounds{};
+}
+
+QuickPolicy::Result QuickPolicy::decide(const Packet& packet, std::vector<U32>& decidedBy) const {
+    decidedBy.clear();
+    std::array<U64, keyFields.size()> values{};
+    std::array<U64, keyFields.size()> anyWidth{};  // of a field that is not known
+    for (std::size_t i = 0; i < keyFields.size(); ++i) {
+        const bool isKnown = packet.isKnown(keyFields[i]);
+        values[i] = isKnown ? packet.value(keyFields[i]).high : 0;
+        anyWidth[i] = isKnown ? 0 : ~U64{0};
+    }
+    const auto mayHold = [&](const RuleBounds& bounds) {
+        bool all = true;
+        for (std::size_t i = 0; i < keyFields.size(); ++i) {
+            all = all & (values[i] - bounds[i].low <= (bounds[i].width | anyWidth[i]));
+        }
+        return all;
+    };
+    for (U32 rule = 0; rule < policy_.size();) {
+        const RuleResult result =
+            mayHold(bounds_[rule]) ? askCompiled(policy_.rule(rule), packet) : RuleResult::noMatch;
+        if (result == RuleResult::depends) return Result::depends;
+        if (result == RuleResult::noMatch) {
+            ++rule;
+            continue;
+        }
+        decidedBy.push_back(rule);
+        const CompiledRule& compiled = policy_.rule(rule);
+        if (compiled.drops) return Result::dropped;
+        if (compiled.next == CompiledRule::endsAsking) break;
+        rule = compiled.next;
+    }
+    return Result::forwarded;
+}
+
+}  // namespace TrafficPolicyCli::Diagnosis

@@ -1,0 +1,323 @@
+#include "cli/PacketWords.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+
+#include "base/Number.h"
+#include "names/AclNameMap.h"
+
+namespace Cli {
+
+namespace {
+
+using TrafficPolicyCli::AskedPoint;
+using TrafficPolicyCli::Diagnosis::Field;
+using TrafficPolicyCli::Diagnosis::fieldAt;
+using TrafficPolicyCli::Diagnosis::fieldName;
+using TrafficPolicyCli::Diagnosis::FieldValue;
+using TrafficPolicyCli::Diagnosis::innerFields;
+using TrafficPolicyCli::Diagnosis::Packet;
+using TrafficPolicyCli::Diagnosis::tcpFlagNames;
+using MatchOption = PolicyMap::ClassMapMatchOption;
+
+[[noreturn]] void refuse(const Token& token, const std::string& why, const std::string& expected) {
+    throw CommandError(token.position, inQuotes(token.text) + " " + why, expected);
+}
+
+U32 numberOf(const Token& token, U32 highest) {
+    const Base::Bounds bounds{0, highest};
+    if (const auto number = Base::parseNumber(token.text, bounds)) {
+        return static_cast<U32>(*number);
+    }
+    const auto fault = Base::numberFault(token.text, bounds);
+    refuse(token, std::string(fault.wrong),
+           fault.right.empty() ? "a number " + bounds.stringValue() : fault.right);
+}
+
+// A value by its name, or its number.
+template <class NameOf>
+U32 namedNumber(const Token& token, U32 highest, const NameOf& nameOf,
+                const std::string& expected) {
+    for (U32 value = 0; value <= highest; ++value) {
+        if (nameOf(value) == token.text) return value;
+    }
+    const auto number = Base::parseNumber(token.text, {0, highest});
+    if (!number) refuse(token, "is unknown", expected);
+    return static_cast<U32>(*number);
+}
+
+U32 protocolNumber(const Token& token, bool isIpv4) {
+    const auto names = AclNameMap::instance();
+    const auto nameOf = [&](U32 value) -> std::string_view {
+        if (value == 58 && !isIpv4 && (token.text == "icmp" || token.text == "icmpv6")) {
+            return token.text;
+        }
+        return isIpv4 ? names->ipv4ProtocolName(value) : names->ipv6ProtocolName(value);
+    };
+    return namedNumber(token, 255, nameOf, "a number 0 to 255, or a name, as tcp");
+}
+
+// Calls visit with each part of a list with commas.
+template <class Visit>
+void eachPart(std::string_view text, const Visit& visit) {
+    for (;;) {
+        const std::size_t comma = text.find(',');
+        visit(text.substr(0, comma));
+        if (comma == std::string_view::npos) return;
+        text.remove_prefix(comma + 1);
+    }
+}
+
+U32 flagsOf(const Token& token) {
+    U32 flags = 0;
+    if (token.text == "none") return flags;
+    eachPart(token.text, [&](std::string_view name) {
+        const auto* const found = std::ranges::find(tcpFlagNames, name);
+        if (found == std::end(tcpFlagNames)) {
+            refuse(token, "is no list of TCP flags",
+                   "fin, syn, rst, psh, ack, urg, as syn,ack; or none");
+        }
+        flags |= U32{1} << (found - std::begin(tcpFlagNames));
+    });
+    return flags;
+}
+
+// The fields with a plain number, and the greatest.
+struct NumberField {
+    Field field;
+    U32 highest;
+};
+constexpr NumberField numberFields[] = {
+    {Field::sourcePort, 65535},
+    {Field::destinationPort, 65535},
+    {Field::icmpType, 255},
+    {Field::icmpCode, 255},
+    {Field::ecn, 3},
+    {Field::ttl, 255},
+    {Field::length, 65535},
+};
+constexpr Field switchFields[] = {Field::ipOptions, Field::tracked, Field::bgpNeighbor};
+
+// One header as it was typed: for each field the keyword and the value.
+struct TypedField {
+    const Token* keyword = nullptr;
+    const Token* value = nullptr;
+};
+
+class PacketReader {
+  public:
+    explicit PacketReader(const Match& match) : match_(match) {
+        sort();
+        const bool isIpv4 = familyOf(false) != MatchOption::ipv6;
+        if (!family_[0]) {
+            throw CommandError(endOfWords(), "the family of the packet is not known",
+                               "source, destination or family");
+        }
+        packet_.emplace(*family_[0]);
+        header(false, isIpv4);
+        if (inner_ == nullptr) return;
+        const bool isInnerIpv4 = familyOf(true) != MatchOption::ipv6;
+        if (family_[1]) packet_->numberIs(Field::innerFamily, isInnerIpv4 ? 4 : 6);
+        header(true, isInnerIpv4);
+        if (!packet_->hasInner()) {
+            throw CommandError(endOfWords(), "nothing is told of the inner packet",
+                               "a field of it, as inner source 10.1.2.3");
+        }
+    }
+
+    Packet packet() {
+        const auto contradiction = packet_->settle();
+        if (!contradiction) return *packet_;
+        const bool isInner =
+            contradiction->field >= Field::innerFamily || isInnerField(contradiction->field);
+        const Token* keyword = isInner ? inner_ : nullptr;
+        for (const bool inner : {false, true}) {
+            for (U32 i = 0; i < innerFields; ++i) {
+                const auto field = static_cast<Field>(i);
+                const Token* const typed = typed_[inner ? 1 : 0][i].keyword;
+                if (typed != nullptr && fieldAt(field, inner) == contradiction->field) {
+                    keyword = typed;
+                }
+            }
+        }
+        throw CommandError(keyword == nullptr ? endOfWords() : keyword->position,
+                           std::string(contradiction->why),
+                           "fields that a packet can have together");
+    }
+
+  private:
+    std::size_t endOfWords() const { return match_.tokens.back().position + 1; }
+
+    // Says which field each word is of.
+    void sort() {
+        const auto& tokens = match_.tokens;
+        std::size_t at = 0;
+        while (tokens[at].label != "packet") ++at;
+        at += tokens[at + 1].label == "interface" ? 4 : 3;  // behind the point
+        const Token* detail = nullptr;
+        while (at < tokens.size()) {
+            const Token& keyword = tokens[at];
+            const bool isInner = inner_ != nullptr;
+            if (keyword.label == "inner" || keyword.label == "detail") {
+                const Token*& word = keyword.label == "inner" ? inner_ : detail;
+                if (word != nullptr) refuseTwice(keyword);
+                word = &keyword;
+                ++at;
+                continue;
+            }
+            TypedField& typed = keyword.label == "family" ? typedFamily_[isInner ? 1 : 0]
+                                                          : typedOf(keyword.label, isInner);
+            if (typed.keyword != nullptr) refuseTwice(keyword);
+            typed = {&keyword, &tokens[at + 1]};
+            at += 2;
+        }
+    }
+    [[noreturn]] static void refuseTwice(const Token& keyword) {
+        throw CommandError(keyword.position, "\"" + std::string(keyword.label) + "\" stands twice",
+                           "it once");
+    }
+
+    TypedField& typedOf(std::string_view name, bool isInner) {
+        U32 index = 0;
+        while (fieldName(static_cast<Field>(index)) != name) ++index;
+        return typed_[isInner ? 1 : 0][index];
+    }
+    const TypedField& typedOf(Field field, bool isInner) const {
+        return typed_[isInner ? 1 : 0][static_cast<std::size_t>(field)];
+    }
+
+    // The family of a header, by its word and its addresses, which must agree.
+    MatchOption familyOf(bool isInner) {
+        auto& family = family_[isInner ? 1 : 0];
+        const TypedField& word = typedFamily_[isInner ? 1 : 0];
+        if (word.value != nullptr) {
+            for (const auto option :
+                 {MatchOption::ipv4, MatchOption::ipv6, MatchOption::mac, MatchOption::mpls}) {
+                if (matchOptionName(option) == word.value->label) family = option;
+            }
+            const bool isIp = family == MatchOption::ipv4 || family == MatchOption::ipv6;
+            if (isInner && !isIp) refuse(*word.value, "is in no tunnel", "ipv4 or ipv6");
+        }
+        for (const Field field : {Field::source, Field::destination}) {
+            const Token* const value = typedOf(field, isInner).value;
+            if (value == nullptr) continue;
+            const auto address = Wire::IpGenAddr::parse(value->text);
+            if (!address) {
+                refuse(*value, "is no address", "an address, as 10.1.2.3 or 2001:db8::1");
+            }
+            const bool isIpv4 = address->family() == Wire::AddressFamily::ipv4;
+            const auto option = isIpv4 ? MatchOption::ipv4 : MatchOption::ipv6;
+            if (family && *family != option) {
+                refuse(*value, "is of another family than the words before",
+                       "an address of the family " + std::string(matchOptionName(*family)));
+            }
+            family = option;
+            addresses_.push_back({fieldAt(field, isInner), FieldValue::address(*address)});
+        }
+        return family.value_or(MatchOption::ipv4);
+    }
+
+    void header(bool isInner, bool isIpv4) {
+        for (const auto& [field, value] : addresses_) packet_->valueIs(field, value);
+        addresses_.clear();
+        const auto set = [&](Field field, U32 number) {
+            packet_->numberIs(fieldAt(field, isInner), number);
+        };
+        const auto valueOf = [&](Field field) { return typedOf(field, isInner).value; };
+        for (const auto& [field, highest] : numberFields) {
+            if (const Token* const value = valueOf(field)) set(field, numberOf(*value, highest));
+        }
+        for (const Field field : switchFields) {
+            if (const Token* const value = valueOf(field))
+                set(field, value->label == "yes" ? 1 : 0);
+        }
+        if (const Token* const value = valueOf(Field::protocol)) {
+            set(Field::protocol, protocolNumber(*value, isIpv4));
+        }
+        if (const Token* const value = valueOf(Field::dscp)) {
+            const auto names = AclNameMap::instance();
+            set(Field::dscp, namedNumber(
+                                 *value, 63, [&](U32 dscp) { return names->dscpName(dscp); },
+                                 "a number 0 to 63, or a name, as ef"));
+        }
+        if (const Token* const value = valueOf(Field::tcpFlags)) {
+            set(Field::tcpFlags, flagsOf(*value));
+        }
+        if (const Token* const value = valueOf(Field::fragment)) {
+            set(Field::fragment, value->text == "no" ? 0 : offsetOf(*value) + 1);
+        }
+        if (const Token* const value = valueOf(Field::vlan)) {
+            if (isInner) refuse(*value, "is in no tunnel", "vlan before inner");
+            tags(*value);
+        }
+    }
+
+    static U32 offsetOf(const Token& token) {
+        const auto number = Base::parseNumber(token.text, {0, 8191});
+        if (!number) {
+            refuse(token, "is no fragment offset",
+                   "no, or the offset in units of 8 bytes, 0 to 8191, 0 for the first");
+        }
+        return static_cast<U32>(*number);
+    }
+
+    void tags(const Token& token) {
+        std::vector<U32> tags;
+        if (token.text != "none") {
+            eachPart(token.text, [&](std::string_view part) {
+                const auto number = Base::parseNumber(part, {1, 4094});
+                if (!number || tags.size() == 2) {
+                    refuse(token, "is no tag",
+                           "VLANs 1 to 4094, as 10, or 10,20 for two tags; or none");
+                }
+                tags.push_back(static_cast<U32>(*number) + 1);
+            });
+        }
+        packet_->numberIs(Field::vlan, tags.empty() ? 0 : tags[0]);
+        packet_->numberIs(Field::secondVlan, tags.size() < 2 ? 0 : tags[1]);
+    }
+
+    struct Value {
+        Field field;
+        FieldValue value;
+    };
+
+    const Match& match_;
+    const Token* inner_ = nullptr;
+    std::array<std::array<TypedField, innerFields>, 2> typed_{};
+    std::array<TypedField, 2> typedFamily_{};
+    std::array<std::optional<MatchOption>, 2> family_{};
+    std::vector<Value> addresses_;
+    std::optional<Packet> packet_;
+};
+
+}  // namespace
+
+std::string vlanNumber(const Token& token) {
+    constexpr std::string_view word = "Vlan";
+    std::string_view text = token.text;
+    if (text.starts_with(word)) text.remove_prefix(word.size());
+    constexpr Base::Bounds bounds = Classification::VlanRange::bounds;
+    const auto number = Base::parseNumber(text, bounds);
+    if (!number) {
+        const std::string meant = Base::numberFault(text, bounds).right;
+        refuse(token, "is not a VLAN",
+               meant.empty() ? "a VLAN " + bounds.stringValue() + ", as 20" : meant);
+    }
+    return std::to_string(*number);
+}
+
+AskedPoint pointOf(const Match& match) {
+    using Kind = AskedPoint::Kind;
+    if (const Token* const intf = match.find("INTF")) {
+        return {match.has("output") ? Kind::output : Kind::input, intf->text};
+    }
+    if (const Token* const vrf = match.find("VRF")) return {Kind::cpu, vrf->text};
+    if (const Token* const vlan = match.find("VLAN")) return {Kind::vlan, vlanNumber(*vlan)};
+    return {Kind::policy, match.name()};
+}
+
+Packet packetOf(const Match& match) { return PacketReader(match).packet(); }
+
+}  // namespace Cli
