@@ -6,8 +6,8 @@
 #include "cli/Filters.h"
 #include "cli/KnownNames.h"
 #include "cli/PacketWords.h"
+#include "cli/PrintReport.h"
 #include "cli/StateReport.h"
-#include "orb/Interrupt.h"
 #include "state/Snapshots.h"
 #include "traffic-policy/ShowFieldSets.h"
 #include "traffic-policy/ShowTrafficPolicy.h"
@@ -17,6 +17,7 @@ namespace Cli {
 namespace {
 
 using PolicyMap::Counters::Direction;
+using TrafficPolicyCli::PolicyViewWord;
 using TrafficPolicyCli::showTrafficPolicyCpuFactory;
 using TrafficPolicyCli::showTrafficPolicyInterfaceFactory;
 using TrafficPolicyCli::showTrafficPolicyL4PortFieldSetFactory;
@@ -54,28 +55,35 @@ bool countsBytes(const Session& session) {
     return session.state().hwStatus && session.state().hwStatus->byteCountersSupported();
 }
 
-// Prints the report of a show object.
-template <class Show>
-int print(const Show& show, const Session& session) {
-    show->render(session.fd(), session.format(), session.revision());
-    session.endReport();
-    return Orb::interruptRequested() ? ExitStatus::interrupted : ExitStatus::success;
-}
-
-// The same, and a line when the name that was asked for is of nothing known.
+// Prints a report, and a line when the name that was asked for is of nothing known.
 template <class Show>
 int print(const Show& show, const Session& session, const std::string& name, std::string_view noun,
           const Names& known) {
-    const int status = print(show, session);
+    const int status = Cli::print(show, session);
     if (status == ExitStatus::success) reportUnknownName(name, noun, known);
     return status;
 }
 
-// The same of policies.
+PolicyViewWord viewWordOf(PolicyKind kind) {
+    switch (kind) {
+        case PolicyKind::interface:
+            return PolicyViewWord::interface;
+        case PolicyKind::cpu:
+            return PolicyViewWord::cpu;
+        case PolicyKind::vlan:
+            break;
+    }
+    return PolicyViewWord::vlan;
+}
+
+// The same of policies, and a line when they have problems that the view does not show.
 template <class Show>
-int print(const Show& show, const Session& session, const std::string& name, PolicyKind kind) {
-    const int status = print(show, session);
-    if (status == ExitStatus::success) reportMissingPolicy(name, kind, session.state());
+int print(const Show& show, const Session& session, const View& view, PolicyKind kind) {
+    const int status = Cli::print(show, session);
+    if (status == ExitStatus::success) {
+        reportMissingPolicy(view.name, kind, session.state());
+        hintAtProblems(session, {viewWordOf(kind), view.name, view.errors, view.counters});
+    }
     return status;
 }
 
@@ -91,7 +99,7 @@ Plan planInterface(const Match& match) {
                          state.hwStatus, session.counters(Direction::input), state.interfaceOutput,
                          snapshots.interfaceOutput, state.intfConfigInput, state.intfConfigOutput,
                          state.intfParamStatus, session.counters(Direction::output), input, output),
-                     session, view.name, PolicyKind::interface);
+                     session, view, PolicyKind::interface);
     };
 }
 
@@ -105,7 +113,7 @@ Plan planCpu(const Match& match) {
                 view.summary, view.errors, view.detail, view.counters, countsBytes(session),
                 state.fieldSetConfig, state.hwStatus, noCounterStore, state.vrfConfig,
                 state.allVrfConfig, state.l3IntfStatusDir, state.cpuSoftware),
-            session, view.name, PolicyKind::cpu);
+            session, view, PolicyKind::cpu);
     };
 }
 
@@ -118,7 +126,7 @@ Plan planVlan(const Match& match) {
                                          nullptr, view.name, view.summary, view.errors, view.detail,
                                          view.counters, countsBytes(session), state.fieldSetConfig,
                                          state.hwStatus, noCounterStore, state.intfConfigBridged),
-            session, view.name, PolicyKind::vlan);
+            session, view, PolicyKind::vlan);
     };
 }
 
@@ -218,6 +226,8 @@ const std::vector<Command>& commands() {
          "VLAN field sets; with a filter those with a range that holds all of it",
          planVlanFieldSet},
         {"show traffic-policy field-set mac [NAME]", "MAC field sets, by source", planMacFieldSet},
+        {"show traffic-policy field-set holding (ADDRESS | l4-port PORT | vlan VLAN | mac MAC)",
+         "the field sets that hold it, and what takes it out of others", planFieldSetHolding},
         {"show traffic-policy attachments [interface INTF | vrf VRF | vlan VLAN]",
          "where policies are, and what the platform did there", planAttachments},
         {"show traffic-policy packet (interface INTF (input | output) | cpu VRF | vlan VLAN | "
@@ -226,6 +236,10 @@ const std::vector<Command>& commands() {
         {"show traffic-policy capture FILE (interface INTF (input | output) | cpu VRF | "
          "vlan VLAN | policy NAME)",
          "the packets of a capture file, by the rules that would take them", planCapture},
+        {"show traffic-policy problems [NAME]",
+         "what is wrong with policies; --exit-code for monitoring", planProblems},
+        {"show traffic-policy references (policy | field-set | counter | vrf | nexthop-group) NAME",
+         "the rules that name it, and where their policies are attached", planReferences},
         {"show traffic-policy state", "the state directory: documents, counts, last clear",
          [](const Match&) { return Plan(reportState); }},
         {"clear traffic-policy counters", "lets the counts of later shows begin now",

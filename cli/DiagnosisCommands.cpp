@@ -1,13 +1,18 @@
 #include "cli/DiagnosisCommands.h"
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <optional>
 
 #include "cli/ExitStatus.h"
+#include "cli/Filters.h"
 #include "cli/KnownNames.h"
 #include "cli/PacketWords.h"
+#include "cli/PrintReport.h"
 #include "cli/capture/CaptureFile.h"
 #include "cli/capture/Decoder.h"
+#include "orb/Escape.h"
 #include "orb/Interrupt.h"
 #include "state/Snapshots.h"
 #include "traffic-policy/ShowCapture.h"
@@ -17,14 +22,25 @@ namespace Cli {
 namespace {
 
 using PolicyMap::Counters::Direction;
-
-template <class Show>
-int print(const Show& show, const Session& session) {
-    show->render(session.fd(), session.format(), session.revision());
-    return Orb::interruptRequested() ? ExitStatus::interrupted : ExitStatus::success;
-}
+using TrafficPolicyCli::HoldingKind;
+using TrafficPolicyCli::PolicyViewShown;
+using TrafficPolicyCli::ReferenceKind;
 
 std::string textOf(const Token* token) { return token == nullptr ? std::string() : token->text; }
+
+struct ReferenceWord {
+    std::string_view word;
+    ReferenceKind kind;
+    std::string_view noun;
+    Names (*known)(const StateDirectory::State& state);
+};
+constexpr ReferenceWord referenceWords[] = {
+    {"policy", ReferenceKind::policy, "traffic policy", policyNames},
+    {"field-set", ReferenceKind::fieldSet, "field set", fieldSetNames},
+    {"counter", ReferenceKind::counter, "counter", counterNames},
+    {"vrf", ReferenceKind::vrf, "VRF", vrfNames},
+    {"nexthop-group", ReferenceKind::nexthopGroup, "next-hop group", nexthopGroupNames},
+};
 
 }  // namespace
 
@@ -49,11 +65,8 @@ TrafficPolicyCli::DiagnosisSources diagnosisSources(const Session& session) {
     return sources;
 }
 
-namespace {
-
-// Counts are those since the last clear.
-TrafficPolicyCli::DiagnosisSources sourcesWithSnapshots(const Session& session) {
-    auto sources = diagnosisSources(session);
+TrafficPolicyCli::DiagnosisSources diagnosisSourcesSinceClear(const Session& session) {
+    TrafficPolicyCli::DiagnosisSources sources = diagnosisSources(session);
     const auto snapshots = StateDirectory::readSnapshots(session.stateDirectory());
     sources.input.counter = snapshots.interfaceInput;
     sources.output.counter = snapshots.interfaceOutput;
@@ -61,13 +74,11 @@ TrafficPolicyCli::DiagnosisSources sourcesWithSnapshots(const Session& session) 
     return sources;
 }
 
-}  // namespace
-
 Plan planPacket(const Match& match) {
     return [point = pointOf(match), packet = packetOf(match),
             detail = match.has("detail")](const Session& session) {
-        return print(TrafficPolicyCli::showTrafficPolicyPacketFactory(sourcesWithSnapshots(session),
-                                                                      point, packet, detail),
+        return print(TrafficPolicyCli::showTrafficPolicyPacketFactory(
+                         diagnosisSourcesSinceClear(session), point, packet, detail),
                      session);
     };
 }
@@ -77,8 +88,8 @@ Plan planCapture(const Match& match) {
         const auto refuse = [&](const std::string& why, const std::string& expected) {
             throw CommandError(path.position, inQuotes(path.text) + " " + why, expected);
         };
-        const auto show =
-            TrafficPolicyCli::showTrafficPolicyCaptureFactory(sourcesWithSnapshots(session), point);
+        const auto show = TrafficPolicyCli::showTrafficPolicyCaptureFactory(
+            diagnosisSourcesSinceClear(session), point);
         std::optional<CaptureFile> file;
         try {
             file.emplace(path.text);
@@ -113,13 +124,85 @@ Plan planCapture(const Match& match) {
 
 Plan planAttachments(const Match& match) {
     const Token* const vlan = match.find("VLAN");
-    return
-        [interfaceName = textOf(match.find("INTF")), vrfName = textOf(match.find("VRF")),
-         vlanName = vlan == nullptr ? std::string() : vlanNumber(*vlan)](const Session& session) {
-            return print(TrafficPolicyCli::showTrafficPolicyAttachmentsFactory(
-                             diagnosisSources(session), interfaceName, vrfName, vlanName),
-                         session);
+    return [interfaceName = textOf(match.find("INTF")), vrfName = textOf(match.find("VRF")),
+            vlanName = vlan == nullptr ? std::string()
+                                       : std::to_string(oneVlan(*vlan))](const Session& session) {
+        const int status = print(TrafficPolicyCli::showTrafficPolicyAttachmentsFactory(
+                                     diagnosisSources(session), interfaceName, vrfName, vlanName),
+                                 session);
+        if (status != ExitStatus::success) return status;
+        reportUnknownName(interfaceName, "interface", interfaceNames(session.state()));
+        reportUnknownName(vrfName, "VRF", vrfNames(session.state()));
+        return status;
+    };
+}
+
+Plan planProblems(const Match& match) {
+    return [name = match.name()](const Session& session) {
+        const auto show = TrafficPolicyCli::showTrafficPolicyProblemsFactory(
+            diagnosisSourcesSinceClear(session), name);
+        const int status = print(show, session);
+        if (status != ExitStatus::success) return status;
+        reportUnknownName(name, "traffic policy", policyNames(session.state()));
+        return show->problemCount() == 0 ? status : ExitStatus::problemsFound;
+    };
+}
+
+Plan planReferences(const Match& match) {
+    for (const ReferenceWord& row : referenceWords) {
+        if (!match.has(row.word)) continue;
+        return [name = match.name(), &row](const Session& session) {
+            const auto show = TrafficPolicyCli::showTrafficPolicyReferencesFactory(
+                diagnosisSources(session), row.kind, name);
+            const int status = print(show, session);
+            if (status == ExitStatus::success && !show->foundReferences()) {
+                reportUnknownName(name, row.noun, row.known(session.state()));
+            }
+            return status;
         };
+    }
+    return {};
+}
+
+Plan planFieldSetHolding(const Match& match) {
+    HoldingKind kind = HoldingKind::address;
+    Wire::IpGenAddr address;
+    Wire::EthAddr mac;
+    U32 number = 0;
+    if (const Token* const token = match.find("PORT")) {
+        kind = HoldingKind::l4Port;
+        number = onePort(*token);
+    } else if (const Token* const vlan = match.find("VLAN")) {
+        kind = HoldingKind::vlan;
+        number = oneVlan(*vlan);
+    } else if (const Token* const macToken = match.find("MAC")) {
+        kind = HoldingKind::mac;
+        mac = macAddress(*macToken);
+    } else {
+        address = ipAddress(*match.find("ADDRESS"));
+    }
+    return [=](const Session& session) {
+        return print(TrafficPolicyCli::showTrafficPolicyFieldSetHoldingFactory(
+                         diagnosisSources(session), kind, address, number, mac),
+                     session);
+    };
+}
+
+void hintAtProblems(const Session& session, const PolicyViewShown& view) {
+    const bool isText = session.format() == static_cast<U32>(textout::OutputFormat_t::text);
+    if (!isText || !session.isOnTerminal() || ::isatty(STDERR_FILENO) == 0) return;
+    U64 count = 0;
+    try {
+        count = trafficPolicyProblemsNotShown(diagnosisSourcesSinceClear(session), view);
+    } catch (const StateDirectory::StateError&) {
+        // Counters are compared with snapshots that can be read only.
+        count = trafficPolicyProblemsNotShown(diagnosisSources(session), view);
+    }
+    if (count == 0) return;
+    const std::string name = view.policyName.empty() ? "" : " " + Orb::escaped(view.policyName);
+    std::fprintf(stderr, "tpcli: %llu %s not shown here: show traffic-policy problems%s\n",
+                 static_cast<unsigned long long>(count), count == 1 ? "problem is" : "problems are",
+                 name.c_str());
 }
 
 }  // namespace Cli

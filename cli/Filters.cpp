@@ -20,6 +20,18 @@ Range rangeFilter(const Token& token, const std::string& noun, std::string_view 
                            : fault.right);
 }
 
+// text: the digits in the token's text. noun: what the number is, "a port".
+template <class Range>
+U32 oneNumber(const Token& token, std::string_view text, const std::string& noun,
+              std::string_view example) {
+    constexpr Base::Bounds bounds = Range::bounds;
+    if (const auto number = Base::parseNumber(text, bounds)) return static_cast<U32>(*number);
+    const std::string meant = Base::numberFault(text, bounds).right;
+    throw CommandError(
+        token.position, inQuotes(token.text) + " is not " + noun,
+        meant.empty() ? noun + " " + bounds.stringValue() + ", as " + std::string(example) : meant);
+}
+
 }  // namespace
 
 Wire::IpGenPrefix prefixFilter(const Token& token, bool ipv4) {
@@ -47,6 +59,29 @@ Classification::PortRange portFilter(const Token& token) {
 Classification::VlanRange vlanFilter(const Token& token) {
     return rangeFilter<Classification::VlanRange>(token, "VLANs",
                                                   "one, as 10, or a range, as 100-199");
+}
+
+Wire::IpGenAddr ipAddress(const Token& token) {
+    if (const auto address = Wire::IpGenAddr::parse(token.text)) return *address;
+    throw CommandError(token.position, inQuotes(token.text) + " is not an address",
+                       "an address, as 10.1.2.3 or 2001:db8::1");
+}
+
+U32 onePort(const Token& token) {
+    return oneNumber<Classification::PortRange>(token, token.text, "a port", "443");
+}
+
+U32 oneVlan(const Token& token) {
+    constexpr std::string_view interfaceWord = "Vlan";
+    std::string_view text = token.text;
+    if (text.starts_with(interfaceWord)) text.remove_prefix(interfaceWord.size());
+    return oneNumber<Classification::VlanRange>(token, text, "a VLAN", "20");
+}
+
+Wire::EthAddr macAddress(const Token& token) {
+    if (const auto address = Wire::EthAddr::parse(token.text)) return *address;
+    throw CommandError(token.position, inQuotes(token.text) + " is not a MAC address",
+                       "a MAC address, as 00:00:5e:00:53:01");
 }
 
 }  // namespace Cli

@@ -1,9 +1,11 @@
-// What follows the word "filter": a prefix, or a range of ports or VLANs. What cannot be read as
-// one is an error of that word, which shows what a right one looks like.
+// What commands ask of field sets and points: prefixes and ranges to filter by, single addresses,
+// ports and VLANs. What cannot be read as one is an error of that word, which shows what a right
+// one looks like.
 #pragma once
 
 #include "cli/Grammar.h"
 #include "hive/Ranges.h"
+#include "wire/EthAddr.h"
 #include "wire/IpGenPrefix.h"
 
 namespace Cli {
@@ -16,5 +18,12 @@ Wire::IpGenPrefix prefixFilter(const Token& token, bool ipv4);
 // CommandError.
 Classification::PortRange portFilter(const Token& token);
 Classification::VlanRange vlanFilter(const Token& token);
+
+// One address of either family, one port, one VLAN (a number, or its interface as "Vlan20"), one
+// MAC address. Throw CommandError.
+Wire::IpGenAddr ipAddress(const Token& token);
+U32 onePort(const Token& token);
+U32 oneVlan(const Token& token);
+Wire::EthAddr macAddress(const Token& token);
 
 }  // namespace Cli

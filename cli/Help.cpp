@@ -11,14 +11,14 @@ namespace {
 
 constexpr std::size_t lineWidth = 79;
 
-// Where a part in brackets that is not within another one begins, the last that is not behind the
-// limit; npos when there is none.
+// Where a part in brackets or parentheses that is not within another one begins, the last that is
+// not behind the limit; npos when there is none.
 std::size_t lastPart(std::string_view words, std::size_t limit) {
     std::size_t found = std::string_view::npos;
     int depth = 0;
     for (std::size_t at = 0; at <= limit; ++at) {
-        if (words[at] == '[' && depth++ == 0) found = at;
-        if (words[at] == ']') --depth;
+        if ((words[at] == '[' || words[at] == '(') && depth++ == 0) found = at;
+        if (words[at] == ']' || words[at] == ')') --depth;
     }
     return found;
 }
@@ -75,6 +75,7 @@ Exit status:
        or not everything could be cleared
     3  the output could not be written
     4  a fault of the program or the machine, such as too little memory
+    5  problems were found, with --exit-code
   130  interrupted: the output is incomplete, also JSON. A second interrupt
        ends the process at once
   141  the output went to a pipe that was closed

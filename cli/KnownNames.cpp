@@ -86,6 +86,25 @@ std::vector<Place> placesOf(const StateDirectory::State& state) {
     };
 }
 
+template <class Interfaces>
+void addInterfaces(Names& names, const Interfaces& interfaces) {
+    for (const auto& entry : interfaces) {
+        if constexpr (requires { entry.first; }) {
+            names.insert(entry.first.stringValue());
+        } else {
+            names.insert(entry.key.stringValue());
+        }
+    }
+}
+
+template <class Visit>
+void forEachVersion(const StateDirectory::State& state, Visit visit) {
+    if (!state.config) return;
+    for (const auto& [name, policy] : state.config->policyMapConfig()) {
+        if (policy->currCfg()) visit(*policy->currCfg());
+    }
+}
+
 }  // namespace
 
 Names policyNames(const StateDirectory::State& state) {
@@ -119,6 +138,67 @@ Names macFieldSetNames(const StateDirectory::State& state) {
             addKeys(names, source->entry());
         }
     }
+    return names;
+}
+
+Names fieldSetNames(const StateDirectory::State& state) {
+    Names names = macFieldSetNames(state);
+    for (const auto& more : {prefixFieldSetNames(state, true), prefixFieldSetNames(state, false),
+                             portFieldSetNames(state), vlanFieldSetNames(state)}) {
+        names.insert(more.begin(), more.end());
+    }
+    return names;
+}
+
+Names counterNames(const StateDirectory::State& state) {
+    Names names;
+    forEachVersion(state, [&](const PolicyMap::PolicyMapSubConfig& version) {
+        for (const Orb::String& name : version.namedCounter()) names.insert(name);
+    });
+    return names;
+}
+
+Names interfaceNames(const StateDirectory::State& state) {
+    Names names;
+    for (const auto* config : {&state.intfConfigInput, &state.intfConfigOutput}) {
+        if (*config) addInterfaces(names, (*config)->intf());
+    }
+    for (const auto* status : {&state.interfaceInput, &state.interfaceOutput}) {
+        if (!*status) continue;
+        for (const auto& policy : (*status)->policyMapStatus()) {
+            addInterfaces(names, policy.second->intfStatus());
+        }
+    }
+    if (state.l3IntfStatusDir) addInterfaces(names, state.l3IntfStatusDir->intfStatus());
+    return names;
+}
+
+Names vrfNames(const StateDirectory::State& state) {
+    Names names;
+    if (state.allVrfConfig) {
+        for (const Orb::String& vrf : state.allVrfConfig->vrf()) names.insert(vrf);
+    }
+    if (state.vrfConfig) addKeys(names, state.vrfConfig->vrf());
+    if (state.l3IntfStatusDir) {
+        for (const auto& entry : state.l3IntfStatusDir->intfStatus()) {
+            names.insert(entry.value->vrf());
+        }
+    }
+    return names;
+}
+
+Names nexthopGroupNames(const StateDirectory::State& state) {
+    Names names;
+    forEachVersion(state, [&](const PolicyMap::PolicyMapSubConfig& version) {
+        for (const auto& entry : version.policyAction()) {
+            const PolicyMap::Action* const action =
+                entry.value->action(PolicyMap::ActionType::redirectNexthopGroup);
+            if (action == nullptr) continue;
+            const auto& groups =
+                static_cast<const PolicyMap::RedirectNexthopGroupAction*>(action)->nexthopGroups();
+            for (const Orb::String& group : groups) names.insert(group);
+        }
+    });
     return names;
 }
 

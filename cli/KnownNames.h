@@ -23,6 +23,13 @@ Names macFieldSetNames(const StateDirectory::State& state);
 // What a command shows policies on.
 enum class PolicyKind { interface, cpu, vlan };
 
+Names fieldSetNames(const StateDirectory::State& state);  // of all kinds
+Names counterNames(const StateDirectory::State& state);   // declared by a policy
+// Interfaces that are configured, reported on, or in a VRF.
+Names interfaceNames(const StateDirectory::State& state);
+Names vrfNames(const StateDirectory::State& state);
+Names nexthopGroupNames(const StateDirectory::State& state);  // those that rules name
+
 // Says on standard error that the state knows no such thing, and which known name is near. noun:
 // what the name would be of, as "VLAN field set". Does nothing when the name is known, or is empty
 // (none was asked for).

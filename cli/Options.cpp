@@ -71,6 +71,8 @@ const std::vector<Option>& table() {
              }
              options.colour = static_cast<ColourMode>(mode - std::begin(modes));
          }},
+        {{"--exit-code", "", "", "of problems: end with 5 when there is one"},
+         [](const std::string&, Options& options) { options.exitCode = true; }},
         {{"--revision", "N", "a number 0 to 4294967295", "revision of the JSON model; default 2"},
          [](const std::string& value, Options& options) {
              options.revision =

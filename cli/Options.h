@@ -8,6 +8,7 @@
 
 #include "base/Options.h"
 #include "cli/CommandError.h"
+#include "cli/ExitStatus.h"
 #include "orb/Types.h"
 
 namespace Cli {
@@ -22,6 +23,7 @@ struct Options {
     U32 revision = 2;
     std::vector<std::pair<std::string, U32>> traces;  // facilities and their levels
     bool dumpsBlip = false;
+    bool exitCode = false;  // of problems: status 5 when there is one
     ColourMode colour = ColourMode::automatic;
     // Either the commands of -c and behind it, one line each, or the words of one command; without
     // either, commands come from standard input.
@@ -30,6 +32,10 @@ struct Options {
 
     // Of reports: 1 text, 2 JSON.
     U32 format() const { return json ? 2 : 1; }
+    // What a command's status is to whoever called the program.
+    int statusOf(int status) const {
+        return status == ExitStatus::problemsFound && !exitCode ? ExitStatus::success : status;
+    }
 };
 
 // Of --state, else of TPCLI_STATE, else the current one.

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "base/Number.h"
+#include "cli/Filters.h"
 #include "names/AclNameMap.h"
 
 namespace Cli {
@@ -294,27 +295,14 @@ class PacketReader {
 
 }  // namespace
 
-std::string vlanNumber(const Token& token) {
-    constexpr std::string_view word = "Vlan";
-    std::string_view text = token.text;
-    if (text.starts_with(word)) text.remove_prefix(word.size());
-    constexpr Base::Bounds bounds = Classification::VlanRange::bounds;
-    const auto number = Base::parseNumber(text, bounds);
-    if (!number) {
-        const std::string meant = Base::numberFault(text, bounds).right;
-        refuse(token, "is not a VLAN",
-               meant.empty() ? "a VLAN " + bounds.stringValue() + ", as 20" : meant);
-    }
-    return std::to_string(*number);
-}
-
 AskedPoint pointOf(const Match& match) {
     using Kind = AskedPoint::Kind;
     if (const Token* const intf = match.find("INTF")) {
         return {match.has("output") ? Kind::output : Kind::input, intf->text};
     }
     if (const Token* const vrf = match.find("VRF")) return {Kind::cpu, vrf->text};
-    if (const Token* const vlan = match.find("VLAN")) return {Kind::vlan, vlanNumber(*vlan)};
+    if (const Token* const vlan = match.find("VLAN"))
+        return {Kind::vlan, std::to_string(oneVlan(*vlan))};
     return {Kind::policy, match.name()};
 }
 

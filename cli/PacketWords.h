@@ -16,10 +16,6 @@ inline constexpr std::string_view packetGrammar =
     "fragment OFFSET | vlan TAGS | ip-options (yes | no) | tracked (yes | no) | "
     "bgp-neighbor (yes | no) | inner | detail) ...";
 
-// The number of a VLAN, which may be told as its interface too: "20" or "Vlan20". Throws
-// CommandError.
-std::string vlanNumber(const Token& token);
-
 // The point behind "packet" or "capture FILE". Throws CommandError.
 TrafficPolicyCli::AskedPoint pointOf(const Match& match);
 

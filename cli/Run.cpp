@@ -55,7 +55,8 @@ int runCommand(const Plan& plan, const Options& options) {
     try {
         Shell::Route route;
         route.colour = Shell::wantsColour(options.colour);
-        return Shell::execute(plan, {directory, options.format(), options.revision, source}, route);
+        return options.statusOf(
+            Shell::execute(plan, {directory, options.format(), options.revision, source}, route));
     } catch (const StateDirectory::StateError& error) {
         throw StateDirectory::StateError(error.what() + hintFor(directory));
     }

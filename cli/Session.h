@@ -78,6 +78,10 @@ class Session {
         return Orb::make<PolicyMap::Counters::PolicyMapTypeCounters>(counterStore_, direction);
     }
 
+    // Says whether an operator sees the report as it is printed, on a terminal or its pager.
+    bool isOnTerminal() const { return isOnTerminal_; }
+    void isOnTerminalIs(bool is) { isOnTerminal_ = is; }
+
     // What is done when the report is whole: what the command says next, on standard error, comes
     // behind it.
     void atEndOfReport(std::function<void()> action) { atEndOfReport_ = std::move(action); }
@@ -94,6 +98,7 @@ class Session {
     mutable StatePtr state_;
     Orb::Ptr<Reef::StoreManager> counterStore_;
     std::function<void()> atEndOfReport_;
+    bool isOnTerminal_ = false;
 };
 
 }  // namespace Cli

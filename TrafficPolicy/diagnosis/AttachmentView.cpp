@@ -106,7 +106,9 @@ class AttachmentView {
         Reasons reasons;
         for (const Family& family : families) {
             const Installed installed = attachments_.installed(attachment, family.option, target);
-            const bool isAsked = installed.outcome != Outcome::notAsked;
+            // The kernel filters IP packets only.
+            const bool isAsked =
+                installed.outcome != Outcome::notAsked && target == Target::hardware;
             if (!family.hasColumn && !isAsked) continue;
             const auto state = renderer_.object(matchOptionName(family.option));
             renderer_.pair("installation", keyOf(installed.outcome));

@@ -48,9 +48,6 @@ bool saysProgrammed(const PolicyMap::IntfStatus& report) {
         return entry.value.state == InstallState::programmed;
     });
 }
-bool sayProgrammed(const Reports& reports) {
-    return std::ranges::any_of(reports, [](const auto* report) { return saysProgrammed(*report); });
-}
 
 // What the reports on a point say of one family.
 struct Judgement {
@@ -93,6 +90,10 @@ bool inOrder(const Attachment& a, const Attachment& b) {
 }
 
 }  // namespace
+
+bool sayProgrammed(const Reports& reports) {
+    return std::ranges::any_of(reports, [](const auto* report) { return saysProgrammed(*report); });
+}
 
 std::string_view kindOf(Place place) { return wordsOf(place).kind; }
 std::string_view directionOf(Place place) { return wordsOf(place).direction; }

@@ -50,6 +50,9 @@ struct Installed {
 // status objects stay as they are.
 using Reports = std::vector<const PolicyMap::IntfStatus*>;
 
+// Says whether some report says programmed, whatever the family.
+bool sayProgrammed(const Reports& reports);
+
 struct Attachment {
     Place place = Place::input;
     Orb::String point;   // interface, VRF, or VLAN number

@@ -2,14 +2,9 @@
 
 #include <algorithm>
 
-#include "orb/Escape.h"
+#include "base/Text.h"
 
 namespace TrafficPolicyCli::Diagnosis {
-
-U32 columnsOf(std::string_view escaped) {
-    return static_cast<U32>(std::ranges::count_if(
-        escaped, [](char byte) { return (static_cast<unsigned char>(byte) & 0xc0) != 0x80; }));
-}
 
 Table::Table(textout::RendererV2& renderer, const std::vector<std::string_view>& headings)
     : renderer_(renderer), columns_(headings.size()) {
@@ -18,9 +13,7 @@ Table::Table(textout::RendererV2& renderer, const std::vector<std::string_view>&
 
 void Table::cell(std::string_view text) {
     if (!renderer_.isText()) return;
-    Orb::String escaped = Orb::escaped(text);
-    const U32 columns = columnsOf(escaped);
-    cells_.push_back({std::move(escaped), columns});
+    cells_.push_back({Orb::String(text), Base::terminalColumns(text)});
 }
 
 U32 Table::widthOf(std::size_t column) const {
@@ -37,7 +30,7 @@ void Table::print() const {
     for (std::size_t column = 0; column < columns_; ++column) widths.push_back(widthOf(column));
     U32 blanks = 0;  // due before the next cell of the line that has something to print
     const auto print = [&](std::size_t column, std::string_view text, U32 columns) {
-        if (!text.empty()) renderer_.indent(blanks).text(text);
+        if (!text.empty()) renderer_.indent(blanks).name(text);
         blanks = (text.empty() ? blanks : 0) + widths[column] - columns + gap;
         if (column + 1 < columns_) return;
         renderer_.endLine();

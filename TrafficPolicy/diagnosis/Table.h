@@ -8,22 +8,19 @@
 
 namespace TrafficPolicyCli::Diagnosis {
 
-// How many columns of a terminal an escaped text takes.
-U32 columnsOf(std::string_view escaped);
-
 // In JSON nothing is kept and nothing printed, so a walk fills it beside its calls for JSON.
 class Table {
   public:
     Table(textout::RendererV2& renderer, const std::vector<std::string_view>& headings);
 
-    // The next cell, from left to right and row by row; escaped here.
+    // The next cell, from left to right and row by row.
     void cell(std::string_view text);
     // Prints the headings, a line of dashes, and the rows.
     void print() const;
 
   private:
     struct Cell {
-        Orb::String text;  // escaped
+        Orb::String text;
         U32 columns;
     };
     U32 widthOf(std::size_t column) const;

@@ -81,7 +81,7 @@ CommandLoop::CommandLoop(const Options& options, const std::string& stateDirecto
 
 int CommandLoop::run(std::string_view line, const std::string& place) {
     const Words words = splitLine(line).words;
-    return reportFailures(place, words, [&] { return run(line); });
+    return reportFailures(place, words, [&] { return options_.statusOf(run(line)); });
 }
 
 int CommandLoop::run(std::string_view text) {

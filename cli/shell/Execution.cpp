@@ -57,15 +57,18 @@ int runInto(ReportStream& stream, const Plan& plan, const Session& session) {
 int execute(const Plan& plan, const Surroundings& with, const Route& route) {
     const U32 format = route.pipes.json ? json : with.format;
     const bool isColoured = route.colour && format != json;
+    const bool isOnTerminal =
+        route.pipes.filters.empty() && !route.pipes.saveTo && ::isatty(STDOUT_FILENO) != 0;
     if (route.pipes.filters.empty() && !route.pipes.saveTo && !isColoured && !route.screen) {
-        const Session session(with.stateDirectory, STDOUT_FILENO, format, with.revision,
-                              with.source);
+        Session session(with.stateDirectory, STDOUT_FILENO, format, with.revision, with.source);
+        session.isOnTerminalIs(isOnTerminal);
         const Orb::ActivityLockGuard lock;
         return plan(session);
     }
     const StandardOutputAside aside;
     ReportStream stream(sinkOf(route, isColoured, aside.descriptor()));
     Session session(with.stateDirectory, stream.fd(), format, with.revision, with.source);
+    session.isOnTerminalIs(isOnTerminal);
     session.atEndOfReport([&] {
         const Orb::ActivityUnlockGuard unlocked;
         stream.finish();

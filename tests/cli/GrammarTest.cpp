@@ -102,7 +102,7 @@ TEST(Grammar, pointsAtWrongWords) {
          "the command is not complete\n"
          "  show traffic-policy\n"
          "                      ^ expected NAME, interface, cpu, vlan, field-set, attachments, "
-         "packet, capture or state"},
+         "packet, capture, problems, references or state"},
         {split("show traffic-policy interfcae"),
          "the command is not complete, \"interfcae\" is read as a name\n"
          "  show traffic-policy interfcae\n"
@@ -114,7 +114,8 @@ TEST(Grammar, pointsAtWrongWords) {
         {split("show traffic-policy field-set \"mac\""),
          "\"\\\"mac\\\"\" cannot stand here\n"
          "  show traffic-policy field-set \"mac\"\n"
-         "                                ^~~~~ expected ipv4, ipv6, l4-port, vlan or mac"},
+         "                                ^~~~~ expected ipv4, ipv6, l4-port, vlan, mac or "
+         "holding"},
         {split("show traffic-policy vlan detail coun"),
          "counts are not shown for VLANs\n"
          "  show traffic-policy vlan detail coun\n"
@@ -129,7 +130,8 @@ TEST(Grammar, pointsAtWrongWords) {
         {split("show traffic-policy field-set WEB l4-port filter 80"),
          "\"WEB\" cannot stand here\n"
          "  show traffic-policy field-set WEB l4-port filter 80\n"
-         "                                ^~~ expected ipv4, ipv6, l4-port, vlan or mac; the name "
+         "                                ^~~ expected ipv4, ipv6, l4-port, vlan, mac or holding; "
+         "the name "
          "goes after \"l4-port\": show traffic-policy field-set l4-port WEB filter 80"},
         // A long word is shown in part.
         {{"show", std::string(1000, 'x')},
@@ -139,7 +141,7 @@ TEST(Grammar, pointsAtWrongWords) {
          "a word is empty\n"
          "  show traffic-policy  cpu\n"
          "                      ^ expected NAME, interface, cpu, vlan, field-set, attachments, "
-         "packet, capture or state"},
+         "packet, capture, problems, references or state"},
         // Columns of a terminal, not bytes: two wide characters, a combining accent, an escape.
         {{"show", "traffic-policy", "\xe6\x97\xa5\xe6\x9c\xac", "cpu", "e\xcc\x81\x1b["},
          "\"e\xcc\x81\\x1b[\" cannot stand here\n"

@@ -43,7 +43,8 @@ TEST(Options, sayWhatWouldBeRight) {
         std::string complaint;
     } const rows[] = {
         {{"--jsno"},
-         "unknown option \"--jsno\", expected --state, -c, --json, --color, --revision, --trace, "
+         "unknown option \"--jsno\", expected --state, -c, --json, --color, --exit-code, "
+         "--revision, --trace, "
          "--help or "
          "--version"},
         {{"-c", "show", "-c"}, "-c needs a value, expected a command in one word"},

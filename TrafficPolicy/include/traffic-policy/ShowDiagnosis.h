@@ -85,12 +85,91 @@ class ShowTrafficPolicyAttachments : public ShowTrafficPolicyDiagnosis {
     void renderReport(textout::RendererV2& renderer) override;
 };
 
+// Everything that is wrong, a line each, under the policy it is of.
+class ShowTrafficPolicyProblems : public ShowTrafficPolicyDiagnosis {
+    ORB_DERIVED_TYPE(ShowTrafficPolicyProblems, ShowTrafficPolicyDiagnosis)
+    ORB_KEY(policyName, Orb::String)
+    ORB_ATTRIBUTE(problemCount, U64)  // once rendered, how many were printed
+
+    ShowTrafficPolicyProblems(DiagnosisSources sources, Orb::String policyName);
+
+  protected:
+    void renderReport(textout::RendererV2& renderer) override;
+};
+
+enum class ReferenceKind : U8 { policy, fieldSet, counter, vrf, nexthopGroup };
+
+// Which rules of which policies name something, and where these policies are attached. Of a policy
+// where it is attached; of a VRF also which policy its CPU has, and which field sets are fetched
+// through it.
+class ShowTrafficPolicyReferences : public ShowTrafficPolicyDiagnosis {
+    ORB_DERIVED_TYPE(ShowTrafficPolicyReferences, ShowTrafficPolicyDiagnosis)
+    ORB_KEY(kind, ReferenceKind)
+    ORB_KEY(name, Orb::String)
+    ORB_ATTRIBUTE(foundReferences, bool)  // once rendered, at least one was printed
+
+    ShowTrafficPolicyReferences(DiagnosisSources sources, ReferenceKind kind, Orb::String name);
+
+  protected:
+    void renderReport(textout::RendererV2& renderer) override;
+};
+
+enum class HoldingKind : U8 { address, l4Port, vlan, mac };
+
+// Which field sets hold an address, a layer-4 port, a VLAN or a MAC address, and what in them does:
+// the longest prefix or the narrowest range. A set whose exception takes an address out is listed
+// with that exception, and does not hold it.
+class ShowTrafficPolicyFieldSetHolding : public ShowTrafficPolicyDiagnosis {
+    ORB_DERIVED_TYPE(ShowTrafficPolicyFieldSetHolding, ShowTrafficPolicyDiagnosis)
+    ORB_KEY(kind, HoldingKind)
+    ORB_KEY(address, Wire::IpGenAddr)
+    ORB_KEY(number, U32)
+    ORB_KEY(mac, Wire::EthAddr)
+
+    ShowTrafficPolicyFieldSetHolding(DiagnosisSources sources, HoldingKind kind,
+                                     const Wire::IpGenAddr& address, U32 number,
+                                     const Wire::EthAddr& mac);
+
+  protected:
+    void renderReport(textout::RendererV2& renderer) override;
+};
+
+// The factories, and the creators with the same arguments.
+
 // interfaceName, vrfName, vlan (its number): shows only this interface, or the CPU of this VRF, or
 // this VLAN; at most one is not empty. All empty: every point.
 ORB_EXPORT Orb::Ptr<ShowTrafficPolicyAttachments> showTrafficPolicyAttachmentsFactory(
     DiagnosisSources sources, Orb::String interfaceName, Orb::String vrfName, Orb::String vlan);
+ORB_EXPORT decltype(showTrafficPolicyAttachmentsFactory) ShowTrafficPolicyAttachmentsIs;
 
-// The creators: the same with the same arguments.
-inline constexpr auto& ShowTrafficPolicyAttachmentsIs = showTrafficPolicyAttachmentsFactory;
+// policyName: only this policy; empty: all.
+ORB_EXPORT Orb::Ptr<ShowTrafficPolicyProblems> showTrafficPolicyProblemsFactory(
+    DiagnosisSources sources, Orb::String policyName);
+ORB_EXPORT decltype(showTrafficPolicyProblemsFactory) ShowTrafficPolicyProblemsIs;
+
+ORB_EXPORT Orb::Ptr<ShowTrafficPolicyReferences> showTrafficPolicyReferencesFactory(
+    DiagnosisSources sources, ReferenceKind kind, Orb::String name);
+ORB_EXPORT decltype(showTrafficPolicyReferencesFactory) ShowTrafficPolicyReferencesIs;
+
+// Of address, number (port 0 to 65535, VLAN 1 to 4094) and mac the one that the kind asks for is
+// looked at. REQUIRES: of the kind address, that it is not the null address.
+ORB_EXPORT Orb::Ptr<ShowTrafficPolicyFieldSetHolding> showTrafficPolicyFieldSetHoldingFactory(
+    DiagnosisSources sources, HoldingKind kind, const Wire::IpGenAddr& address, U32 number,
+    const Wire::EthAddr& mac);
+ORB_EXPORT decltype(showTrafficPolicyFieldSetHoldingFactory) ShowTrafficPolicyFieldSetHoldingIs;
+
+// The views of policies, and which of them warn of what.
+enum class PolicyViewWord : U8 { interface, cpu, vlan };
+struct PolicyViewShown {
+    PolicyViewWord word;
+    Orb::String policyName;  // only this policy; empty: all
+    bool errors;
+    bool counters;
+};
+
+// How many problems the policies of a view have that the view does not show. REQUIRES: the calling
+// thread holds the activity lock.
+ORB_EXPORT U64 trafficPolicyProblemsNotShown(const DiagnosisSources& sources,
+                                             const PolicyViewShown& view);
 
 }  // namespace TrafficPolicyCli

@@ -1,0 +1,120 @@
+#include "diagnosis/Problems.h"
+
+#include <algorithm>
+#include <set>
+
+namespace TrafficPolicyCli::Diagnosis {
+
+namespace {
+
+constexpr std::string_view problemKeys[] = {
+    "unknownPolicy",       "noCurrentVersion",     "notAttached",          "unknownVrf",
+    "unknownInterface",    "installationFailed",   "notProcessed",         "removedPolicy",
+    "notConfigured",       "ruleNotTaken",         "removedRule",          "undefinedFieldSet",
+    "emptyFieldSet",       "undefinedCounter",     "gotoNowhere",          "gotoBack",
+    "criterionCannotHold", "contradictingActions", "counterBelowSnapshot",
+};
+
+const Orb::String noPolicy;
+
+bool inOrder(const Problem& a, const Problem& b) {
+    if (a.kind != b.kind) return a.kind < b.kind;
+    if (a.order != b.order) return a.order < b.order;
+    return naturalOrder(a.text, b.text) < 0;
+}
+
+// The VRFs of interfaces that do not exist; they belong to no policy.
+void addInterfaceVrfs(const DiagnosisSources& sources, Problems& problems) {
+    if (!sources.l3IntfStatusDir) return;
+    std::set<std::pair<Orb::String, L3::VrfName>> found;
+    for (const auto& [intfId, status] : sources.l3IntfStatusDir->intfStatus()) {
+        if (status && !vrfExists(sources, status->vrf())) {
+            found.insert({intfId.stringValue(), status->vrf()});
+        }
+    }
+    for (const auto& [intf, vrf] : found) {
+        problems[noPolicy].push_back(
+            {.kind = ProblemKind::unknownVrf,
+             .text = "interface " + intf + ": VRF " + vrf + " does not exist"});
+    }
+}
+
+// Reports of the CPU's interfaces that no VRF is known of: they count nowhere.
+void addUnknownInterfaces(const DiagnosisSources& sources, const Orb::String& onlyPolicy,
+                          Problems& problems) {
+    if (!sources.l3IntfStatusDir) return;
+    for (const SideSources* const side : {&sources.cpu, &sources.kernel}) {
+        if (!side->status) continue;
+        for (const auto& [policy, status] : side->status->policyMapStatus()) {
+            if (!onlyPolicy.empty() && policy != onlyPolicy) continue;
+            for (const auto& [intfId, report] : status->intfStatus()) {
+                if (sources.l3IntfStatusDir->intfStatus(intfId) != nullptr) continue;
+                const Orb::String where = side == &sources.cpu ? "hardware" : "the kernel";
+                problems[policy].push_back({.kind = ProblemKind::unknownInterface,
+                                            .text = where + " reports on interface " +
+                                                    intfId.stringValue() +
+                                                    ", which does not exist"});
+            }
+        }
+    }
+}
+
+}  // namespace
+
+std::string_view keyOf(ProblemKind kind) { return problemKeys[static_cast<std::size_t>(kind)]; }
+
+bool vrfExists(const DiagnosisSources& sources, const L3::VrfName& vrf) {
+    return !sources.allVrfConfig || vrf == "default" || sources.allVrfConfig->vrf().contains(vrf);
+}
+
+Orb::String textOf(const ProblemPoint& point) {
+    Orb::String text = pointText(point.place, point.point);
+    const std::string_view direction = directionOf(point.place);
+    if (!direction.empty()) text.append(" ").append(direction);
+    if (point.target) text += *point.target == Target::kernel ? " kernel" : " hardware";
+    return text;
+}
+
+Problems findProblems(const DiagnosisSources& sources, const Orb::String& onlyPolicy) {
+    const Attachments attachments(sources);
+    const std::vector<Attachment> found = attachments.all();
+    std::map<std::string_view, PolicyAttachments> byPolicy;
+    for (const Attachment& attachment : found) {
+        byPolicy[attachment.policy].push_back(&attachment);
+    }
+    Problems problems;
+    const auto search = [&](const Orb::String& policy, const PolicyAttachments& ofPolicy) {
+        std::vector<Problem> own;
+        addPointProblems(sources, attachments, ofPolicy, own);
+        if (const auto* const version = attachments.versionOf(policy)) {
+            addRuleProblems(sources, attachments, *version, ofPolicy, own);
+        }
+        if (!own.empty()) problems[policy] = std::move(own);
+    };
+    for (const auto& [policy, ofPolicy] : byPolicy) {
+        if (onlyPolicy.empty() || policy == onlyPolicy) search(Orb::String(policy), ofPolicy);
+    }
+    if (sources.config) {
+        for (const auto& [policy, config] : sources.config->policyMapConfig()) {
+            if (!onlyPolicy.empty() && policy != onlyPolicy) continue;
+            const auto ofPolicy = byPolicy.find(policy);
+            if (ofPolicy == byPolicy.end()) search(policy, {});
+            const bool isAttached = ofPolicy != byPolicy.end() &&
+                                    std::ranges::any_of(ofPolicy->second, [](const auto* one) {
+                                        return one->isConfigured;
+                                    });
+            if (isAttached) continue;
+            problems[policy].push_back(
+                {.kind = ProblemKind::notAttached, .text = "attached nowhere"});
+        }
+    }
+    addUnknownInterfaces(sources, onlyPolicy, problems);
+    forEachFallenCounter(sources, onlyPolicy, [&](const Orb::String& policy, Problem problem) {
+        problems[policy].push_back(std::move(problem));
+    });
+    if (onlyPolicy.empty()) addInterfaceVrfs(sources, problems);
+    for (auto& [policy, own] : problems) std::ranges::sort(own, inOrder);
+    return problems;
+}
+
+}  // namespace TrafficPolicyCli::Diagnosis

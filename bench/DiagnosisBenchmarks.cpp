@@ -1,0 +1,78 @@
+// The answers across all policies, on the state of 100,000 rules and, for the linearity, on larger
+// and smaller ones; and membership over a thousand field sets.
+#include "Scene.h"
+#include "orb/ActivityLock.h"
+#include "traffic-policy/ShowDiagnosis.h"
+
+namespace {
+
+using namespace TrafficPolicyCli;
+
+constexpr Bench::StateShape manySets{.policies = 1, .fieldSets = 1'000, .prefixes = 1'000};
+
+DiagnosisSources sourcesOf(const StateDirectory::State& state) {
+    DiagnosisSources sources;
+    sources.config = state.config;
+    sources.fieldSetConfig = state.fieldSetConfig;
+    sources.intfConfigInput = state.intfConfigInput;
+    sources.intfConfigOutput = state.intfConfigOutput;
+    sources.trafficPolicyHwStatus = state.hwStatus;
+    sources.input.status = state.interfaceInput;
+    sources.output.status = state.interfaceOutput;
+    return sources;
+}
+
+template <class Make>
+void run(benchmark::State& bench, const Bench::StateShape& shape, Make make) {
+    const DiagnosisSources sources = sourcesOf(Bench::loadedState(shape));
+    for (auto _ : bench) {
+        bench.PauseTiming();
+        Bench::emptyCaches();
+        bench.ResumeTiming();
+        const Orb::ActivityLockGuard lock;
+        make(sources)->render(Bench::nullDevice(), 1, 2);
+    }
+}
+
+void diagnosis_attachments(benchmark::State& bench) {
+    run(bench, Bench::shapeOf(static_cast<U32>(bench.range(0))), [](const auto& sources) {
+        return showTrafficPolicyAttachmentsFactory(sources, "", "", "");
+    });
+}
+void diagnosis_problems(benchmark::State& bench) {
+    run(bench, Bench::shapeOf(static_cast<U32>(bench.range(0))),
+        [](const auto& sources) { return showTrafficPolicyProblemsFactory(sources, ""); });
+}
+void diagnosis_references(benchmark::State& bench) {
+    run(bench, Bench::shapeOf(static_cast<U32>(bench.range(0))), [](const auto& sources) {
+        return showTrafficPolicyReferencesFactory(sources, ReferenceKind::counter, "COUNTER-1");
+    });
+}
+BENCHMARK(diagnosis_attachments)
+    ->Arg(10'000)
+    ->Arg(100'000)
+    ->Arg(1'000'000)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK(diagnosis_problems)
+    ->Arg(10'000)
+    ->Arg(100'000)
+    ->Arg(1'000'000)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK(diagnosis_references)
+    ->Arg(10'000)
+    ->Arg(100'000)
+    ->Arg(1'000'000)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+
+void diagnosis_holding(benchmark::State& bench) {
+    run(bench, manySets, [](const auto& sources) {
+        return showTrafficPolicyFieldSetHoldingFactory(
+            sources, HoldingKind::address, *Wire::IpGenAddr::parse("198.51.100.7"), 0, {});
+    });
+}
+BENCHMARK(diagnosis_holding)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+}  // namespace
