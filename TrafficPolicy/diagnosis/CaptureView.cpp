@@ -4,6 +4,7 @@
 #include "diagnosis/QuickPolicy.h"
 #include "diagnosis/RuleActions.h"
 #include "diagnosis/Table.h"
+#include "frame/Creator.h"
 #include "traffic-policy/ShowCapture.h"
 
 namespace TrafficPolicyCli {
@@ -319,10 +320,11 @@ void ShowTrafficPolicyCapture::renderReport(RendererV2& renderer) {
     }
 }
 
-Orb::Ptr<ShowTrafficPolicyCapture> showTrafficPolicyCaptureFactory(DiagnosisSources sources,
-                                                                   AskedPoint point) {
-    return Orb::make<ShowTrafficPolicyCapture>(std::move(sources), std::move(point));
-}
+DEFINE_FACTORY_AND_CREATOR(ShowTrafficPolicyCapture, showTrafficPolicyCaptureFactory,
+                           (DiagnosisSources sources, AskedPoint point), {
+                               return Orb::make<ShowTrafficPolicyCapture>(std::move(sources),
+                                                                          std::move(point));
+                           })
 
 namespace {
 

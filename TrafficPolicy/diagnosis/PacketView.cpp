@@ -3,6 +3,7 @@
 #include "diagnosis/PacketFields.h"
 #include "diagnosis/PointQuestion.h"
 #include "diagnosis/RuleActions.h"
+#include "frame/Creator.h"
 
 namespace TrafficPolicyCli {
 
@@ -376,13 +377,13 @@ void ShowTrafficPolicyPacket::renderReport(RendererV2& renderer) {
         .print(question.policies());
 }
 
-Orb::Ptr<ShowTrafficPolicyPacket> showTrafficPolicyPacketFactory(DiagnosisSources sources,
-                                                                 AskedPoint point,
-                                                                 Diagnosis::Packet packet,
-                                                                 bool detail) {
-    return Orb::make<ShowTrafficPolicyPacket>(std::move(sources), std::move(point),
-                                              std::move(packet), detail);
-}
+DEFINE_FACTORY_AND_CREATOR(ShowTrafficPolicyPacket, showTrafficPolicyPacketFactory,
+                           (DiagnosisSources sources, AskedPoint point, Diagnosis::Packet packet,
+                            bool detail),
+                           {
+                               return Orb::make<ShowTrafficPolicyPacket>(
+                                   std::move(sources), std::move(point), std::move(packet), detail);
+                           })
 
 namespace {
 

@@ -142,12 +142,14 @@ TEST(SharedObject, exportsOnlyItsInterface) {
         R"(TrafficPolicyCli::(show\w+Factory|trafficPolicy\w+CounterSnapshotHelperFactory|)"
         R"(ShowTrafficPolicy[A-Za-z4]+Is|TrafficPolicy\w+HelperIs|)"
         R"(trafficPolicyProblemsNotShown|)"
-        R"((ShowTrafficPolicy\w+::render)|(TrafficPolicy\w+::clearCounter))\(.*)");
+        R"(Diagnosis::(Packet::\w+|fieldName|protocolHasPorts)|)"
+        R"((ShowTrafficPolicy\w+::render)|(ShowTrafficPolicyCapture::(packetIs|undecodedIs))|)"
+        R"((TrafficPolicy\w+::clearCounter))\(.*)");
     const std::regex typeRegistration(
         R"((guard variable for |reference temporary .* for )?TrafficPolicyCli::\w+::)"
         R"((orbType\(\)(::type)?|\w+_))"
         R"(|std::any::_Manager_\w+<TrafficPolicyCli::\w+>::_S_manage\(.*)"
-        R"(|typeinfo (name )?for TrafficPolicyCli::(Holding|Reference)Kind)");
+        R"(|typeinfo (name )?for TrafficPolicyCli::(HoldingKind|ReferenceKind|Diagnosis::Packet))");
     std::istringstream lines(
         exportsOf(reinterpret_cast<const void*>(&TrafficPolicyCli::showTrafficPolicyVAclFactory)));
     std::string address, kind, name;

@@ -36,8 +36,6 @@ class ShowTrafficPolicyCapture : public ShowTrafficPolicyDiagnosis {
 
 ORB_EXPORT Orb::Ptr<ShowTrafficPolicyCapture> showTrafficPolicyCaptureFactory(
     DiagnosisSources sources, AskedPoint point);
-
-// The creator: the same with the same arguments.
-inline constexpr auto& ShowTrafficPolicyCaptureIs = showTrafficPolicyCaptureFactory;
+ORB_EXPORT decltype(showTrafficPolicyCaptureFactory) ShowTrafficPolicyCaptureIs;
 
 }  // namespace TrafficPolicyCli

@@ -42,8 +42,6 @@ class ShowTrafficPolicyPacket : public ShowTrafficPolicyDiagnosis {
 // packet: settled without a contradiction. detail: the text lists the rules that say no, too.
 ORB_EXPORT Orb::Ptr<ShowTrafficPolicyPacket> showTrafficPolicyPacketFactory(
     DiagnosisSources sources, AskedPoint point, Diagnosis::Packet packet, bool detail);
-
-// The creator: the same with the same arguments.
-inline constexpr auto& ShowTrafficPolicyPacketIs = showTrafficPolicyPacketFactory;
+ORB_EXPORT decltype(showTrafficPolicyPacketFactory) ShowTrafficPolicyPacketIs;
 
 }  // namespace TrafficPolicyCli
