@@ -11,14 +11,16 @@ namespace {
 
 constexpr std::size_t lineWidth = 79;
 
-// Where a part in brackets or parentheses that is not within another one begins, the last that is
-// not behind the limit; npos when there is none.
+// Where a part begins, the last that is not behind the limit: brackets or parentheses that are not
+// within others, or, in those that are alone too long for a line, an alternative. npos when there
+// is none.
 std::size_t lastPart(std::string_view words, std::size_t limit) {
     std::size_t found = std::string_view::npos;
     int depth = 0;
     for (std::size_t at = 0; at <= limit; ++at) {
         if ((words[at] == '[' || words[at] == '(') && depth++ == 0) found = at;
         if (words[at] == ']' || words[at] == ')') --depth;
+        if (words[at] == '|' && depth == 1 && found == 0) found = at + 2;
     }
     return found;
 }

@@ -81,7 +81,7 @@ TEST_F(ShellOfCommands, answersTheCompletionOfOtherShells) {
          "DNS\nWEB\n\"filter\"\nfilter\n"},
         {{"--state", state_.path(), "show", "traffic-policy", "field-set", "l4-port", "D"},
          "DNS\n"},
-        {{"--state", "/nowhere", "show", "traffic-policy", "c"}, "cpu\n"},
+        {{"--state", "/nowhere", "show", "traffic-policy", "cp"}, "cpu\n"},
         {{"--state", ""}, ""},
         {{"show", "nothing", ""}, ""},
         {{"--st"}, "--state\n"},
