@@ -45,11 +45,7 @@ constexpr bool isRowPerAction(const Row (&rows)[count]) {
 }
 
 class ORB_EXPORT Action : public Orb::PtrInterface {
-    ORB_TYPE(Action)
-    ORB_CONSTRUCTIBLE(Action, ActionType)
-    ORB_KEY(actionType, ActionType)
-
-    explicit Action(ActionType type) : actionType_(type) {}
+    ORB_KEYED_TYPE(Action, actionType, ActionType)
 };
 
 // Drop, and log, have no parameters: a plain Action of the type.

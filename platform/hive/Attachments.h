@@ -14,12 +14,8 @@ using VrfName = Orb::String;
 namespace Intf {
 
 class ORB_EXPORT Status : public Orb::PtrInterface {
-    ORB_TYPE(Status)
-    ORB_CONSTRUCTIBLE(Status, Wire::IntfId)
-    ORB_KEY(intfId, Wire::IntfId)
+    ORB_KEYED_TYPE(Status, intfId, Wire::IntfId)
     ORB_ATTRIBUTE(vrf, VrfName)
-
-    explicit Status(Wire::IntfId intfId) : intfId_(std::move(intfId)) {}
 };
 
 class ORB_EXPORT StatusDir : public Orb::PtrInterface {

@@ -162,14 +162,10 @@ struct CounterVersion {
 
 // A named counter as it was when it was cleared.
 class ORB_EXPORT NamedCounterVersion : public Orb::PtrInterface {
-    ORB_TYPE(NamedCounterVersion)
-    ORB_CONSTRUCTIBLE(NamedCounterVersion, Keel::UniqueId)
-    ORB_KEY(uniqueId, Keel::UniqueId)
+    ORB_KEYED_TYPE(NamedCounterVersion, uniqueId, Keel::UniqueId)
     ORB_ATTRIBUTE(totalCount, PolicyMap::PacketAndByte)
     // perIntfCountIs(intfId, uniqueId) makes an entry with that identity.
     ORB_ATTRIBUTE(perIntfCount, Orb::RbTreeMap<Wire::IntfId, Orb::Ptr<PolicyMap::IntfCountData>>)
-
-    explicit NamedCounterVersion(Keel::UniqueId uniqueId) : uniqueId_(uniqueId) {}
 };
 
 // The snapshots of one target that the last clears left.

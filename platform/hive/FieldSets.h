@@ -55,40 +55,24 @@ class ORB_EXPORT FieldSetMacAddrSubConfig : public Orb::PtrInterface {
 
 // A set of one kind: its name and its current version.
 class ORB_EXPORT FieldSetIpPrefixConfig : public Orb::PtrInterface {
-    ORB_TYPE(FieldSetIpPrefixConfig)
-    ORB_CONSTRUCTIBLE(FieldSetIpPrefixConfig, Orb::String)
-    ORB_KEY(name, Orb::String)
+    ORB_KEYED_TYPE(FieldSetIpPrefixConfig, name, Orb::String)
     ORB_ATTRIBUTE(currCfg, Orb::Ptr<const FieldSetIpPrefixSubConfig>)
-
-    explicit FieldSetIpPrefixConfig(Orb::String name) : name_(std::move(name)) {}
 };
 
 class ORB_EXPORT FieldSetL4PortConfig : public Orb::PtrInterface {
-    ORB_TYPE(FieldSetL4PortConfig)
-    ORB_CONSTRUCTIBLE(FieldSetL4PortConfig, Orb::String)
-    ORB_KEY(name, Orb::String)
+    ORB_KEYED_TYPE(FieldSetL4PortConfig, name, Orb::String)
     ORB_ATTRIBUTE(currCfg, Orb::Ptr<const FieldSetL4PortSubConfig>)
-
-    explicit FieldSetL4PortConfig(Orb::String name) : name_(std::move(name)) {}
 };
 
 class ORB_EXPORT FieldSetVlanConfig : public Orb::PtrInterface {
-    ORB_TYPE(FieldSetVlanConfig)
-    ORB_CONSTRUCTIBLE(FieldSetVlanConfig, Orb::String)
-    ORB_KEY(name, Orb::String)
+    ORB_KEYED_TYPE(FieldSetVlanConfig, name, Orb::String)
     ORB_ATTRIBUTE(currCfg, Orb::Ptr<const FieldSetVlanSubConfig>)
-
-    explicit FieldSetVlanConfig(Orb::String name) : name_(std::move(name)) {}
 };
 
 // MAC field sets stand in a directory per source, and the sources in one directory (Orb::Dir).
 class ORB_EXPORT FieldSetMacAddrConfig : public Orb::PtrInterface {
-    ORB_TYPE(FieldSetMacAddrConfig)
-    ORB_CONSTRUCTIBLE(FieldSetMacAddrConfig, Orb::String)
-    ORB_KEY(name, Orb::String)
+    ORB_KEYED_TYPE(FieldSetMacAddrConfig, name, Orb::String)
     ORB_ATTRIBUTE(currCfg, Orb::Ptr<const FieldSetMacAddrSubConfig>)
-
-    explicit FieldSetMacAddrConfig(Orb::String name) : name_(std::move(name)) {}
 };
 
 // The sets that rules refer to, by kind and name. One name may stand in several kinds.

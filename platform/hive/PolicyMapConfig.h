@@ -23,44 +23,28 @@ class ORB_EXPORT ClassMapMatch : public Orb::PtrInterface {
 
 // The configuration of one rule ("class"): its matches by address family.
 class ORB_EXPORT ClassMapConfig : public Orb::PtrInterface {
-    ORB_TYPE(ClassMapConfig)
-    ORB_CONSTRUCTIBLE(ClassMapConfig, Orb::String)
-    ORB_KEY(name, Orb::String)
+    ORB_KEYED_TYPE(ClassMapConfig, name, Orb::String)
     ORB_ATTRIBUTE(match, Orb::HashMap2018<ClassMapMatchOption, Orb::Ptr<const ClassMapMatch>>)
-
-    explicit ClassMapConfig(Orb::String name) : name_(std::move(name)) {}
 };
 
 // The action set of one rule.
 class ORB_EXPORT PolicyClassAction : public Orb::PtrInterface {
-    ORB_TYPE(PolicyClassAction)
-    ORB_CONSTRUCTIBLE(PolicyClassAction, Orb::String)
-    ORB_KEY(className, Orb::String)
+    ORB_KEYED_TYPE(PolicyClassAction, className, Orb::String)
     ORB_ATTRIBUTE(action, Orb::HashMap2018<ActionType, Orb::Ptr<const Action>>)
-
-    explicit PolicyClassAction(Orb::String className) : className_(std::move(className)) {}
 };
 
 // One version of a policy.
 class ORB_EXPORT PolicyMapSubConfig : public Orb::PtrInterface {
-    ORB_TYPE(PolicyMapSubConfig)
-    ORB_CONSTRUCTIBLE(PolicyMapSubConfig, Orb::String)
-    ORB_KEY(name, Orb::String)                                      // of the policy
+    ORB_KEYED_TYPE(PolicyMapSubConfig, name, Orb::String)           // of the policy
     ORB_ATTRIBUTE(classPriority, Orb::RbTreeMap<U32, Orb::String>)  // rule names; lower goes first
     ORB_ATTRIBUTE(classMap, Orb::HashMap2018<Orb::String, Orb::Ptr<const ClassMapConfig>>)
     ORB_ATTRIBUTE(policyAction, Orb::HashMap2018<Orb::String, Orb::Ptr<const PolicyClassAction>>)
     ORB_ATTRIBUTE(namedCounter, Orb::RbTreeSet<Orb::String>)  // the counters that are declared
-
-    explicit PolicyMapSubConfig(Orb::String name) : name_(std::move(name)) {}
 };
 
 class ORB_EXPORT PolicyMapConfig : public Orb::PtrInterface {
-    ORB_TYPE(PolicyMapConfig)
-    ORB_CONSTRUCTIBLE(PolicyMapConfig, Orb::String)
-    ORB_KEY(name, Orb::String)
+    ORB_KEYED_TYPE(PolicyMapConfig, name, Orb::String)
     ORB_ATTRIBUTE(currCfg, Orb::Ptr<const PolicyMapSubConfig>)  // the current version; may be null
-
-    explicit PolicyMapConfig(Orb::String name) : name_(std::move(name)) {}
 };
 
 }  // namespace PolicyMap

@@ -21,38 +21,26 @@ struct Installation {
 
 // The result of programming a policy on one interface (or VLAN interface), per address family.
 class ORB_EXPORT IntfStatus : public Orb::PtrInterface {
-    ORB_TYPE(IntfStatus)
-    ORB_CONSTRUCTIBLE(IntfStatus, Wire::IntfId)
-    ORB_KEY(intfId, Wire::IntfId)
+    ORB_KEYED_TYPE(IntfStatus, intfId, Wire::IntfId)
     ORB_ATTRIBUTE(installation, Orb::HashMap2018<ClassMapMatchOption, Installation>)
-
-    explicit IntfStatus(Wire::IntfId intfId) : intfId_(std::move(intfId)) {}
 };
 
 // What the platform made of one rule ("class"): the match options under which it took it. A rule
 // that it took has one.
 class ORB_EXPORT ClassMapStatus : public Orb::PtrInterface {
-    ORB_TYPE(ClassMapStatus)
-    ORB_CONSTRUCTIBLE(ClassMapStatus, Orb::String)
-    ORB_KEY(name, Orb::String)
+    ORB_KEYED_TYPE(ClassMapStatus, name, Orb::String)
     ORB_ATTRIBUTE(match, Orb::HashSet2018<ClassMapMatchOption>)
-
-    explicit ClassMapStatus(Orb::String name) : name_(std::move(name)) {}
     // How many match options there are.
     U32 matchs() const { return match().size(); }
 };
 
 class ORB_EXPORT PolicyMapStatus : public Orb::PtrInterface {
-    ORB_TYPE(PolicyMapStatus)
-    ORB_CONSTRUCTIBLE(PolicyMapStatus, Orb::String)
-    ORB_KEY(name, Orb::String)
+    ORB_KEYED_TYPE(PolicyMapStatus, name, Orb::String)
     ORB_ATTRIBUTE(classMapStatus, Orb::HashMap2018<Orb::String, Orb::Ptr<const ClassMapStatus>>)
     ORB_ATTRIBUTE(intfStatus, Orb::RbTreeMap<Wire::IntfId, Orb::Ptr<const IntfStatus>>)
     // The counter records that the state database keeps, by rule and by counter name.
     ORB_ATTRIBUTE(classCounter, Orb::HashMap2018<Orb::String, Orb::Ptr<const PacketDataStatus>>)
     ORB_ATTRIBUTE(namedCounter, Orb::HashMap2018<Orb::String, Orb::Ptr<const PacketDataStatus>>)
-
-    explicit PolicyMapStatus(Orb::String name) : name_(std::move(name)) {}
 };
 
 class ORB_EXPORT PolicyMapTypeStatus : public Orb::PtrInterface {

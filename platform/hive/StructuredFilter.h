@@ -42,12 +42,8 @@ enum class FragmentType : U8 { matchAll = 0, matchOffset = 2 };
 
 // A match of fragments: all of them, or those at some offsets.
 class ORB_EXPORT Fragment : public Orb::PtrInterface {
-    ORB_TYPE(Fragment)
-    ORB_CONSTRUCTIBLE(Fragment, FragmentType)
-    ORB_KEY(type, FragmentType)
+    ORB_KEYED_TYPE(Fragment, type, FragmentType)
     ORB_ATTRIBUTE(offset, Orb::HashSet2018<FragmentOffsetRange>)
-
-    explicit Fragment(FragmentType type) : type_(type) {}
 };
 
 enum class NeighborsProtocol : U8 { none = 0, bgp = 1 };

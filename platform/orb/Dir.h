@@ -7,12 +7,8 @@
 namespace Orb {
 
 class ORB_EXPORT Dir : public PtrInterface {
-    ORB_TYPE(Dir)
-    ORB_CONSTRUCTIBLE(Dir, String)
-    ORB_KEY(name, String)
+    ORB_KEYED_TYPE(Dir, name, String)
     ORB_ATTRIBUTE(entry, RbTreeMap<String, Ptr<const PtrInterface>>)
-
-    explicit Dir(String name) : name_(std::move(name)) {}
 };
 
 }  // namespace Orb

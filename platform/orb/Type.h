@@ -2,11 +2,8 @@
 // once with ORB_ATTRIBUTE or ORB_KEY; storage, accessors, and access by name come from that line:
 //
 //     class PerAfIntfList : public Orb::PtrInterface {
-//         ORB_TYPE(PerAfIntfList)
-//         ORB_CONSTRUCTIBLE(PerAfIntfList, PolicyMap::ClassMapMatchOption)
-//         ORB_KEY(matchOption, PolicyMap::ClassMapMatchOption)
+//         ORB_KEYED_TYPE(PerAfIntfList, matchOption, PolicyMap::ClassMapMatchOption)
 //         ORB_ATTRIBUTE(intfList, Orb::RbTreeMap<Orb::String, bool>)
-//         explicit PerAfIntfList(PolicyMap::ClassMapMatchOption option) : matchOption_(option) {}
 //     };
 //
 // gives matchOption(); intfList() (the collection), intfList(key) (one value, null when absent),
@@ -368,3 +365,11 @@ bool registerFactory() {
     void attribute##DelAll() {                                                           \
         ::Orb::Detail::attributeDelAll<OrbNone>(attribute##_);                           \
     }
+
+// The declaration of a record that is built from its key, as most are: the type, how it is built by
+// name, the key, and the constructor.
+#define ORB_KEYED_TYPE(Type, key, ...)   \
+    ORB_TYPE(Type)                       \
+    ORB_CONSTRUCTIBLE(Type, __VA_ARGS__) \
+    ORB_KEY(key, __VA_ARGS__)            \
+    explicit Type(__VA_ARGS__ key) : key##_(static_cast<__VA_ARGS__&&>(key)) {}

@@ -49,58 +49,34 @@ class VrfIntfStatus : public InterfaceStatus {
 
 // Attachment points of one family. The bool is always true: the names are what counts.
 class PerAfIntfList : public Orb::PtrInterface {
-    ORB_TYPE(PerAfIntfList)
-    ORB_CONSTRUCTIBLE(PerAfIntfList, MatchOption)
-    ORB_KEY(matchOption, MatchOption)
+    ORB_KEYED_TYPE(PerAfIntfList, matchOption, MatchOption)
     ORB_ATTRIBUTE(intfList, Orb::RbTreeMap<Orb::String, bool>)
-
-    explicit PerAfIntfList(MatchOption matchOption) : matchOption_(matchOption) {}
 };
 
 class PerAfVrfList : public Orb::PtrInterface {
-    ORB_TYPE(PerAfVrfList)
-    ORB_CONSTRUCTIBLE(PerAfVrfList, MatchOption)
-    ORB_KEY(matchOption, MatchOption)
+    ORB_KEYED_TYPE(PerAfVrfList, matchOption, MatchOption)
     ORB_ATTRIBUTE(vrfList, Orb::RbTreeMap<L3::VrfName, bool>)
-
-    explicit PerAfVrfList(MatchOption matchOption) : matchOption_(matchOption) {}
 };
 
 class PerAfVAclList : public Orb::PtrInterface {
-    ORB_TYPE(PerAfVAclList)
-    ORB_CONSTRUCTIBLE(PerAfVAclList, MatchOption)
-    ORB_KEY(matchOption, MatchOption)
+    ORB_KEYED_TYPE(PerAfVAclList, matchOption, MatchOption)
     ORB_ATTRIBUTE(vlanList, Orb::RbTreeMap<Orb::String, bool>)
-
-    explicit PerAfVAclList(MatchOption matchOption) : matchOption_(matchOption) {}
 };
 
 // Error texts of one family by attachment point.
 class InstallError : public Orb::PtrInterface {
-    ORB_TYPE(InstallError)
-    ORB_CONSTRUCTIBLE(InstallError, MatchOption)
-    ORB_KEY(matchOption, MatchOption)
+    ORB_KEYED_TYPE(InstallError, matchOption, MatchOption)
     ORB_ATTRIBUTE(vrfError, Orb::RbTreeMap<L3::VrfName, Orb::String>)
-
-    explicit InstallError(MatchOption matchOption) : matchOption_(matchOption) {}
 };
 
 class InterfaceInstallError : public Orb::PtrInterface {
-    ORB_TYPE(InterfaceInstallError)
-    ORB_CONSTRUCTIBLE(InterfaceInstallError, MatchOption)
-    ORB_KEY(matchOption, MatchOption)
+    ORB_KEYED_TYPE(InterfaceInstallError, matchOption, MatchOption)
     ORB_ATTRIBUTE(intfError, Orb::RbTreeMap<Orb::String, Orb::String>)
-
-    explicit InterfaceInstallError(MatchOption matchOption) : matchOption_(matchOption) {}
 };
 
 class VAclInstallError : public Orb::PtrInterface {
-    ORB_TYPE(VAclInstallError)
-    ORB_CONSTRUCTIBLE(VAclInstallError, MatchOption)
-    ORB_KEY(matchOption, MatchOption)
+    ORB_KEYED_TYPE(VAclInstallError, matchOption, MatchOption)
     ORB_ATTRIBUTE(vlanError, Orb::RbTreeMap<Orb::String, Orb::String>)
-
-    explicit VAclInstallError(MatchOption matchOption) : matchOption_(matchOption) {}
 };
 
 }  // namespace TrafficPolicyCli

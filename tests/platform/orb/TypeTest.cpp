@@ -20,12 +20,8 @@ namespace TypeTest {
 enum class Color : U8 { green = 3 };
 
 class Port : public Orb::PtrInterface {
-    ORB_TYPE(Port)
-    ORB_CONSTRUCTIBLE(Port, Orb::String)
-    ORB_KEY(name, Orb::String)
+    ORB_KEYED_TYPE(Port, name, Orb::String)
     ORB_ATTRIBUTE(speed, U64)
-
-    explicit Port(Orb::String name) : name_(std::move(name)) {}
 };
 
 class Device : public Orb::PtrInterface {
