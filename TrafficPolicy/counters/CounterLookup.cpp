@@ -46,25 +46,21 @@ U64 interfaceCount(const Orb::Ptr<const Counter>& counter, const PacketDataStatu
     return since(snapshot->countData().*member, live, policyName, ", counter ", data.name());
 }
 
-const PolicyStateInterface& interfaceState(const PolicyState& policyState) {
-    return static_cast<const PolicyStateInterface&>(policyState);
-}
-
 }  // namespace
 
-Orb::Ptr<const PacketDataStatus> getUnnamedCounterData(
-    const Orb::Ptr<const PolicyState>& policyState, const Orb::String& className, bool isInput,
-    U32 ruleIndex) {
-    const CounterMap& records = isInput ? policyState->inputClassCounters()
-                                        : interfaceState(*policyState).outputClassCounters();
-    const auto* const record = records.find(className, ruleIndex);
+Orb::Ptr<const PacketDataStatus> getUnnamedCounterData(const PolicyState& policyState,
+                                                       const Direction& direction,
+                                                       const Orb::String& className,
+                                                       U32 ruleIndex) {
+    const auto* const record = direction.classCounters(policyState).find(className, ruleIndex);
     return record == nullptr ? nullptr : *record;
 }
 
-Orb::Ptr<const PacketDataStatus> getNamedCounterData(const Orb::Ptr<const PolicyState>& policyState,
-                                                     const Orb::String& counterName, bool isInput) {
-    return isInput ? policyState->inputNamedCounters(counterName)
-                   : interfaceState(*policyState).outputNamedCounters(counterName);
+Orb::Ptr<const PacketDataStatus> getNamedCounterData(const PolicyState& policyState,
+                                                     const Direction& direction,
+                                                     const Orb::String& counterName) {
+    const auto* const record = direction.namedCounters(policyState).find(counterName);
+    return record == nullptr ? nullptr : *record;
 }
 
 U64 getRulePacketCount(const Orb::Ptr<const PacketDataStatus>& data,

@@ -3,18 +3,19 @@
 // its snapshot is shown as 0. A null snapshot store reads as never cleared. Nothing here throws.
 #pragma once
 
-#include "traffic-policy/PolicyState.h"
+#include "model/Side.h"
 
 namespace TrafficPolicyCli {
 
 // The live record of a rule, or of a named counter, that was gathered for the direction; null when
-// there is none. ruleIndex: of the rule, where the record is looked for first. REQUIRES: for output
-// a PolicyStateInterface.
-Orb::Ptr<const PolicyMap::PacketDataStatus> getUnnamedCounterData(
-    const Orb::Ptr<const PolicyState>& policyState, const Orb::String& className, bool isInput,
-    U32 ruleIndex = 0);
-Orb::Ptr<const PolicyMap::PacketDataStatus> getNamedCounterData(
-    const Orb::Ptr<const PolicyState>& policyState, const Orb::String& counterName, bool isInput);
+// there is none. ruleIndex: of the rule, where the record is looked for first.
+Orb::Ptr<const PolicyMap::PacketDataStatus> getUnnamedCounterData(const PolicyState& policyState,
+                                                                  const Direction& direction,
+                                                                  const Orb::String& className,
+                                                                  U32 ruleIndex);
+Orb::Ptr<const PolicyMap::PacketDataStatus> getNamedCounterData(const PolicyState& policyState,
+                                                                const Direction& direction,
+                                                                const Orb::String& counterName);
 
 // The packets of a rule.
 U64 getRulePacketCount(const Orb::Ptr<const PolicyMap::PacketDataStatus>& data,

@@ -2,7 +2,8 @@
 // counter of their own; and what it shares with the count action.
 #pragma once
 
-#include "traffic-policy/ShowTrafficPolicy.h"
+#include "model/Side.h"
+#include "textout/RendererV2.h"
 
 namespace TrafficPolicyCli {
 
@@ -18,16 +19,18 @@ const PolicyMap::CountAction* countActionOf(const PolicyState& policyState,
 // Prints a named counter's packets and, when byteSwitch is set, bytes, without a line end.
 void renderCounts(textout::RendererV2& renderer, U64 packets, U64 bytes, bool byteSwitch);
 
-void renderPolicyNamedCountersInfo(textout::RendererV2& renderer,
-                                   const Orb::Ptr<const PolicyState>& policyState,
+// The policies of one side, or the one of a name when it is not empty.
+void _renderTrafficPolicyCounters(textout::RendererV2& renderer, const PolicyRecords& policies,
+                                  const Orb::String& policyName, bool byteSwitch, const Side& side);
+void renderPolicyNamedCountersInfo(textout::RendererV2& renderer, const PolicyState& policyState,
                                    const NamedCountersUsed& namedCounters, bool byteSwitch,
-                                   U32 indent, bool isInput, bool isCpu);
-void renderPolicyUnnamedCountersInfo(textout::RendererV2& renderer,
-                                     const Orb::Ptr<const PolicyState>& policyState,
-                                     const UnnamedCountersUsed& unnamedCounters, bool isInput);
+                                   const Side& side);
+void renderPolicyUnnamedCountersInfo(textout::RendererV2& renderer, const PolicyState& policyState,
+                                     const UnnamedCountersUsed& unnamedCounters, const Side& side);
+// Prints nothing without parameters (null), and for a granularity that has no name.
 void renderCounterGranularity(
     textout::RendererV2& renderer,
     const Orb::Ptr<const TrafficPolicy::TrafficPolicyIntfParamStatus>& policyParamStatus,
-    bool isInput);
+    const Side& side);
 
 }  // namespace TrafficPolicyCli

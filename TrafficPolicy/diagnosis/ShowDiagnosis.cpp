@@ -1,6 +1,7 @@
 #include "traffic-policy/ShowDiagnosis.h"
 
 #include "frame/Creator.h"
+#include "frame/Report.h"
 #include "frame/Trace.h"
 
 namespace TrafficPolicyCli {
@@ -13,16 +14,10 @@ ORB_DEFINE_TYPE(ShowTrafficPolicyFieldSetHolding)
 
 void ShowTrafficPolicyDiagnosis::render(U32 fd, U32 format, U32 revision) {
     SHOW_TRACE_ENTRY();
-    try {
-        textout::TextOutBuffer out(fd);
-        textout::RendererV2 renderer(out, format, revision);
-        renderer.documentBegin();
-        renderReport(renderer);
-        renderer.documentEnd();
-        renderer.flush();
-    } catch (const textout::SigIntException& interrupt) {
-        textout::printExiting(interrupt.what());
-    }
+    untilInterrupted([&] {
+        printReport(fd, format, revision,
+                    [&](textout::RendererV2& renderer) { renderReport(renderer); });
+    });
 }
 
 DEFINE_FACTORY_AND_CREATOR(

@@ -5,37 +5,22 @@
 #include <algorithm>
 #include <vector>
 
+#include "frame/Report.h"
 #include "frame/Trace.h"
 #include "hive/FieldSets.h"
-#include "textout/RendererV2.h"
 
 namespace TrafficPolicyCli::FieldSets {
 
 inline constexpr U32 indentation = 3;
 inline constexpr U32 lineLength = 79;  // text lines are not longer
 
-// Runs a view; an operator's interrupt ends it.
-template <class View>
-void untilInterrupted(View view) {
-    try {
-        view();
-    } catch (const textout::SigIntException& interrupt) {
-        textout::printExiting(interrupt.what());
-    }
-}
-
-// Opens the report, with the object of that key, lets the body fill it and ends it.
+// Prints a report whose body stands in the object of that key.
 template <class Body>
 void renderReport(U32 fd, U32 format, U32 revision, std::string_view key, Body body) {
-    textout::TextOutBuffer out(fd);
-    textout::RendererV2 renderer(out, format, revision);
-    renderer.documentBegin();
-    {
+    printReport(fd, format, revision, [&](textout::RendererV2& renderer) {
         const auto object = renderer.object(key);
         body(renderer);
-    }
-    renderer.documentEnd();
-    renderer.flush();
+    });
 }
 
 // Visits the named entry of a collection, or with an empty name all, ascending by name. The

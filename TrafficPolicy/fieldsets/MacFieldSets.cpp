@@ -13,7 +13,7 @@ ShowTrafficPolicyMacFieldSet::ShowTrafficPolicyMacFieldSet(Orb::Ptr<const Orb::D
 
 void ShowTrafficPolicyMacFieldSet::render(U32 fd, U32 format, U32 revision) {
     SHOW_TRACE_ENTRY();
-    FieldSets::untilInterrupted([&] { renderFieldSetSources(fd, format, revision); });
+    untilInterrupted([&] { renderFieldSetSources(fd, format, revision); });
 }
 
 void ShowTrafficPolicyMacFieldSet::renderFieldSetSources(U32 fd, U32 format, U32 revision) const {

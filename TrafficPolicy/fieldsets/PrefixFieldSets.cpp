@@ -43,6 +43,27 @@ constexpr PrefixList exceptedPrefixes{&Classification::FieldSetIpPrefixSubConfig
                                       "end copy+sort exceptPrefix ",
                                       "sort exceptPrefix"};
 
+// The shown prefixes of a list, ascending. Gives up the activity lock after every pieceSize ones.
+template <class Prefixes, class IsShown>
+auto sortedPrefixes(const Prefixes& prefixes, const PrefixList& list, U32 pieceSize,
+                    const IsShown& isShown) {
+    Blip::trace(list.sortBegins);
+    FieldSets::SortedRuns<IpGenPrefix> sorted(prefixes.size());
+    U32 count = 0;
+    for (const IpGenPrefix& pfx : prefixes) {
+        ORB_ASSERT(!pfx.isNullPrefix());
+        if (isShown(pfx)) sorted.is(pfx);
+        if (++count % pieceSize == 0) {
+            sorted.endPiece();
+            yieldActivityLock(list.yieldLabel);
+            textout::checkInterrupt();
+        }
+    }
+    auto result = sorted.take();
+    Blip::trace(list.sortEnds);
+    return result;
+}
+
 // Both formats of one list; in text row by row, in as many columns as fit.
 void renderList(textout::RendererV2& renderer, const PrefixList& list,
                 const std::vector<IpGenPrefix>& prefixes, U32 columnWidth) {
@@ -88,7 +109,7 @@ ShowTrafficPolicyPrefixFieldSet::ShowTrafficPolicyPrefixFieldSet(
 
 void ShowTrafficPolicyPrefixFieldSet::render(U32 fd, U32 format, U32 revision) {
     SHOW_TRACE_ENTRY();
-    FieldSets::untilInterrupted([&] { renderFieldSets(fd, format, revision); });
+    untilInterrupted([&] { renderFieldSets(fd, format, revision); });
 }
 
 void ShowTrafficPolicyPrefixFieldSet::renderFieldSets(U32 fd, U32 format, U32 revision) {
@@ -145,26 +166,13 @@ void ShowTrafficPolicyPrefixFieldSet::renderPrefixes(
     textout::RendererV2& renderer, const Classification::FieldSetIpPrefixSubConfig& currCfg,
     bool isIpv4) const {
     SHOW_TRACE_ENTRY();
-    const auto sortedPrefixes = [&](const PrefixList& list) {
-        const auto& prefixes = (currCfg.*list.prefixes)();
-        Blip::trace(list.sortBegins);
-        FieldSets::SortedRuns<IpGenPrefix> sorted(prefixes.size());
-        U32 count = 0;
-        for (const IpGenPrefix& pfx : prefixes) {
-            ORB_ASSERT(!pfx.isNullPrefix());
-            if (!filter() || matchesFilter(pfx)) sorted.is(pfx);
-            if (++count % sortYieldThreshold() == 0) {
-                sorted.endPiece();
-                yieldActivityLock(list.yieldLabel);
-                textout::checkInterrupt();
-            }
-        }
-        auto result = sorted.take();
-        Blip::trace(list.sortEnds);
-        return result;
+    const auto sorted = [&](const PrefixList& list) {
+        return sortedPrefixes(
+            (currCfg.*list.prefixes)(), list, sortYieldThreshold(),
+            [this](const IpGenPrefix& pfx) { return !filter() || matchesFilter(pfx); });
     };
-    const auto prefixes = sortedPrefixes(acceptedPrefixes);
-    const auto exceptPrefixes = sortedPrefixes(exceptedPrefixes);
+    const auto prefixes = sorted(acceptedPrefixes);
+    const auto exceptPrefixes = sorted(exceptedPrefixes);
     const U32 columnWidth = isIpv4 ? ipv4ColumnWidth : ipv6ColumnWidth;
     renderList(renderer, acceptedPrefixes, prefixes, columnWidth);
     renderer.endLine();

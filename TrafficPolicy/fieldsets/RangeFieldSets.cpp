@@ -160,8 +160,7 @@ class RangeFieldSetView {
 
 template <class Show>
 void renderView(Show& show, U32 fd, U32 format, U32 revision) {
-    FieldSets::untilInterrupted(
-        [&] { RangeFieldSetView<Show>(show).renderFieldSets(fd, format, revision); });
+    untilInterrupted([&] { RangeFieldSetView<Show>(show).renderFieldSets(fd, format, revision); });
 }
 
 }  // namespace

@@ -1,8 +1,4 @@
-// Counts the entries of every configured field set, so that the views need not count while
-// printing.
-#include "frame/Trace.h"
-#include "orb/Assert.h"
-#include "traffic-policy/ShowTrafficPolicy.h"
+#include "gather/FieldSetGathering.h"
 
 namespace TrafficPolicyCli {
 
@@ -24,21 +20,18 @@ void countPrefixes(PrefixFieldSetState& state,
 
 }  // namespace
 
-void ShowTrafficPolicyBase::cacheFieldSetState() {
-    SHOW_TRACE_ENTRY();
-    ORB_ASSERT(fieldSetConfig());
-    countEach(fieldSetConfig()->fieldSetL4Port(), [this](const auto& name, const auto& version) {
-        fieldSetState()->l4PortFieldSetIs(name)->totalEntriesIs(version.numPorts());
+void gatherFieldSets(FieldSetState& sizes, const Classification::FieldSetConfig& config) {
+    countEach(config.fieldSetL4Port(), [&](const auto& name, const auto& version) {
+        sizes.l4PortFieldSetIs(name)->totalEntriesIs(version.numPorts());
     });
-    countEach(fieldSetConfig()->fieldSetIpPrefix(), [this](const auto& name, const auto& version) {
-        countPrefixes(*fieldSetState()->ipPrefixFieldSetIs(name), version);
+    countEach(config.fieldSetIpPrefix(), [&](const auto& name, const auto& version) {
+        countPrefixes(*sizes.ipPrefixFieldSetIs(name), version);
     });
-    countEach(fieldSetConfig()->fieldSetIpv6Prefix(),
-              [this](const auto& name, const auto& version) {
-                  countPrefixes(*fieldSetState()->ipv6PrefixFieldSetIs(name), version);
-              });
-    countEach(fieldSetConfig()->fieldSetVlan(), [this](const auto& name, const auto& version) {
-        fieldSetState()->vlanFieldSetIs(name)->totalEntriesIs(version.numVlans());
+    countEach(config.fieldSetIpv6Prefix(), [&](const auto& name, const auto& version) {
+        countPrefixes(*sizes.ipv6PrefixFieldSetIs(name), version);
+    });
+    countEach(config.fieldSetVlan(), [&](const auto& name, const auto& version) {
+        sizes.vlanFieldSetIs(name)->totalEntriesIs(version.numVlans());
     });
 }
 

@@ -1,10 +1,9 @@
-// The gathering that all kinds share: the walk over the policies, and per policy its configuration,
-// its status and its rules. A rule's index is its place among the rules that the platform took.
+#include "gather/PolicyGathering.h"
+
 #include "frame/Trace.h"
 #include "gather/FieldSetReferences.h"
 #include "gather/Walk.h"
 #include "orb/Assert.h"
-#include "traffic-policy/ShowTrafficPolicy.h"
 
 namespace TrafficPolicyCli {
 
@@ -13,45 +12,52 @@ using PolicyMap::ClassMapStatus;
 using PolicyMap::PolicyMapStatus;
 using PolicyMap::PolicyMapSubConfig;
 
-void ShowTrafficPolicyBase::cachePoliciesState() {
-    SHOW_TRACE_ENTRY();
-    inputCounterHelperIs(createCounterStatusHelper(true));
-    if (!status()) return;
-    walkByKey(status()->policyMapStatus(),
-              [this](const Orb::String& name) { cachePolicyState(name); });
+void copyShowFlags(const ShowTrafficPolicyBase& show, PolicyState& record) {
+    record.summaryIs(show.summary());
+    record.errorsIs(show.errors());
+    record.detailIs(show.detail());
+    record.indentCountPerLevelIs(3U);
 }
 
-Orb::Ptr<const PolicyMapStatus> ShowTrafficPolicyBase::getPolicyMapStatus(
-    const Orb::String& policyName) {
-    SHOW_TRACE_ENTRY();
-    return status() ? status()->policyMapStatus(policyName) : nullptr;
+void gatherPolicies(ShowTrafficPolicyBase& show, const TrafficPolicy::Status* status) {
+    if (status == nullptr) return;
+    walkByKey(status->policyMapStatus(),
+              [&](const Orb::String& name) { show.cachePolicyState(name); });
 }
 
-void ShowTrafficPolicyBase::cachePolicyMapStatus(
-    const Orb::Ptr<const PolicyMapStatus>& policyStatus) {
-    SHOW_TRACE_ENTRY();
-    if (!policyStatus) return;
-    getOrCreatePolicyState(policyStatus->name())->policyMapStatusInputIs(policyStatus);
+namespace {
+
+// What follows from the version of a policy and from its status.
+void gatherVersion(ShowTrafficPolicyBase& show, PolicyState& record,
+                   const Orb::Ptr<const PolicyMapSubConfig>& currCfg,
+                   const Orb::Ptr<const PolicyMapStatus>& policyStatus) {
+    for (const Orb::String& counterName : currCfg->namedCounter()) {
+        record.namedCounterIs(counterName, true);
+    }
+    show.cacheClassState(currCfg);
+    show.cacheIntfStatus(policyStatus);
+    record.matchOptionListIs(MatchOption::ipv4);
+    record.matchOptionListIs(MatchOption::ipv6);
+    for (const MatchOption option : record.matchOptionList()) {
+        show.cacheInstalledState(policyStatus, option);
+        show.cacheInstallError(policyStatus, option);
+    }
+    show.cacheCounters(record.name());
+    record.counterIs(show.counter());
 }
 
-void ShowTrafficPolicyBase::cacheClassMapStatus(const Orb::String& policyName, U32 index,
-                                                const Orb::Ptr<const ClassMapStatus>& cmapStatus) {
-    SHOW_TRACE_ENTRY();
-    if (!cmapStatus) return;
-    getOrCreatePolicyState(policyName)->classMapStatusInputIs(index, cmapStatus);
-}
+}  // namespace
 
-void ShowTrafficPolicyBase::cachePolicyState(const Orb::String& policyName) {
-    SHOW_TRACE(8, __PRETTY_FUNCTION__ << " " << policyName);
-    const Orb::Ptr<PolicyState> policyState = getOrCreatePolicyState(policyName);
-    policyState->countersPerInterfaceIs(status() && status()->countersPerInterface());
-    showFlagsInto(*policyState);
+void gatherPolicy(ShowTrafficPolicyBase& show, const Orb::String& policyName) {
+    const Orb::Ptr<PolicyState> policyState = show.getOrCreatePolicyState(policyName);
+    policyState->countersPerInterfaceIs(show.status() && show.status()->countersPerInterface());
+    copyShowFlags(show, *policyState);
     const PolicyMap::PolicyMapConfig* const policyMapConfig =
-        config() ? config()->policyMapConfig(policyName) : nullptr;
+        show.config() ? show.config()->policyMapConfig(policyName) : nullptr;
     policyState->policyMapConfigIs(policyMapConfig);
-    const Orb::Ptr<const PolicyMapStatus> policyStatus = getPolicyMapStatus(policyName);
+    const Orb::Ptr<const PolicyMapStatus> policyStatus = show.getPolicyMapStatus(policyName);
     ORB_ASSERT(policyStatus);
-    cachePolicyMapStatus(policyStatus);
+    show.cachePolicyMapStatus(policyStatus);
     if (policyMapConfig == nullptr) {
         SHOW_TRACE(7, "PolicyMapConfig not found for " << policyName);
         return;
@@ -61,35 +67,7 @@ void ShowTrafficPolicyBase::cachePolicyState(const Orb::String& policyName) {
         SHOW_TRACE(7, "currCfg not found for " << policyName);
         return;
     }
-    for (const Orb::String& counterName : currCfg->namedCounter()) {
-        policyState->namedCounterIs(counterName, true);
-    }
-    cacheClassState(currCfg);
-    cacheIntfStatus(policyStatus);
-    policyState->matchOptionListIs(MatchOption::ipv4);
-    policyState->matchOptionListIs(MatchOption::ipv6);
-    for (const MatchOption option : policyState->matchOptionList()) {
-        cacheInstalledState(policyStatus, option);
-        cacheInstallError(policyStatus, option);
-    }
-    cacheCounters(policyName);
-    policyState->counterIs(counter());
-}
-
-const TrafficPolicy::Status* ShowTrafficPolicyBase::nextDirectionStatus() const { return nullptr; }
-
-const RuleStatuses& ShowTrafficPolicyBase::gatheredRules(const PolicyState&) const {
-    static const RuleStatuses none;
-    return none;
-}
-
-void ShowTrafficPolicyBase::gatheredRulesAre(PolicyState&, RuleStatuses) const {}
-
-void ShowTrafficPolicyBase::showFlagsInto(PolicyState& policyState) const {
-    policyState.summaryIs(summary());
-    policyState.errorsIs(errors());
-    policyState.detailIs(detail());
-    policyState.indentCountPerLevelIs(3U);
+    gatherVersion(show, *policyState, currCfg, policyStatus);
 }
 
 namespace {
@@ -142,8 +120,14 @@ Orb::Ptr<const ClassMapMatch> matchOf(const PolicyMapSubConfig& currCfg,
 // reports may have changed since, and their numbers with it.
 class GatheredRules {
   public:
-    GatheredRules(const PolicyState& policyState, const RuleStatuses& statuses)
-        : matches_(policyState.classMapConfig()), statuses_(statuses) {}
+    GatheredRules(const PolicyState& record, const Direction* direction)
+        : direction_(direction), matches_(record.classMapConfig()) {
+        if (direction != nullptr) statuses_ = direction->rules(record);
+    }
+    // Enters the statuses under their new indices.
+    void renumberedAre(PolicyState& record, RuleStatuses statuses) const {
+        if (direction_ != nullptr) direction_->rulesAre(record, std::move(statuses));
+    }
 
     // The status of a rule; null when it has none. index: where it is likely to be.
     Orb::Ptr<const ClassMapStatus> statusOf(const Orb::String& className, U32 index) {
@@ -163,70 +147,97 @@ class GatheredRules {
     }
 
   private:
+    const Direction* direction_;  // null: there was none
     Orb::Array<Orb::Ptr<const ClassMapMatch>> matches_;
     RuleStatuses statuses_;
     Orb::HashMap2018<Orb::String, Orb::Ptr<const ClassMapStatus>> byName_;  // made when needed
 };
 
-}  // namespace
-
-void ShowTrafficPolicyBase::cacheClassState(const Orb::Ptr<const PolicyMapSubConfig>& currCfg) {
-    SHOW_TRACE_ENTRY();
-    const Orb::String& policyName = currCfg->name();
-    const Orb::Ptr<PolicyState> policyState = getOrCreatePolicyState(policyName);
-    const Orb::Ptr<const PolicyMapStatus> policyStatus = getPolicyMapStatus(policyName);
-    ORB_ASSERT(policyStatus);
-    const TrafficPolicy::Status* const nextStatus = nextDirectionStatus();
-    const Orb::Ptr<const PolicyMapStatus> nextPolicyStatus =
-        nextStatus != nullptr ? nextStatus->policyMapStatus(policyName) : nullptr;
-    GatheredRules gathered(*policyState, gatheredRules(*policyState));
-    RuleStatuses renumbered;
-    policyState->classMapConfigDelAll();
-
-    const std::vector<Orb::String> classNames = ruleOrder(*currCfg);
-    U32 index = 0;
-    U32 place = 0;  // of the rule in the policy
-    for (const Orb::String& className : classNames) {
-        const U32 at = place++;
-        const Orb::Ptr<const ClassMapStatus> cmapStatus =
-            recordOf(policyStatus->classMapStatus(), className, at);
-        const bool hasStatus = hasMatchOption(cmapStatus.get());
-        if (!hasStatus) traceMissing(cmapStatus.get(), className);
-        const Orb::Ptr<const ClassMapStatus> otherCmapStatus =
-            nextPolicyStatus ? recordOf(nextPolicyStatus->classMapStatus(), className, at)
-                             : gathered.statusOf(className, index);
-        // A rule that only the other direction took keeps its index here, as a hole.
-        if (!hasStatus && !hasMatchOption(otherCmapStatus.get())) continue;
-
-        const MatchOption option = *(hasStatus ? *cmapStatus : *otherCmapStatus).match().begin();
-        Orb::Ptr<const ClassMapMatch> match = matchOf(*currCfg, className, at, option);
-        SHOW_TRACE(7, "Caching " << index << " " << className << " " << option);
-        if (hasStatus) cacheClassMapStatus(policyName, index, cmapStatus);
-        if (!nextPolicyStatus && otherCmapStatus) renumbered.is(index, otherCmapStatus);
-        if (!policyState->undefinedFieldSet() && match->structuredFilter().namesFieldSets() &&
-            refersToUndefinedFieldSet(*match, fieldSetConfig().get())) {
-            policyState->undefinedFieldSetIs(true);
-        }
-        policyState->classMapConfigIs(index, std::move(match));
-        cacheCountAction(recordOf(currCfg->policyAction(), className, at), className, *policyState);
-        ++index;
-    }
-    SHOW_TRACE(4, "ruleCount " << index << ", total class count " << classNames.size());
-    gatheredRulesAre(*policyState, std::move(renumbered));
-    policyState->ruleCountIs(index);
+// Notes when a rule refers to a field set that is not configured.
+void noteFieldSets(PolicyState& record, const ClassMapMatch& match,
+                   const Classification::FieldSetConfig* fieldSetConfig) {
+    if (record.undefinedFieldSet() || !match.structuredFilter().namesFieldSets()) return;
+    if (refersToUndefinedFieldSet(match, fieldSetConfig)) record.undefinedFieldSetIs(true);
 }
 
-void ShowTrafficPolicyBase::cacheCountAction(const PolicyMap::PolicyClassAction* actions,
-                                             const Orb::String& className,
-                                             PolicyState& policyState) const {
+// Notes when a rule counts into a counter that the policy does not declare.
+void noteCountAction(PolicyState& record, const PolicyMap::PolicyClassAction* actions,
+                     const Orb::String& className) {
     if (actions == nullptr) return;
     const PolicyMap::Action* const action = actions->action(PolicyMap::ActionType::count);
     if (action == nullptr) return;
     const Orb::String& counterName =
         static_cast<const PolicyMap::CountAction*>(action)->counterName();
-    if (counterName.empty() || policyState.namedCounter(counterName) != nullptr) return;
+    if (counterName.empty() || record.namedCounter(counterName) != nullptr) return;
     SHOW_TRACE(1, "Class: " << className << " " << counterName);
-    policyState.undefinedCounterIs(true);
+    record.undefinedCounterIs(true);
+}
+
+// The status of a rule that the platform took under one match option; null, with a trace, when it
+// did not.
+Orb::Ptr<const ClassMapStatus> takenStatus(const PolicyMapStatus& policyStatus,
+                                           const Orb::String& className, U32 place) {
+    const ClassMapStatus* const cmapStatus =
+        recordOf(policyStatus.classMapStatus(), className, place);
+    if (hasMatchOption(cmapStatus)) return cmapStatus;
+    traceMissing(cmapStatus, className);
+    return nullptr;
+}
+
+struct Rule {
+    const Orb::String& className;
+    U32 place;  // in the policy
+    U32 index;  // among the rules that the platform took
+    MatchOption option;
+    Orb::Ptr<const ClassMapStatus> status;  // in the direction being gathered; may be null
+};
+
+void gatherRule(ShowTrafficPolicyBase& show, PolicyState& record, const PolicyMapSubConfig& currCfg,
+                const Rule& rule) {
+    Orb::Ptr<const ClassMapMatch> match = matchOf(currCfg, rule.className, rule.place, rule.option);
+    SHOW_TRACE(7, "Caching " << rule.index << " " << rule.className << " " << rule.option);
+    if (rule.status) show.cacheClassMapStatus(record.name(), rule.index, rule.status);
+    noteFieldSets(record, *match, show.fieldSetConfig().get());
+    record.classMapConfigIs(rule.index, std::move(match));
+    noteCountAction(record, recordOf(currCfg.policyAction(), rule.className, rule.place),
+                    rule.className);
+}
+
+}  // namespace
+
+void gatherRules(ShowTrafficPolicyBase& show, const PolicyMapSubConfig& currCfg,
+                 const OtherDirection& other) {
+    const Orb::String& policyName = currCfg.name();
+    const Orb::Ptr<PolicyState> policyState = show.getOrCreatePolicyState(policyName);
+    const Orb::Ptr<const PolicyMapStatus> policyStatus = show.getPolicyMapStatus(policyName);
+    ORB_ASSERT(policyStatus);
+    const Orb::Ptr<const PolicyMapStatus> nextPolicyStatus =
+        other.nextStatus != nullptr ? other.nextStatus->policyMapStatus(policyName) : nullptr;
+    GatheredRules gathered(*policyState, other.gathered);
+    RuleStatuses renumbered;
+    policyState->classMapConfigDelAll();
+
+    const std::vector<Orb::String> classNames = ruleOrder(currCfg);
+    U32 index = 0;
+    U32 place = 0;  // of the rule in the policy
+    for (const Orb::String& className : classNames) {
+        const U32 at = place++;
+        const Orb::Ptr<const ClassMapStatus> status = takenStatus(*policyStatus, className, at);
+        const Orb::Ptr<const ClassMapStatus> gatheredStatus = gathered.statusOf(className, index);
+        const Orb::Ptr<const ClassMapStatus> otherStatus =
+            nextPolicyStatus ? recordOf(nextPolicyStatus->classMapStatus(), className, at)
+                             : gatheredStatus.get();
+        // A rule that only the other direction took keeps its index here, as a hole.
+        if (!status && !hasMatchOption(otherStatus.get())) continue;
+
+        const MatchOption option = *(status ? *status : *otherStatus).match().begin();
+        gatherRule(show, *policyState, currCfg, {className, at, index, option, status});
+        if (gatheredStatus) renumbered.is(index, gatheredStatus);
+        ++index;
+    }
+    SHOW_TRACE(4, "ruleCount " << index << ", total class count " << classNames.size());
+    gathered.renumberedAre(*policyState, std::move(renumbered));
+    policyState->ruleCountIs(index);
 }
 
 }  // namespace TrafficPolicyCli

@@ -1,6 +1,9 @@
-// The actions of one rule: a row per action type, with the function that prints an action of it.
+// A row per action type, with the function that prints an action of it.
+#include "views/ActionView.h"
+
+#include <array>
+
 #include "orb/Assert.h"
-#include "traffic-policy/ShowTrafficPolicy.h"
 #include "views/ListLayout.h"
 
 namespace TrafficPolicyCli {
@@ -11,11 +14,12 @@ using PolicyMap::Action;
 using PolicyMap::ActionType;
 using textout::RendererV2;
 
-// How the actions of one policy are printed.
+// How the actions of one rule are printed.
 struct Layout {
     U32 indent;
     U32 indentPerLevel;
     bool detail;
+    const RenderCount& renderCount;
 };
 
 void printText(RendererV2& renderer, const Orb::String& name) { renderer.name(name); }
@@ -197,10 +201,15 @@ void renderPolice(RendererV2& renderer, const Action& action, const Layout& layo
     renderer.text(" ").text(burstUnit).endLine();
 }
 
+void renderCount(RendererV2&, const Action& action, const Layout& layout) {
+    layout.renderCount(&action);
+}
+
+using RenderAction = void (*)(RendererV2& renderer, const Action& action, const Layout& layout);
+
 struct ActionRow {
     ActionType type;
-    // Null: printed by the kind of attachment, because it has the counts.
-    void (*render)(RendererV2& renderer, const Action& action, const Layout& layout);
+    RenderAction render;
 };
 
 constexpr ActionRow actionRows[] = {
@@ -216,7 +225,7 @@ constexpr ActionRow actionRows[] = {
     {ActionType::setIdentityTag, renderSetIdentityTag},
     {ActionType::police, renderPolice},
     {ActionType::log, renderLog},
-    {ActionType::count, nullptr},
+    {ActionType::count, renderCount},
 };
 static_assert(PolicyMap::isRowPerAction(actionRows));
 
@@ -228,35 +237,39 @@ const PolicyMap::PolicyClassAction* findActionSet(const PolicyState& policyState
     return found == nullptr ? nullptr : found->get();
 }
 
+using ActionsByType = std::array<const Action*, std::size(actionRows)>;
+
+// A rule has at most one action of a type.
+ActionsByType actionsByType(const PolicyMap::PolicyClassAction& actionSet) {
+    ActionsByType byType{};
+    for (const auto& [type, action] : actionSet.action()) {
+        const auto row = static_cast<std::size_t>(type);
+        if (row >= byType.size()) ORB_ASSERT(false && "Unexpected action type");
+        byType[row] = action.get();
+    }
+    return byType;
+}
+
 }  // namespace
 
-void ShowTrafficPolicyBase::renderActions(RendererV2* renderer, const Orb::String& ruleName,
-                                          U32 ruleIndex,
-                                          const Orb::Ptr<const PolicyState>& policyState,
-                                          U32 indent) {
-    SHOW_TRACE(8, __PRETTY_FUNCTION__ << " " << ruleName << " " << ruleIndex);
+void renderActions(RendererV2& renderer, const PolicyState& policyState,
+                   const Orb::String& ruleName, U32 ruleIndex, U32 indent,
+                   const RenderCount& renderCount) {
     const PolicyMap::PolicyClassAction* const actionSet =
-        findActionSet(*policyState, ruleName, ruleIndex);
+        findActionSet(policyState, ruleName, ruleIndex);
     if (actionSet == nullptr || actionSet->action().empty()) {
         SHOW_TRACE(8, "No actions mapped to " << ruleName);
         return;
     }
-    const auto object = renderer->object("actions");
-    renderer->indent(indent).text("Actions: ").endLine();
-    const Layout layout{indent, policyState->indentCountPerLevel(), policyState->detail()};
-    using Entry = Orb::MapEntry<ActionType, Orb::Ptr<const Action>>;
-    const auto renderAction = [&](const Entry& entry, bool) {
-        const auto type = static_cast<std::size_t>(entry.key);
-        if (type >= std::size(actionRows)) {
-            ORB_ASSERT(false && "Unexpected action type");
-        } else if (const auto render = actionRows[type].render) {
-            render(*renderer, *entry.value, layout);
-        } else {
-            renderCountAction(renderer, ruleIndex, policyState, entry.value, indent);
-        }
-    };
-    forEachAscending(actionSet->action(), renderAction,
-                     [](const Entry& a, const Entry& b) { return a.key < b.key; });
+    const ActionsByType byType = actionsByType(*actionSet);
+    const auto object = renderer.object("actions");
+    renderer.indent(indent).text("Actions: ").endLine();
+    const Layout layout{indent, policyState.indentCountPerLevel(), policyState.detail(),
+                        renderCount};
+    for (const ActionRow& row : actionRows) {
+        const Action* const action = byType[static_cast<std::size_t>(row.type)];
+        if (action != nullptr) row.render(renderer, *action, layout);
+    }
 }
 
 }  // namespace TrafficPolicyCli

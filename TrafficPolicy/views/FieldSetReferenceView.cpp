@@ -3,8 +3,6 @@
 
 #include <span>
 
-#include "views/ListLayout.h"
-
 namespace TrafficPolicyCli {
 
 namespace {
@@ -52,62 +50,57 @@ void renderCounts(textout::RendererV2& renderer, const Orb::String& name, const 
 }
 
 template <class Record>
-void renderExpanded(textout::RendererV2& renderer, const FieldSets<Record>& fieldSets,
+void renderExpanded(const CriteriaView& view, const FieldSets<Record>& fieldSets,
                     Counts<Record> counts, std::string_view label, std::string_view jsonKey,
-                    const FieldSetNames& names, bool detail, U32 indent) {
+                    const FieldSetNames& names) {
     SHOW_TRACE(8, label << " --> " << jsonKey);
-    const auto list = renderer.list(jsonKey);
-    forEachAscending(names, [&](const Orb::String& name, bool isFirst) {
-        const auto object = renderer.object();
-        renderer.pair("name", name);
-        beginItem(renderer, label, indent, isFirst);
-        renderer.text("field-set ").name(name);
+    const auto list = view.renderer.list(jsonKey);
+    forEachAscending(view.scratch, names, [&](const Orb::String& name, bool isFirst) {
+        const auto object = view.renderer.object();
+        view.renderer.pair("name", name);
+        beginItem(view, label, isFirst);
+        view.renderer.text("field-set ").name(name);
         const Orb::Ptr<Record>* const found = fieldSets.find(name);
-        renderCounts(renderer, name, found == nullptr ? nullptr : found->get(), counts, detail);
-        renderer.endLine();
+        renderCounts(view.renderer, name, found == nullptr ? nullptr : found->get(), counts,
+                     view.detail);
+        view.renderer.endLine();
     });
 }
 
-void renderNames(textout::RendererV2& renderer, std::string_view label, std::string_view jsonKey,
+void renderNames(const CriteriaView& view, std::string_view label, std::string_view jsonKey,
                  const FieldSetNames& names) {
     SHOW_TRACE(8, label << " --> " << jsonKey);
-    if (!renderer.isJson()) return;
-    const auto list = renderer.list(jsonKey);
-    forEachAscending(names, [&](const Orb::String& name, bool) { renderer.item(name); });
+    if (!view.renderer.isJson()) return;
+    const auto list = view.renderer.list(jsonKey);
+    forEachAscending(view.scratch, names,
+                     [&](const Orb::String& name, bool) { view.renderer.item(name); });
 }
 
 }  // namespace
 
-void renderPrefixFieldSet(textout::RendererV2& renderer,
-                          const Orb::Ptr<const FieldSetState>& fieldSetState,
-                          PolicyMap::ClassMapMatchOption matchOption, std::string_view label,
-                          std::string_view jsonKey, const FieldSetNames& names, bool detail,
-                          U32 indent, bool expanded) {
+void renderPrefixFieldSet(const CriteriaView& view, std::string_view label,
+                          std::string_view jsonKey, const FieldSetNames& names, bool expanded) {
     SHOW_TRACE_ENTRY();
-    if (!expanded) return renderNames(renderer, label, jsonKey, names);
-    const auto& fieldSets = matchOption == PolicyMap::ClassMapMatchOption::ipv6
-                                ? fieldSetState->ipv6PrefixFieldSet()
-                                : fieldSetState->ipPrefixFieldSet();
-    renderExpanded<PrefixFieldSetState>(renderer, fieldSets, prefixCounts, label, jsonKey, names,
-                                        detail, indent);
+    if (!expanded) return renderNames(view, label, jsonKey, names);
+    const auto& fieldSets = view.matchOption == PolicyMap::ClassMapMatchOption::ipv6
+                                ? view.fieldSets.ipv6PrefixFieldSet()
+                                : view.fieldSets.ipPrefixFieldSet();
+    renderExpanded<PrefixFieldSetState>(view, fieldSets, prefixCounts, label, jsonKey, names);
 }
 
-void renderL4PortFieldSet(textout::RendererV2& renderer,
-                          const Orb::Ptr<const FieldSetState>& fieldSetState,
-                          std::string_view label, std::string_view jsonKey,
-                          const FieldSetNames& names, bool detail, U32 indent, bool expanded) {
+void renderL4PortFieldSet(const CriteriaView& view, std::string_view label,
+                          std::string_view jsonKey, const FieldSetNames& names, bool expanded) {
     SHOW_TRACE_ENTRY();
-    if (!expanded) return renderNames(renderer, label, jsonKey, names);
-    renderExpanded<L4PortFieldSetState>(renderer, fieldSetState->l4PortFieldSet(), portCounts,
-                                        label, jsonKey, names, detail, indent);
+    if (!expanded) return renderNames(view, label, jsonKey, names);
+    renderExpanded<L4PortFieldSetState>(view, view.fieldSets.l4PortFieldSet(), portCounts, label,
+                                        jsonKey, names);
 }
 
-void renderVlanFieldSet(textout::RendererV2& renderer,
-                        const Orb::Ptr<const FieldSetState>& fieldSetState, std::string_view label,
-                        const FieldSetNames& names, bool detail, U32 indent) {
+void renderVlanFieldSet(const CriteriaView& view, std::string_view label,
+                        const FieldSetNames& names) {
     SHOW_TRACE_ENTRY();
-    renderExpanded<VlanFieldSetState>(renderer, fieldSetState->vlanFieldSet(), vlanCounts, label,
-                                      "dot1qVlanFieldSets", names, detail, indent);
+    renderExpanded<VlanFieldSetState>(view, view.fieldSets.vlanFieldSet(), vlanCounts, label,
+                                      "dot1qVlanFieldSets", names);
 }
 
 }  // namespace TrafficPolicyCli

@@ -75,28 +75,27 @@ std::string_view numericalValueToStrFor(std::string_view label, U32 value,
     }
 }
 
-void beginItem(textout::RendererV2& renderer, std::string_view label, U32 indent, bool isFirst) {
+void beginItem(const CriteriaView& view, std::string_view label, bool isFirst) {
     constexpr std::string_view separator = ": ";
     if (isFirst) {
-        renderer.indent(indent).text(label).text(separator);
+        view.renderer.indent(view.indent).text(label).text(separator);
     } else {
-        renderer.indent(indent + static_cast<U32>(label.size() + separator.size()));
+        view.renderer.indent(view.indent + static_cast<U32>(label.size() + separator.size()));
     }
 }
 
-void renderRangeItem(textout::RendererV2& renderer, std::string_view label,
-                     const Classification::NumericalRange& range, U32 indent,
-                     PolicyMap::ClassMapMatchOption matchOption, bool isFirst) {
-    beginItem(renderer, label, indent, isFirst);
+void renderRangeItem(const CriteriaView& view, std::string_view label,
+                     const Classification::NumericalRange& range, bool isFirst) {
+    beginItem(view, label, isFirst);
     if (range.low != range.high) {
-        renderer.number(range.low).text("-").number(range.high);
-    } else if (const auto name = numericalValueToStrFor(label, range.low, matchOption);
+        view.renderer.number(range.low).text("-").number(range.high);
+    } else if (const auto name = numericalValueToStrFor(label, range.low, view.matchOption);
                !name.empty()) {
-        renderer.text(name);
+        view.renderer.text(name);
     } else {
-        renderer.number(range.low);
+        view.renderer.number(range.low);
     }
-    renderer.endLine();
+    view.renderer.endLine();
 }
 
 void renderBounds(textout::RendererV2& renderer, const Classification::NumericalRange& range) {

@@ -4,7 +4,6 @@
 
 #include "orb/Assert.h"
 #include "views/FieldSetReferenceView.h"
-#include "views/ListLayout.h"
 #include "views/ProtocolView.h"
 #include "views/VlanView.h"
 
@@ -15,8 +14,7 @@ namespace {
 using Classification::StructuredFilter;
 using textout::RendererV2;
 using FilterPtr = Orb::Ptr<const StructuredFilter>;
-using FieldSetStatePtr = Orb::Ptr<const FieldSetState>;
-using MatchPtr = Orb::Ptr<const PolicyMap::ClassMapMatch>;
+using MatchOption = PolicyMap::ClassMapMatchOption;
 using Prefixes = Orb::HashSet2018<Wire::IpGenPrefix>;
 
 // The forms of a source or a destination.
@@ -30,6 +28,8 @@ struct PrefixForms {
     const FieldSetNames& (StructuredFilter::*prefixSets)() const;
     const Prefixes& (StructuredFilter::*lpms)() const;
     const FieldSetNames& (StructuredFilter::*lpmPrefixSets)() const;
+    std::string_view prefixesName, prefixSetsName, lpmsName,
+        lpmPrefixSetsName;  // of the attributes
 };
 
 constexpr PrefixForms source = {
@@ -42,6 +42,10 @@ constexpr PrefixForms source = {
     &StructuredFilter::srcPrefixSets,
     &StructuredFilter::sourceLpms,
     &StructuredFilter::srcLpmPrefixSets,
+    "sources",
+    "srcPrefixSets",
+    "sourceLpms",
+    "srcLpmPrefixSets",
 };
 constexpr PrefixForms destination = {
     "Destination prefix",
@@ -53,85 +57,69 @@ constexpr PrefixForms destination = {
     &StructuredFilter::dstPrefixSets,
     &StructuredFilter::destinationLpms,
     &StructuredFilter::dstLpmPrefixSets,
+    "destinations",
+    "dstPrefixSets",
+    "destinationLpms",
+    "dstLpmPrefixSets",
 };
 
-bool hasSeveralForms(const StructuredFilter& filter, const PrefixForms& forms) {
-    return !(filter.*forms.prefixes)().empty() + !(filter.*forms.prefixSets)().empty() +
-               !(filter.*forms.lpms)().empty() + !(filter.*forms.lpmPrefixSets)().empty() >
-           1;
+// At most one of the four forms is given. The assertion names the filter, and the first of the
+// forms that are given together.
+void assertOneForm(const StructuredFilter& filter, std::string_view filterName,
+                   const PrefixForms& forms) {
+    const std::pair<bool, std::string_view> given[] = {
+        {!(filter.*forms.prefixes)().empty(), forms.prefixesName},
+        {!(filter.*forms.prefixSets)().empty(), forms.prefixSetsName},
+        {!(filter.*forms.lpms)().empty(), forms.lpmsName},
+        {!(filter.*forms.lpmPrefixSets)().empty(), forms.lpmPrefixSetsName}};
+    const auto isGiven = [](const auto& form) { return form.first; };
+    if (std::ranges::count_if(given, isGiven) <= 1) return;
+    Orb::String expression = "!";
+    expression.append(filterName).append("->");
+    expression.append(std::ranges::find_if(given, isGiven)->second).append("()");
+    Orb::assertionFailed(expression.c_str(), __FILE__, __LINE__);
 }
 
-// The assertion names the first of the forms that are given together. A macro, because its text
-// names the filter as well.
-#define ASSERT_ONE_FORM(filter)                        \
-    do {                                               \
-        if (hasSeveralForms(*(filter), source)) {      \
-            ORB_ASSERT(!filter->sources());            \
-            ORB_ASSERT(!filter->srcPrefixSets());      \
-            ORB_ASSERT(!filter->sourceLpms());         \
-            ORB_ASSERT(!filter->srcLpmPrefixSets());   \
-        }                                              \
-        if (hasSeveralForms(*(filter), destination)) { \
-            ORB_ASSERT(!filter->destinations());       \
-            ORB_ASSERT(!filter->dstPrefixSets());      \
-            ORB_ASSERT(!filter->destinationLpms());    \
-            ORB_ASSERT(!filter->dstLpmPrefixSets());   \
-        }                                              \
-    } while (false)
-
-// What the renderers of one rule's criteria share.
-struct View {
-    RendererV2& renderer;
-    const FieldSetStatePtr& fieldSetState;
-    bool detail;
-    U32 indent;
-    MatchOption matchOption;
-};
-
-void renderPrefixSet(RendererV2& renderer, std::string_view label, const Prefixes& prefixes,
-                     U32 indent) {
+void renderPrefixSet(const CriteriaView& view, std::string_view label, const Prefixes& prefixes) {
     SHOW_TRACE_ENTRY();
-    const auto list = renderer.list(jsonNameOf(label));
-    forEachAscending(prefixes, [&](const Wire::IpGenPrefix& prefix, bool isFirst) {
+    const auto list = view.renderer.list(jsonNameOf(label));
+    forEachAscending(view.scratch, prefixes, [&](const Wire::IpGenPrefix& prefix, bool isFirst) {
         char buffer[Wire::IpGenPrefix::maxPrintedSize];
         const std::string_view printed(buffer, prefix.print(buffer));
-        beginItem(renderer, label, indent, isFirst);
-        renderer.text(printed).endLine();
-        renderer.item(printed);
+        beginItem(view, label, isFirst);
+        view.renderer.text(printed).endLine();
+        view.renderer.item(printed);
     });
 }
 
-void renderPrefixSets(const View& view, std::string_view label, std::string_view jsonKey,
-                      const FieldSetNames& names, bool expanded) {
-    renderPrefixFieldSet(view.renderer, view.fieldSetState, view.matchOption, label, jsonKey, names,
-                         view.detail, view.indent, expanded);
-}
-
 // The forms that outer and inner headers have in common.
-void renderPrefixes(const View& view, const StructuredFilter& filter, const PrefixForms& forms) {
+void renderPrefixes(const CriteriaView& view, const StructuredFilter& filter,
+                    const PrefixForms& forms) {
     if (const auto& prefixes = (filter.*forms.prefixes)()) {
-        renderPrefixSet(view.renderer, forms.label, prefixes, view.indent);
+        renderPrefixSet(view, forms.label, prefixes);
     } else if (const auto& names = (filter.*forms.prefixSets)()) {
-        renderPrefixSets(view, forms.label, forms.expandedKey, names, true);
-        renderPrefixSets(view, forms.label, forms.namesKey, names, false);
+        renderPrefixFieldSet(view, forms.label, forms.expandedKey, names, true);
+        renderPrefixFieldSet(view, forms.label, forms.namesKey, names, false);
     }
 }
 
-void renderLpmPrefixes(const View& view, const StructuredFilter& filter, const PrefixForms& forms) {
+void renderLpmPrefixes(const CriteriaView& view, const StructuredFilter& filter,
+                       const PrefixForms& forms) {
     if (const auto& prefixes = (filter.*forms.lpms)()) {
-        renderPrefixSet(view.renderer, forms.lpmLabel, prefixes, view.indent);
+        renderPrefixSet(view, forms.lpmLabel, prefixes);
     } else if (const auto& names = (filter.*forms.lpmPrefixSets)()) {
-        renderPrefixSets(view, forms.lpmLabel, forms.lpmKey, names, true);
+        renderPrefixFieldSet(view, forms.lpmLabel, forms.lpmKey, names, true);
     }
 }
 
 template <class Range>
-void renderRanges(const View& view, std::string_view label, const Orb::HashSet2018<Range>& ranges) {
+void renderRanges(const CriteriaView& view, std::string_view label,
+                  const Orb::HashSet2018<Range>& ranges) {
     if (ranges.empty()) return;
-    renderNumericalRange(view.renderer, label, ranges, view.indent, view.matchOption);
+    renderNumericalRange(view, label, ranges);
 }
 
-void renderFragment(const View& view, const Classification::Fragment& fragment) {
+void renderFragment(const CriteriaView& view, const Classification::Fragment& fragment) {
     if (fragment.type() == Classification::FragmentType::matchAll) {
         const auto object = view.renderer.object("fragment");
         view.renderer.indent(view.indent).text("Fragment: all").endLine();
@@ -143,14 +131,14 @@ void renderFragment(const View& view, const Classification::Fragment& fragment) 
 }
 
 template <class Value>
-void renderKeyword(const View& view, bool isSet, std::string_view line, std::string_view jsonKey,
-                   const Value& value) {
+void renderKeyword(const CriteriaView& view, bool isSet, std::string_view line,
+                   std::string_view jsonKey, const Value& value) {
     if (!isSet) return;
     view.renderer.indent(view.indent).text(line).endLine();
     view.renderer.pair(jsonKey, value);
 }
 
-void renderKeywords(const View& view, const StructuredFilter& filter) {
+void renderKeywords(const CriteriaView& view, const StructuredFilter& filter) {
     using Classification::L4Protocol;
     using Classification::NeighborsProtocol;
     constexpr std::string_view bgp = "bgp";
@@ -164,81 +152,63 @@ void renderKeywords(const View& view, const StructuredFilter& filter) {
 
 // Encapsulated headers stand two blanks deeper, whatever the blanks per level. Their own address
 // family says which field sets and protocol names apply.
-void renderInnerMatch(RendererV2& renderer, U32 indent, U32 indentPerLevel, bool detail,
-                      const FieldSetStatePtr& fieldSetState, const MatchPtr& match, U32 revision,
-                      U32 format) {
-    const Classification::InnerMatch& inner = *match->structuredFilter()->innerMatch();
+void renderInnerMatch(const CriteriaView& outer, const Classification::InnerMatch& inner) {
     SHOW_TRACE(8, __PRETTY_FUNCTION__ << " af: " << static_cast<U32>(inner.af())
                                       << " encapType: " << static_cast<U32>(inner.encapType()));
+    RendererV2& renderer = outer.renderer;
     const bool isIpv4 = inner.af() == Wire::AddressFamily::ipv4;
     const bool isGtpv1 = inner.encapType() == Classification::EncapsulationType::gtpv1;
     {
         const auto object = renderer.object("encapsulation");
         if (isGtpv1) renderer.pair("encapsulationType", "gtpv1");
     }
-    renderer.indent(indent).text("Encapsulation ").text(isGtpv1 ? "GTPv1" : "");
+    renderer.indent(outer.indent).text("Encapsulation ").text(isGtpv1 ? "GTPv1" : "");
     renderer.text(" inner header ").text(isIpv4 ? "IPv4" : "IPv6").endLine();
 
     const auto object = renderer.object("innerMatch");
     renderer.pair("addressFamily", isIpv4 ? "ipv4" : "ipv6");
     const FilterPtr& sf = inner.structuredFilter();
     if (!sf) return;
-    const View view{renderer, fieldSetState, detail, indent + 2,
-                    isIpv4 ? MatchOption::ipv4 : MatchOption::ipv6};
+    CriteriaView view = outer.deeperBy(2);
+    view.matchOption = isIpv4 ? MatchOption::ipv4 : MatchOption::ipv6;
     renderPrefixes(view, *sf, source);
     renderPrefixes(view, *sf, destination);
-    if (sf->protocols()) {
-        renderProtocol(renderer, fieldSetState, "Protocol", sf, true, view.indent, indentPerLevel,
-                       view.matchOption, detail, revision, format);
-    }
+    if (sf->protocols()) renderProtocol(view, *sf, true);
 }
 
-void assertOneForm(const FilterPtr& structuredFilter) {
-    ASSERT_ONE_FORM(structuredFilter);
-    if (!structuredFilter->innerMatch()) return;
-    const FilterPtr& sf = structuredFilter->innerMatch()->structuredFilter();
-    if (!sf) return;
-    ASSERT_ONE_FORM(sf);
+void assertOneForm(const StructuredFilter* filter, std::string_view filterName) {
+    if (filter == nullptr) return;
+    for (const PrefixForms* const forms : {&source, &destination}) {
+        assertOneForm(*filter, filterName, *forms);
+    }
 }
 
 }  // namespace
 
-void renderMatches(RendererV2& renderer, const FieldSetStatePtr& fieldSetState,
-                   const Orb::Ptr<const PolicyState>& policyState, const MatchPtr& match,
-                   bool detail, U32 indent, U32 revision, U32 format) {
-    SHOW_TRACE(8, __PRETTY_FUNCTION__ << " " << match->name());
-    const FilterPtr& structuredFilter = match->structuredFilter();
+void renderMatches(const CriteriaView& view, const PolicyMap::ClassMapMatch& match) {
+    SHOW_TRACE(8, __PRETTY_FUNCTION__ << " " << match.name());
+    const FilterPtr& structuredFilter = match.structuredFilter();
     if (!structuredFilter) {
         SHOW_TRACE(7, __PRETTY_FUNCTION__ << " structured filter not found");
         return;
     }
-    assertOneForm(structuredFilter);
-
     const StructuredFilter& filter = *structuredFilter;
-    const View view{renderer, fieldSetState, detail, indent, match->option()};
-    const U32 indentPerLevel = policyState->indentCountPerLevel();
-    const auto matches = renderer.object("matches");
-    if (filter.vlanTags()) {
-        renderVlanTag(renderer, fieldSetState, structuredFilter, indent, view.matchOption, detail);
-    }
+    assertOneForm(&filter, "structuredFilter");
+    if (filter.innerMatch()) assertOneForm(filter.innerMatch()->structuredFilter().get(), "sf");
+    const auto matches = view.renderer.object("matches");
+    if (filter.vlanTags()) renderVlanTag(view, filter);
     for (const PrefixForms& forms : {source, destination}) {
         renderPrefixes(view, filter, forms);
         renderLpmPrefixes(view, filter, forms);
     }
-    if (filter.protocols()) {
-        renderProtocol(renderer, fieldSetState, "Protocol", structuredFilter, false, indent,
-                       indentPerLevel, view.matchOption, detail, revision, format);
-    }
+    if (filter.protocols()) renderProtocol(view, filter, false);
     renderRanges(view, "IP length", filter.length());
     if (filter.fragment()) renderFragment(view, *filter.fragment());
     renderRanges(view, "DSCP", filter.dscp());
     renderRanges(view, "ECN", filter.ecn());
     renderRanges(view, "TTL", filter.ttl());
     renderKeywords(view, filter);
-    if (filter.innerMatch()) {
-        renderInnerMatch(renderer, indent, indentPerLevel, detail, fieldSetState, match, revision,
-                         format);
-    }
+    if (filter.innerMatch()) renderInnerMatch(view, *filter.innerMatch());
 }
 
 }  // namespace TrafficPolicyCli

@@ -6,26 +6,31 @@
 
 #include "orb/Assert.h"
 #include "views/FieldSetReferenceView.h"
-#include "views/ListLayout.h"
 
 namespace TrafficPolicyCli {
 
 namespace {
 
 using Classification::TcpFlag;
-using PolicyMap::ClassMapMatchOption;
 using textout::RendererV2;
 using ProtoFieldPtr = Orb::Ptr<const Classification::ProtoField>;
 using PortFieldPtr = Orb::Ptr<const Classification::PortField>;
 
 constexpr Classification::ProtocolRange tcp(6, 6);
 
-bool showsAll(U32 revision, U32 format) {
-    return revision > 1 || format == static_cast<U32>(textout::OutputFormat_t::text);
+constexpr std::string_view tcpFlagsLabel = "TCP flags";
+
+bool showsAll(const RendererV2& renderer) { return renderer.revision() > 1 || renderer.isText(); }
+
+// A keyword is the only flag of its group, and set.
+void assertKeyword(std::span<const TcpFlag* const> activeFlags, bool flagBool) {
+    ORB_ASSERT(activeFlags.size() == 1);
+    ORB_ASSERT(flagBool);
 }
 
-void renderTcpFlagGroup(RendererV2& renderer, std::string_view label, std::string_view jsonKey,
-                        const Classification::TcpFlagAndMask& group, U32 indent) {
+void renderTcpFlagGroup(const CriteriaView& view, std::string_view jsonKey,
+                        const Classification::TcpFlagAndMask& group) {
+    RendererV2& renderer = view.renderer;
     std::array<const TcpFlag*, std::size(Classification::tcpFlags)> found{};
     std::size_t count = 0;
     for (const TcpFlag& flag : Classification::tcpFlags) {
@@ -37,11 +42,10 @@ void renderTcpFlagGroup(RendererV2& renderer, std::string_view label, std::strin
     const auto list = renderer.list(jsonKey);
     for (const TcpFlag* const flag : activeFlags) {
         const bool flagBool = (group.flag & flag->bit) != 0;
-        beginItem(renderer, label, indent, flag == activeFlags.front());
+        beginItem(view, tcpFlagsLabel, flag == activeFlags.front());
         renderer.text(flag->name);
         if (flag->isKeyword) {
-            ORB_ASSERT(activeFlags.size() == 1);
-            ORB_ASSERT(flagBool);
+            assertKeyword(activeFlags, flagBool);
         } else {
             renderer.text(flagBool ? ":1" : ":0");
         }
@@ -52,25 +56,23 @@ void renderTcpFlagGroup(RendererV2& renderer, std::string_view label, std::strin
     }
 }
 
-void renderTcpFlags(RendererV2& renderer, const ProtoFieldPtr& protoField, U32 indent, U32 revision,
-                    U32 format) {
+void renderTcpFlags(const CriteriaView& view, const Classification::ProtoField& protoField) {
     SHOW_TRACE_ENTRY();
-    constexpr std::string_view label = "TCP flags";
-    const std::string_view jsonKey = jsonNameOf(label);
-    const auto& groups = protoField->tcpFlags();
-    if (!showsAll(revision, format)) {
+    const std::string_view jsonKey = jsonNameOf(tcpFlagsLabel);
+    const auto& groups = protoField.tcpFlags();
+    if (!showsAll(view.renderer)) {
         const auto* const first = std::min_element(groups.begin(), groups.end());
-        return renderTcpFlagGroup(renderer, label, jsonKey, *first, indent);
+        return renderTcpFlagGroup(view, jsonKey, *first);
     }
-    const auto list = renderer.list("tcpFlagGroups");
-    forEachAscending(groups, [&](const Classification::TcpFlagAndMask& group, bool) {
-        const auto object = renderer.object();
-        renderTcpFlagGroup(renderer, label, jsonKey, group, indent);
+    const auto list = view.renderer.list("tcpFlagGroups");
+    forEachAscending(view.scratch, groups, [&](const Classification::TcpFlagAndMask& group, bool) {
+        const auto object = view.renderer.object();
+        renderTcpFlagGroup(view, jsonKey, group);
     });
 }
 
-// One side of a port field.
-struct PortSide {
+// One end of a port field.
+struct PortEnd {
     std::string_view label;
     std::string_view expandedKey;
     std::string_view namesKey;
@@ -78,93 +80,81 @@ struct PortSide {
     const FieldSetNames& (Classification::PortField::*fieldSets)() const;
 };
 
-constexpr PortSide portSides[] = {
+constexpr PortEnd portEnds[] = {
     {"Source port", "srcExtL4PortFieldSet", "srcL4PortFieldSets", &Classification::PortField::sport,
      &Classification::PortField::sportFieldSets},
     {"Destination port", "destExtL4PortFieldSet", "destL4PortFieldSets",
      &Classification::PortField::dport, &Classification::PortField::dportFieldSets},
 };
 
-void renderL4Ports(RendererV2& renderer, const Orb::Ptr<const FieldSetState>& fieldSetState,
-                   const PortFieldPtr& portField, bool detail, U32 indent,
-                   ClassMapMatchOption matchOption) {
+void renderL4Ports(const CriteriaView& view, const Classification::PortField& portField) {
     SHOW_TRACE_ENTRY();
-    for (const PortSide& side : portSides) {
-        if (const auto& ports = (*portField.*side.ports)()) {
-            renderNumericalRange(renderer, side.label, ports, indent, matchOption);
+    for (const PortEnd& end : portEnds) {
+        if (const auto& ports = (portField.*end.ports)()) {
+            renderNumericalRange(view, end.label, ports);
         }
-        if (const auto& names = (*portField.*side.fieldSets)()) {
-            renderL4PortFieldSet(renderer, fieldSetState, side.label, side.expandedKey, names,
-                                 detail, indent, true);
-            renderL4PortFieldSet(renderer, fieldSetState, side.label, side.namesKey, names, detail,
-                                 indent, false);
+        if (const auto& names = (portField.*end.fieldSets)()) {
+            renderL4PortFieldSet(view, end.label, end.expandedKey, names, true);
+            renderL4PortFieldSet(view, end.label, end.namesKey, names, false);
         }
     }
 }
 
-void renderPortFields(RendererV2& renderer, const Orb::Ptr<const FieldSetState>& fieldSetState,
-                      const Orb::Array<PortFieldPtr>& portFields, bool detail, U32 indent,
-                      ClassMapMatchOption matchOption, U32 revision, U32 format) {
-    if (!showsAll(revision, format)) {
-        return renderL4Ports(renderer, fieldSetState, *portFields.begin(), detail, indent,
-                             matchOption);
-    }
-    const auto list = renderer.list("ports");
+void renderPortFields(const CriteriaView& view, const Orb::Array<PortFieldPtr>& portFields) {
+    if (!showsAll(view.renderer)) return renderL4Ports(view, **portFields.begin());
+    const auto list = view.renderer.list("ports");
     for (const PortFieldPtr& portField : portFields) {
-        const auto object = renderer.object();
-        renderL4Ports(renderer, fieldSetState, portField, detail, indent, matchOption);
+        const auto object = view.renderer.object();
+        renderL4Ports(view, *portField);
     }
 }
 
-void renderIcmpTypes(RendererV2& renderer, const Orb::Array<Classification::IcmpTypeRange>& types,
-                     U32 indent, ClassMapMatchOption matchOption) {
+void renderIcmpTypes(const CriteriaView& view,
+                     const Orb::Array<Classification::IcmpTypeRange>& types) {
     SHOW_TRACE_ENTRY();
+    RendererV2& renderer = view.renderer;
     const auto list = renderer.list("icmps");
-    forEachAscending(types, [&](const Classification::IcmpTypeRange& type, bool) {
+    forEachAscending(view.scratch, types, [&](const Classification::IcmpTypeRange& type, bool) {
         const auto object = renderer.object();
         {
             const auto bounds = renderer.object(jsonNameOf("ICMP type"));
             renderBounds(renderer, type);
         }
         // Each type begins a list of its own, because its codes stand below it.
-        renderRangeItem(renderer, "ICMP type", type, indent, matchOption, true);
-        if (type.codes.empty()) renderer.indent(indent).text("ICMP code: all").endLine();
-        renderNumericalRange(renderer, "ICMP code", type.codes, indent, matchOption);
+        renderRangeItem(view, "ICMP type", type, true);
+        if (type.codes.empty()) renderer.indent(view.indent).text("ICMP code: all").endLine();
+        renderNumericalRange(view, "ICMP code", type.codes);
     });
+}
+
+// What a rule asks of the layer-4 header of a protocol.
+void renderProtoField(const CriteriaView& view, const Classification::ProtoField& protoField,
+                      bool showsTcpFlags) {
+    if (showsTcpFlags && protoField.tcpFlags()) renderTcpFlags(view, protoField);
+    if (protoField.portFields()) renderPortFields(view, protoField.portFields());
+    if (protoField.icmpTypes()) renderIcmpTypes(view, protoField.icmpTypes());
 }
 
 }  // namespace
 
-void renderProtocol(RendererV2& renderer, const Orb::Ptr<const FieldSetState>& fieldSetState,
-                    std::string_view label,
-                    const Orb::Ptr<const Classification::StructuredFilter>& structuredFilter,
-                    bool inner, U32 indent, U32 indentPerLevel, ClassMapMatchOption matchOption,
-                    bool detail, U32 revision, U32 format) {
+void renderProtocol(const CriteriaView& view,
+                    const Classification::StructuredFilter& structuredFilter, bool inner) {
     SHOW_TRACE_ENTRY();
     using Entry = Orb::MapEntry<Classification::ProtocolRange, ProtoFieldPtr>;
-    const U32 detailIndent = indent + indentPerLevel;
+    constexpr std::string_view label = "Protocol";
     const auto renderEntry = [&](const Entry& entry, bool isFirst) {
-        const auto object = renderer.object();
+        const auto object = view.renderer.object();
         {
-            const auto bounds = renderer.object("protocolRange");
-            renderBounds(renderer, entry.key);
+            const auto bounds = view.renderer.object("protocolRange");
+            renderBounds(view.renderer, entry.key);
         }
-        renderRangeItem(renderer, label, entry.key, indent, matchOption, isFirst);
-        const ProtoFieldPtr& protoField = entry.value;
-        if (!protoField) return;
-        if (entry.key == tcp && protoField->tcpFlags() && !inner) {
-            renderTcpFlags(renderer, protoField, detailIndent, revision, format);
-        }
-        if (protoField->portFields()) {
-            renderPortFields(renderer, fieldSetState, protoField->portFields(), detail,
-                             detailIndent, matchOption, revision, format);
-        }
-        if (protoField->icmpTypes()) {
-            renderIcmpTypes(renderer, protoField->icmpTypes(), detailIndent, matchOption);
-        }
+        renderRangeItem(view, label, entry.key, isFirst);
+        if (!entry.value) return;
+        renderProtoField(view.deeperBy(view.indentPerLevel), *entry.value,
+                         entry.key == tcp && !inner);
     };
-    const auto list = renderer.list(jsonNameOf(label));
-    forEachAscending(structuredFilter->protocols(), renderEntry,
+    const auto list = view.renderer.list(jsonNameOf(label));
+    forEachAscending(view.scratch, structuredFilter.protocols(), renderEntry,
                      [](const Entry& a, const Entry& b) { return a.key < b.key; });
 }
 

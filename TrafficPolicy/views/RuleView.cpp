@@ -1,52 +1,52 @@
-// The rules of one policy: a line with name and address family, then criteria and actions.
-#include "frame/Trace.h"
+#include "views/RuleView.h"
+
 #include "orb/Assert.h"
-#include "traffic-policy/ShowTrafficPolicy.h"
 #include "views/MatchView.h"
 
 namespace TrafficPolicyCli {
 
 namespace {
 
-using ClassMapStatuses = Orb::Array<Orb::Ptr<const PolicyMap::ClassMapStatus>>;
-
-const PolicyMap::ClassMapStatus* statusAt(const ClassMapStatuses& statuses, U32 ruleIndex) {
-    const auto* const found = statuses.find(ruleIndex);
-    return found == nullptr ? nullptr : found->get();
+// The status of a rule in the first direction that has one; null: none has.
+const PolicyMap::ClassMapStatus* statusOf(const PolicyState& policyState, U32 ruleIndex) {
+    for (const Direction* const direction : policyState.kind().directions) {
+        const auto* const found = direction->rules(policyState).find(ruleIndex);
+        if (found != nullptr && *found) return found->get();
+    }
+    return nullptr;
 }
 
 }  // namespace
 
-void ShowTrafficPolicyBase::renderRules(textout::RendererV2* renderer,
-                                        const Orb::Ptr<const PolicyState>& policyState, U32 indent,
-                                        U32 format, U32 revision) {
-    SHOW_TRACE_ENTRY();
+void renderRules(textout::RendererV2& renderer, const Orb::Ptr<const PolicyState>& policyState,
+                 const FieldSetState& fieldSets, U32 indent, const RenderActions& renderActions) {
     ORB_ASSERT(policyState);
-    const auto onInterfaces = Orb::ptrCast<const PolicyStateInterface>(policyState);
-    const Orb::Ptr<const FieldSetState> fieldSets = fieldSetState();
-    const U32 ruleIndent = indent + policyState->indentCountPerLevel();
+    Scratch scratch;
+    CriteriaView view{renderer,
+                      fieldSets,
+                      scratch,
+                      {},
+                      policyState->detail(),
+                      policyState->indentCountPerLevel(),
+                      indent + policyState->indentCountPerLevel()};
     U32 ruleIndex = 0;
     for (const auto& match : policyState->classMapConfig()) {
         const U32 i = ruleIndex++;
-        const auto* status = statusAt(policyState->classMapStatusInput(), i);
-        if (status == nullptr && onInterfaces) {
-            status = statusAt(onInterfaces->classMapStatusOutput(), i);
-        }
+        const auto* const status = statusOf(*policyState, i);
         if (status == nullptr || !match) continue;
 
         const Orb::String& ruleName = status->name();
         const std::string_view matchOption = PolicyMap::matchOptionName(match->option());
-        const auto rule = renderer->object();
-        renderer->pair("ruleString", ruleName);
-        renderer->pair("matchOption", matchOption);
-        renderer->indent(indent).text("match ").name(ruleName).text(" ").text(matchOption);
-        renderer->endLine();
+        const auto rule = renderer.object();
+        renderer.pair("ruleString", ruleName);
+        renderer.pair("matchOption", matchOption);
+        renderer.indent(indent).text("match ").name(ruleName).text(" ").text(matchOption).endLine();
         if (policyState->summary()) continue;
 
         SHOW_TRACE(8, "Rendering detailed view of the rule " << ruleName);
-        renderMatches(*renderer, fieldSets, policyState, match, policyState->detail(), ruleIndent,
-                      revision, format);
-        renderActions(renderer, ruleName, i, policyState, ruleIndent);
+        view.matchOption = match->option();
+        renderMatches(view, *match);
+        renderActions(ruleName, i, view.indent);
     }
 }
 

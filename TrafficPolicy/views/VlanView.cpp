@@ -2,7 +2,6 @@
 
 #include "orb/Assert.h"
 #include "views/FieldSetReferenceView.h"
-#include "views/ListLayout.h"
 
 namespace TrafficPolicyCli {
 
@@ -33,25 +32,22 @@ bool isCriterionLess(const Criterion& a, const Criterion& b) {
 
 }  // namespace
 
-void renderVlanTag(textout::RendererV2& renderer,
-                   const Orb::Ptr<const FieldSetState>& fieldSetState,
-                   const Orb::Ptr<const Classification::StructuredFilter>& structuredFilter,
-                   U32 indent, PolicyMap::ClassMapMatchOption matchOption, bool detail) {
+void renderVlanTag(const CriteriaView& view,
+                   const Classification::StructuredFilter& structuredFilter) {
     SHOW_TRACE_ENTRY();
     constexpr std::string_view label = "802.1Q VLAN";
-    const auto list = renderer.list("dot1qVlanTags");
+    const auto list = view.renderer.list("dot1qVlanTags");
     const auto renderCriterion = [&](const Criterion& criterion, bool) {
         const Classification::VlanRangeSet& range = *criterion;
-        const auto object = renderer.object();
+        const auto object = view.renderer.object();
         if (range.vlans()) {
             ORB_ASSERT(!range.vlans() || !range.vlanFieldSets());
-            renderNumericalRange(renderer, label, range.vlans(), indent, matchOption);
+            renderNumericalRange(view, label, range.vlans());
         } else if (range.vlanFieldSets()) {
-            renderVlanFieldSet(renderer, fieldSetState, label, range.vlanFieldSets(), detail,
-                               indent);
+            renderVlanFieldSet(view, label, range.vlanFieldSets());
         }
     };
-    forEachAscending(structuredFilter->vlanTags(), renderCriterion, isCriterionLess);
+    forEachAscending(view.scratch, structuredFilter.vlanTags(), renderCriterion, isCriterionLess);
 }
 
 }  // namespace TrafficPolicyCli

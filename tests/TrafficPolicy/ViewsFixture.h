@@ -7,7 +7,9 @@
 #include <functional>
 
 #include "SmallState.h"
+#include "views/ActionView.h"
 #include "views/MatchView.h"
+#include "views/RuleView.h"
 
 namespace TrafficPolicyCli {
 
@@ -128,17 +130,23 @@ std::string printed(U32 format, const Print& print) {
     return file.text();
 }
 
-// A show object that has gathered the policy P.
+// The gathered policy P and how its rules are printed, without the show object that gathered them.
 struct GatheredRules {
-    explicit GatheredRules(const SmallState::State& state) : show(SmallState::vlanShow(state)) {
+    explicit GatheredRules(const SmallState::State& state) {
+        const auto show = SmallState::vlanShow(state);
         show->cacheFieldSetState();
         show->cachePoliciesState();
         record = show->getOrCreatePolicyState("P");
+        fieldSets = show->fieldSetState();
     }
     std::string print(U32 format) const {
         return printed(format, [&](textout::RendererV2& renderer) {
             const auto list = renderer.list("rules");
-            show->renderRules(&renderer, record, 6, format, 2);
+            renderRules(renderer, record, *fieldSets, 6,
+                        [&](const Orb::String& ruleName, U32 ruleIndex, U32 indent) {
+                            renderActions(renderer, *record, ruleName, ruleIndex, indent,
+                                          [](const Orb::Ptr<const PolicyMap::Action>&) {});
+                        });
         });
     }
 
@@ -151,8 +159,8 @@ struct GatheredRules {
         record->policyMapConfigIs(config);
     }
 
-    Orb::Ptr<ShowTrafficPolicyVAcl> show;
     Orb::Ptr<PolicyState> record;
+    Orb::Ptr<const FieldSetState> fieldSets;
 };
 
 // A trace line "level text"; of one with a signature, its begin, "...", and what follows it.
@@ -172,8 +180,9 @@ inline std::string criteriaByHand(const Fill& fill, U32 format,
     const auto match = Orb::make<PolicyMap::ClassMapMatch>("r1", option);
     match->structuredFilterIs(filter);
     return printed(format, [&](textout::RendererV2& renderer) {
-        renderMatches(renderer, Orb::make<FieldSetState>(""), policyStateFactory("P"), match, false,
-                      3, 2, format);
+        const FieldSetState noFieldSets("");
+        Scratch scratch;
+        renderMatches({renderer, noFieldSets, scratch, option, false, 3, 3}, *match);
     });
 }
 

@@ -20,10 +20,10 @@ using PerFamily = Orb::RbTreeMap<MatchOption, Orb::Ptr<Record>>;
 template <class Record>
 using ErrorsPerFamily = Orb::HashMap2018<MatchOption, Orb::Ptr<Record>>;
 
+struct Kind;
+
 class PolicyState : public Orb::PtrInterface {
-    ORB_TYPE(PolicyState)
-    ORB_CONSTRUCTIBLE(PolicyState, Orb::String)
-    ORB_KEY(name, Orb::String)
+    ORB_KEYED_TYPE(PolicyState, name, Orb::String)
     // Both families once the rules of a configured policy were gathered; else empty.
     ORB_ATTRIBUTE(matchOptionList, Orb::HashSet2018<MatchOption>)
     ORB_ATTRIBUTE(policyMapConfig, Orb::Ptr<const PolicyMap::PolicyMapConfig>)
@@ -42,10 +42,10 @@ class PolicyState : public Orb::PtrInterface {
     ORB_ATTRIBUTE(undefinedCounter, bool)   // a count action names an undeclared counter
     ORB_ATTRIBUTE(undefinedFieldSet, bool)  // a rule refers to a field set that is not configured
     ORB_ATTRIBUTE(countersPerInterface, bool)
-
-    explicit PolicyState(Orb::String name) : name_(std::move(name)) {}
     // Adds to ruleCount and returns it.
     U32 ruleCountInc(U32 n) { return ruleCount_ += n; }
+    // Where the policy can be installed; nowhere for a record of no kind.
+    virtual const Kind& kind() const;
 };
 
 class PolicyStateCpu : public PolicyState {
@@ -62,6 +62,7 @@ class PolicyStateCpu : public PolicyState {
     ORB_ATTRIBUTE(installErrorSoftwareColl, ErrorsPerFamily<InstallError>)
 
     using PolicyState::PolicyState;
+    const Kind& kind() const override;
 };
 
 class PolicyStateInterface : public PolicyState {
@@ -87,6 +88,7 @@ class PolicyStateInterface : public PolicyState {
     ORB_ATTRIBUTE(countersPerInterfaceOutput, bool)
 
     using PolicyState::PolicyState;
+    const Kind& kind() const override;
 
     // The input collection's entry, or the output one's; null when absent.
     Orb::Ptr<const InterfaceStatus> getInterfaceStatus(const Orb::String& intfName,
@@ -110,6 +112,7 @@ class PolicyStateVAcl : public PolicyState {
     ORB_ATTRIBUTE(installErrorColl, ErrorsPerFamily<VAclInstallError>)
 
     using PolicyState::PolicyState;
+    const Kind& kind() const override;
 };
 
 Orb::Ptr<PolicyState> policyStateFactory(const Orb::String& name);

@@ -20,6 +20,9 @@
 namespace TrafficPolicyCli {
 
 using CounterReader = PolicyMap::PolicyMapCounterStatusReaderBase;
+struct Direction;
+struct OtherDirection;
+struct Side;
 
 // What every kind of policy show command is given, in the order of the factories' arguments:
 //   policyJsonDictKeyword  JSON key of the dictionary of policies, as "trafficPolicies"
@@ -139,30 +142,22 @@ class ShowTrafficPolicyBase : public Orb::PtrInterface {
     explicit ShowTrafficPolicyBase(ShowArguments arguments);
     ~ShowTrafficPolicyBase() override;
 
-    // A rule has an index when either direction has it. The status of the direction that is yet to
-    // be gathered; null when there is none.
-    virtual const TrafficPolicy::Status* nextDirectionStatus() const;
-    // The rule statuses of the direction that was gathered before, which get the numbers of this
-    // pass; empty when there is none.
-    virtual const RuleStatuses& gatheredRules(const PolicyState& policyState) const;
-    virtual void gatheredRulesAre(PolicyState& policyState, RuleStatuses renumbered) const;
+    // What the direction being gathered shares the indices of its rules with.
+    virtual OtherDirection otherDirection() const;
 
-    // Copies into a record how it is to be shown.
-    virtual void showFlagsInto(PolicyState& policyState) const;
-
-    // The body of getOrCreatePolicyState for a kind whose record is a Record.
-    template <class Record>
-    Orb::Ptr<Record> findOrMakePolicyState(const Orb::String& policyName);
-    // The record of a kind, through the operation above, which a derived kind may replace. It lives
-    // as long as the map of records holds it.
-    template <class Record>
-    Record* policyStateOf(const Orb::String& policyName);
+    // The body of getOrCreatePolicyState for a kind whose record is a Record. A record that is made
+    // here bears the show flags, so that a policy known only from the attachment configuration is
+    // shown in the same view as the others; made(record) tells it more.
+    template <class Record, class Made>
+    Orb::Ptr<PolicyState> findOrMake(const Orb::String& policyName, const Made& made);
+    // The body of renderTrafficPolicy. The note goes before the policies, in text only.
+    void renderPolicyView(const Kind& kind, std::string_view note, U32 fd, U32 format,
+                          U32 revision);
+    // The body of cacheCounters. reader: null: there are no counters.
+    void countersInto(const Orb::String& policyName, const Direction& direction,
+                      const CounterReader* reader);
 
   private:
-    // Notes when a rule counts into a counter that the policy does not declare.
-    void cacheCountAction(const PolicyMap::PolicyClassAction* actions, const Orb::String& className,
-                          PolicyState& policyState) const;
-
     // The record that was asked for last, valid while the map of records has this change count.
     PolicyState* lastPolicyState_ = nullptr;
     U64 lastPolicyStateChangeCount_ = 0;
@@ -194,7 +189,7 @@ class ShowTrafficPolicyCpu : public ShowTrafficPolicyBase {
                            MatchOption option) override;
     Orb::Ptr<PolicyState> getOrCreatePolicyState(const Orb::String& policyName) override;
 
-    // The same as the two above for the installation in the kernel.
+    // The same as cacheIntfStatus and cacheInstalledState for the installation in the kernel.
     void cacheSoftwareIntfStatus(const Orb::Ptr<const PolicyMap::PolicyMapStatus>& policyStatus);
     void cacheSoftwareInstalledState(const Orb::Ptr<const PolicyMap::PolicyMapStatus>& policyStatus,
                                      MatchOption option);
@@ -211,7 +206,7 @@ class ShowTrafficPolicyInterface : public ShowTrafficPolicyBase {
     ORB_KEY(filterInputPolicies, bool)
     ORB_KEY(filterOutputPolicies, bool)
     ORB_ATTRIBUTE(outputCounterHelper, Orb::Ptr<const CounterReader>)
-    ORB_ATTRIBUTE(isInput, bool)  // the direction being gathered
+    ORB_ATTRIBUTE(isInput, bool)  // the direction being gathered; only these operations ask for it
 
     ShowTrafficPolicyInterface(
         ShowArguments arguments, Orb::Ptr<const TrafficPolicy::Status> statusOutput,
@@ -248,10 +243,11 @@ class ShowTrafficPolicyInterface : public ShowTrafficPolicyBase {
     Orb::Ptr<const CounterReader> getCounterStatusHelper(bool isInput) const;
 
   protected:
-    const TrafficPolicy::Status* nextDirectionStatus() const override;
-    const RuleStatuses& gatheredRules(const PolicyState& policyState) const override;
-    void gatheredRulesAre(PolicyState& policyState, RuleStatuses renumbered) const override;
-    void showFlagsInto(PolicyState& policyState) const override;
+    OtherDirection otherDirection() const override;
+
+  private:
+    const Side& side() const;
+    void filtersInto(PolicyStateInterface& record) const;
 };
 
 class ShowTrafficPolicyVAcl : public ShowTrafficPolicyBase {

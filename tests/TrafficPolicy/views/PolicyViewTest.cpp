@@ -251,6 +251,30 @@ TEST(PolicyViewCpu, showsHardwareAndSoftwareApart) {
           R"("Q":{})"}});
 }
 
+// Records that nobody gathered: the points of each side, under its own labels.
+TEST(PolicyView, printsARecordMadeByHand) {
+    const auto interfaces = policyStateInterfaceFactory("P");
+    interfaces->configuredIntfOutputIs("E1", true);
+    interfaces->appliedIntfInputIs(MatchOption::ipv6)->intfListIs("E2", true);
+    const auto onCpus = policyStateCpuFactory("P");
+    onCpus->failedVrfSoftwareIs(MatchOption::ipv4)->vrfListIs("red", true);
+    onCpus->installErrorSoftwareCollIs(MatchOption::ipv4)->vrfErrorIs("red", "full");
+    onCpus->errorsIs(true);
+    const auto print = [](const auto& renderModel, const PolicyState& record, U32 format) {
+        return printed(format,
+                       [&](textout::RendererV2& renderer) { renderModel(renderer, record, 1); });
+    };
+    EXPECT_EQ(print(renderCommonInterfaceModel, *interfaces, SmallState::text),
+              " Configured on input of interfaces: \n"
+              " Applied on input of interfaces for IPv6 traffic: E2\n"
+              " Configured on output of interfaces: E1\n"
+              " Total number of rules configured: 0\n");
+    EXPECT_EQ(
+        print(renderCommonModelCpu, *onCpus, SmallState::json),
+        R"x({"ipv4FailedVrfsSoftware":["red"],"ipv4InstallationErrorsSoftware":["red (full)"]})x"
+        "\n");
+}
+
 TEST(PolicyView, printsFeatureNameAndKeywordAsGiven) {
     const auto status = stateOf("{}", R"({"vlan":{"policyMapStatus":{"\ud83d\ude00":{}}}})").vlan;
     const auto show = showTrafficPolicyVAclFactory("policies \"here\"", "Policy named ", nullptr,
