@@ -2,6 +2,7 @@
 says what of the JSON report has to stand there."""
 
 import re
+import unicodedata
 
 LABELS = (
     "802.1Q VLAN", "Source prefix", "Source prefix (longest prefix match)", "Destination prefix",
@@ -43,6 +44,12 @@ class Policy:
         self.rule_count = None
         self.counters = []
         self.rules = []  # (name and match option, criteria, action lines)
+
+
+def columns(text):
+    """How many columns of a terminal it takes."""
+    wide = {"W": 2, "F": 2}
+    return sum(0 if unicodedata.combining(c) else wide.get(unicodedata.east_asian_width(c), 1) for c in text)
 
 
 def read(lines):
@@ -209,4 +216,4 @@ def count_lines(actions, kind, action):
         packets = figures.get("packetCount") if name else actions.get(f"{direction}Counter")
         line = "N/A" if packets is None else f"{packets} packets"
         line += f" {figures['byteCount']} bytes" if "byteCount" in figures else ""
-        yield (head if direction == "input" else " " * len(head)) + line + suffix
+        yield (head if direction == "input" else " " * columns(head)) + line + suffix
