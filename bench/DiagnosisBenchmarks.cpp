@@ -2,7 +2,7 @@
 // and smaller ones; and membership over a thousand field sets.
 #include "Scene.h"
 #include "orb/ActivityLock.h"
-#include "traffic-policy/ShowDiagnosis.h"
+#include "traffic-policy/ShowPacket.h"
 
 namespace {
 
@@ -45,7 +45,7 @@ void diagnosis_problems(benchmark::State& bench) {
 }
 void diagnosis_references(benchmark::State& bench) {
     run(bench, Bench::shapeOf(static_cast<U32>(bench.range(0))), [](const auto& sources) {
-        return showTrafficPolicyReferencesFactory(sources, ReferenceKind::counter, "COUNTER-1");
+        return showTrafficPolicyReferencesFactory(sources, ReferenceKind::counter, "DROPS-10");
     });
 }
 BENCHMARK(diagnosis_attachments)
@@ -61,6 +61,33 @@ BENCHMARK(diagnosis_problems)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
 BENCHMARK(diagnosis_references)
+    ->Arg(10'000)
+    ->Arg(100'000)
+    ->Arg(1'000'000)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+
+// The question of a packet of which all fields are told, on the first interface with a policy.
+void diagnosis_packet(benchmark::State& bench) {
+    using Diagnosis::Field;
+    const Bench::StateShape shape = Bench::shapeOf(static_cast<U32>(bench.range(0)));
+    Diagnosis::Packet packet(PolicyMap::ClassMapMatchOption::ipv4);
+    for (const auto& [field, address] :
+         {std::pair{Field::source, "203.0.113.9"}, std::pair{Field::destination, "198.51.100.7"}}) {
+        packet.valueIs(field, Diagnosis::FieldValue::address(*Wire::IpGenAddr::parse(address)));
+    }
+    packet.numberIs(Field::protocol, 6);
+    packet.numberIs(Field::sourcePort, 40'000);
+    packet.numberIs(Field::destinationPort, 443);
+    packet.settle();
+    const Orb::String point =
+        Bench::loadedState(shape).intfConfigInput->intf().begin()->key.stringValue();
+    run(bench, shape, [&](const auto& sources) {
+        return showTrafficPolicyPacketFactory(sources, {AskedPoint::Kind::input, point}, packet,
+                                              false);
+    });
+}
+BENCHMARK(diagnosis_packet)
     ->Arg(10'000)
     ->Arg(100'000)
     ->Arg(1'000'000)

@@ -74,7 +74,7 @@ int openLock(const std::string& path) {
     struct stat status {};
     if (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
         ::close(fd);
-        throw StateError(Orb::escaped(path) + ": is no regular file");
+        throw StateError(Orb::escaped(path) + ": it is not a regular file");
     }
     // Whatever the process masks. Only the owner may; others have it open already.
     if ((status.st_mode & lockMode) != lockMode && status.st_uid == ::geteuid() &&

@@ -27,7 +27,7 @@ struct Holder {
 // The longest prefix that holds the address; null when none does.
 const IpGenPrefix* longestHolding(const Orb::HashSet2018<IpGenPrefix>& prefixes,
                                   const IpGenAddr& address) {
-    constexpr U32 costOfLookUp = 8;  // in comparisons
+    constexpr U32 costOfLookUp = 64;  // in comparisons
     const U32 bits = address.family() == Wire::AddressFamily::ipv4 ? 32 : 128;
     if (prefixes.size() > costOfLookUp * (bits + 1)) {
         for (U32 length = bits + 1; length-- > 0;) {
