@@ -1,7 +1,7 @@
 #include "state/Criteria.h"
 
 #include <algorithm>
-#include <ranges>
+#include <iterator>
 
 #include "state/Attributes.h"
 
@@ -98,7 +98,9 @@ TcpFlagAndMask readTcpFlagGroup(const Node& node) {
         node.member("flag").refuse(std::to_string(group.flag) + " has bits outside the mask",
                                    "bits of the mask " + std::to_string(mask));
     }
-    for (const TcpFlag& keyword : std::views::reverse(tcpFlags)) {
+    // From the last on: of two keywords the message names the lower bit.
+    for (auto flag = std::rbegin(tcpFlags); flag != std::rend(tcpFlags); ++flag) {
+        const TcpFlag& keyword = *flag;
         if (!keyword.isKeyword || (mask & keyword.bit) == 0) continue;
         if (mask != keyword.bit) {
             node.refuse(inQuotes(keyword.name) + " with other flags", "it alone in its group");

@@ -92,7 +92,6 @@ class CaptureView {
     CaptureView(RendererV2& renderer, const DiagnosisSources& sources, bool isAnywhere,
                 std::vector<OfFamily> families)
         : renderer_(renderer),
-          sources_(sources),
           isAnywhere_(isAnywhere),
           families_(std::move(families)),
           attachment_(families_.front().at.attachment),
@@ -231,7 +230,6 @@ class CaptureView {
     }
 
     RendererV2& renderer_;
-    const DiagnosisSources& sources_;
     const bool isAnywhere_;
     const std::vector<OfFamily> families_;
     const Diagnosis::Attachment& attachment_;
@@ -271,8 +269,6 @@ void ShowTrafficPolicyCapture::undecodedIs(const Orb::String& reason) { ++undeco
 
 void ShowTrafficPolicyCapture::renderReport(RendererV2& renderer) {
     if (families_.empty()) familyOf(MatchOption::ipv4);
-    U64 undecoded = 0;
-    for (const auto& [reason, frames] : undecoded_) undecoded += frames;
     {
         const auto object = renderer.object("capture");
         renderer.pair("packets", total_.packets);

@@ -31,7 +31,7 @@ bool Truth::hasRule(const Orb::String& name, MatchOption family) const {
 
 PointQuestion::PointQuestion(const DiagnosisSources& sources, const AskedPoint& point,
                              MatchOption family)
-    : sources_(sources), attachments_(sources), fieldSets_(sources.fieldSetConfig) {
+    : attachments_(sources), fieldSets_(sources.fieldSetConfig) {
     const Place place = placeOf(point.kind);
     if (point.kind == AskedPoint::Kind::policy) {
         Attachment attachment;
@@ -45,8 +45,8 @@ PointQuestion::PointQuestion(const DiagnosisSources& sources, const AskedPoint& 
         policies_.push_back({std::move(attachment), {}});
     }
     // What is configured goes first, whatever the names.
-    std::ranges::stable_partition(policies_,
-                                  [](const auto& at) { return at.attachment.isConfigured; });
+    std::stable_partition(policies_.begin(), policies_.end(),
+                          [](const auto& at) { return at.attachment.isConfigured; });
     if (policies_.empty()) {
         Attachment nothing;
         nothing.place = place;

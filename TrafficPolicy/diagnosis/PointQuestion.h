@@ -44,7 +44,6 @@ class PointQuestion {
     void addTruths(PolicyAtPoint& at, MatchOption family);
     Truth installedTruth(const PolicyAtPoint& at, MatchOption family, Target target);
 
-    const DiagnosisSources& sources_;
     Attachments attachments_;
     FieldSetValues fieldSets_;
     std::vector<PolicyAtPoint> policies_;

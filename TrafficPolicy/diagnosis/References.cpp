@@ -118,11 +118,11 @@ class ReferenceSearch {
         if (rule.config == nullptr) return;
         for (const auto& [option, match] : rule.config->match()) {
             if (!match) continue;
-            forEachFieldSet(*match,
-                            [&](FieldSetKind, std::string_view criterion, const Orb::String& name) {
-                                if (name == name_)
-                                    found.push_back({rule.name, option, Orb::String(criterion)});
-                            });
+            const auto add = [&, family = option](FieldSetKind, std::string_view criterion,
+                                                  const Orb::String& name) {
+                if (name == name_) found.push_back({rule.name, family, Orb::String(criterion)});
+            };
+            forEachFieldSet(*match, add);
         }
     }
 
