@@ -149,7 +149,8 @@ TEST(SharedObject, exportsOnlyItsInterface) {
         R"((guard variable for |reference temporary .* for )?TrafficPolicyCli::\w+::)"
         R"((orbType\(\)(::type)?|\w+_))"
         R"(|std::any::_Manager_\w+<TrafficPolicyCli::\w+>::_S_manage\(.*)"
-        R"(|typeinfo (name )?for TrafficPolicyCli::(HoldingKind|ReferenceKind|Diagnosis::Packet))");
+        R"(|typeinfo (name )?for TrafficPolicyCli::(Holding|Reference)Kind)"
+        R"(|.*\bTrafficPolicyCli::Diagnosis::Packet\b.*)");
     std::istringstream lines(
         exportsOf(reinterpret_cast<const void*>(&TrafficPolicyCli::showTrafficPolicyVAclFactory)));
     std::string address, kind, name;
