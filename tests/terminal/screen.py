@@ -83,11 +83,18 @@ class Screen:
         return int(self._tmux("display-message", "-p", "#{pane_pid}"))
 
     def exit_status(self):
-        """Waits until the program has ended."""
+        """Waits until the program has ended. tmux may miss that; the system then still knows."""
+        stat = "/proc/%d/stat" % self.process()
         deadline = time.monotonic() + PATIENCE
         while time.monotonic() < deadline:
             status = self._tmux("display-message", "-p", "#{pane_dead_status}").strip()
             if status:
                 return status
+            try:
+                fields = open(stat, encoding="utf-8").read().rsplit(")", 1)[1].split()
+                if fields[0] == "Z":
+                    return str(os.waitstatus_to_exitcode(int(fields[-1])))
+            except OSError:
+                pass  # ended, and tmux is about to say so
             time.sleep(0.02)
         raise AssertionError("the program does not end:\n" + self.text())
