@@ -151,7 +151,7 @@ class Reports(Shell):
         screen.wait("^WARNING: (.|\n)*" + IDLE)
         screen.line("terminal length 0")
         screen.line("show traffic-policy LAB-IN interface")
-        screen.wait(r"rules configured: 0\n" + IDLE)
+        screen.wait(r"rules configured: 0\n(tpcli: .*\n)?" + IDLE)
         screen.line("terminal length 3")
         screen.line("show traffic-policy vlan errors")
         screen.wait(IDLE)  # less -F itself looks at the screen
