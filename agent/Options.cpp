@@ -88,6 +88,7 @@ Exit status:
   1  wrong options, or a counter that the store does not have
   2  the state or the store is missing or damaged, another agent holds the
      store, or it cannot be written
+  4  out of memory
 
 Examples:
   counteragent --state examples/campus --rate 1000

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
+#include <new>
 
 #include "agent/Counting.h"
 #include "orb/Escape.h"
@@ -22,6 +23,7 @@ namespace {
 
 constexpr int badOptions = 1;
 constexpr int badState = 2;
+constexpr int fault = 4;
 
 constexpr long tickNanoseconds = 50'000'000;
 
@@ -116,6 +118,9 @@ int run(const Options& options) {
     } catch (const Cairn::CorruptionDetectedException& damage) {
         say(store + ": " + damage.what() + "; --recreate makes it anew");
         return badState;
+    } catch (const std::bad_alloc&) {
+        say("out of memory");
+        return fault;
     } catch (const std::exception& error) {
         say(error.what());
         return badState;
