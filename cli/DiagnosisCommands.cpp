@@ -45,24 +45,8 @@ constexpr ReferenceWord referenceWords[] = {
 }  // namespace
 
 TrafficPolicyCli::DiagnosisSources diagnosisSources(const Session& session) {
-    const StateDirectory::State& state = session.state();
-    TrafficPolicyCli::DiagnosisSources sources;
-    sources.config = state.config;
-    sources.fieldSetConfig = state.fieldSetConfig;
-    sources.macDir = state.macDir;
-    sources.intfConfigInput = state.intfConfigInput;
-    sources.intfConfigOutput = state.intfConfigOutput;
-    sources.intfConfigBridged = state.intfConfigBridged;
-    sources.vrfConfig = state.vrfConfig;
-    sources.allVrfConfig = state.allVrfConfig;
-    sources.l3IntfStatusDir = state.l3IntfStatusDir;
-    sources.trafficPolicyHwStatus = state.hwStatus;
-    sources.input = {state.interfaceInput, nullptr, session.counters(Direction::input)};
-    sources.output = {state.interfaceOutput, nullptr, session.counters(Direction::output)};
-    sources.cpu = {state.cpu, nullptr, nullptr};
-    sources.kernel = {state.cpuSoftware, nullptr, nullptr};
-    sources.vlan = {state.vlan, nullptr, nullptr};
-    return sources;
+    return TrafficPolicyCli::diagnosisSourcesOf(session.state(), session.counters(Direction::input),
+                                                session.counters(Direction::output));
 }
 
 TrafficPolicyCli::DiagnosisSources diagnosisSourcesSinceClear(const Session& session) {

@@ -8,21 +8,12 @@
 
 #include "reef/PolicyMapTypeCounters.h"
 #include "state/CounterStore.h"
-#include "state/State.h"
+#include "state/StateSource.h"
 
 namespace Cli {
 
-using StatePtr = std::shared_ptr<const StateDirectory::State>;
-
-// Where sessions have their states from. Both throw StateDirectory::StateError.
-class StateSource {
-  public:
-    virtual ~StateSource() = default;
-    // A state as the documents told it, which may be behind them by the time that reading takes.
-    virtual StatePtr loaded() = 0;
-    // The state as the documents tell it now.
-    virtual StatePtr current() = 0;
-};
+using StateDirectory::StatePtr;
+using StateDirectory::StateSource;
 
 // Reads a state directory when first asked. What was read lives as long as the process: taking
 // 100,000 rules apart at the end would only keep the operator waiting.

@@ -121,7 +121,10 @@ Plan CommandLoop::planOf(const Words& words) {
 
 // Said before the report: it is not of the documents as they stand.
 void CommandLoop::sayRefusal() const {
-    if (const std::string refusal = live_.refusal(); !refusal.empty()) complain(refusal);
+    const auto refusal = live_.refusal();
+    if (!refusal || refusal->inForceSince.empty()) return;
+    complain(refusal->mistake + "\ntpcli: the state of " + refusal->inForceSince +
+             " stays in force");
 }
 
 Route CommandLoop::routeOf(Pipes pipes) const {

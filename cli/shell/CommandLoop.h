@@ -9,7 +9,7 @@
 #include "cli/Grammar.h"
 #include "cli/Options.h"
 #include "cli/shell/Execution.h"
-#include "cli/shell/LiveState.h"
+#include "state/LiveState.h"
 
 namespace Cli::Shell {
 
@@ -27,7 +27,7 @@ class CommandLoop {
     void pagesReports(bool pages) { pagesReports_ = pages; }
     // What "history" shows, the newest last.
     std::vector<std::string>& history() { return history_; }
-    LiveState& live() { return live_; }
+    StateDirectory::LiveState& live() { return live_; }
     const Grammar& grammar() const { return grammar_; }
 
   private:
@@ -41,7 +41,7 @@ class CommandLoop {
 
     const Options& options_;
     std::string stateDirectory_;
-    LiveState live_;
+    StateDirectory::LiveState live_;
     Grammar grammar_;  // of all commands
     std::vector<std::string> history_;
     bool isEnding_ = false;

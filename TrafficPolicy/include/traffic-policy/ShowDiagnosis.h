@@ -49,6 +49,31 @@ struct DiagnosisSources {
     SideSources vlan;
 };
 
+// The sources from an object that has them as members of these names, as the state reader's State
+// does. Without snapshots. The shared-memory counters may be null.
+template <class State>
+DiagnosisSources diagnosisSourcesOf(
+    const State& state, Orb::Ptr<const PolicyMap::Counters::PolicyMapTypeCounters> input,
+    Orb::Ptr<const PolicyMap::Counters::PolicyMapTypeCounters> output) {
+    DiagnosisSources sources;
+    sources.config = state.config;
+    sources.fieldSetConfig = state.fieldSetConfig;
+    sources.macDir = state.macDir;
+    sources.intfConfigInput = state.intfConfigInput;
+    sources.intfConfigOutput = state.intfConfigOutput;
+    sources.intfConfigBridged = state.intfConfigBridged;
+    sources.vrfConfig = state.vrfConfig;
+    sources.allVrfConfig = state.allVrfConfig;
+    sources.l3IntfStatusDir = state.l3IntfStatusDir;
+    sources.trafficPolicyHwStatus = state.hwStatus;
+    sources.input = {state.interfaceInput, nullptr, std::move(input)};
+    sources.output = {state.interfaceOutput, nullptr, std::move(output)};
+    sources.cpu = {state.cpu, nullptr, nullptr};
+    sources.kernel = {state.cpuSoftware, nullptr, nullptr};
+    sources.vlan = {state.vlan, nullptr, nullptr};
+    return sources;
+}
+
 // What the show objects have in common.
 class ShowTrafficPolicyDiagnosis : public Orb::PtrInterface {
     ORB_TYPE(ShowTrafficPolicyDiagnosis)

@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 
 #include <array>
+#include <chrono>
 #include <condition_variable>
 #include <ctime>
 #include <mutex>
@@ -15,9 +16,9 @@
 #include <thread>
 #include <vector>
 
-#include "cli/Session.h"
+#include "state/StateSource.h"
 
-namespace Cli::Shell {
+namespace StateDirectory {
 
 class LiveState : public StateSource {
   public:
@@ -29,7 +30,7 @@ class LiveState : public StateSource {
     LiveState& operator=(const LiveState&) = delete;
 
     // The version in force. The first call waits until there is one, without the activity lock,
-    // which the calling thread holds; then throws what StateDirectory::readState() threw, or
+    // which the calling thread holds; then throws what readState() threw, or
     // textout::SigIntException when the operator interrupts the wait.
     StatePtr loaded() override;
     // The version in force if it is of the documents as they stand, else one read now.
@@ -37,18 +38,34 @@ class LiveState : public StateSource {
     // The version in force; null while there is none.
     StatePtr loadedSoFar() const;
 
+    // A version with the times at which its documents were written: config.json, status.json.
+    struct Version {
+        StatePtr state;  // null: none is in force
+        std::array<timespec, 2> written{};
+    };
+    Version inForce() const;
+
     // Has the documents looked at, for changes that the system does not tell of (on network file
     // systems, behind links).
     void look();
+    // The same, and waits until they are read as they stand, at most that long.
+    void catchUp(std::chrono::milliseconds longest);
     bool isReading() const;
 
     // What happened since the last call, to tell the operator; nothing when nothing did.
     std::optional<std::string> takeNews();
     // Readable when there are news.
     int newsDescriptor() const { return news_; }
-    // Why the documents as they stand are refused, and what is in force instead; empty when they
-    // are not, or when nothing is in force.
-    std::string refusal() const;
+
+    // The mistake for which the documents as they stand are refused.
+    struct Refusal {
+        std::string mistake;
+        std::string inForceSince;  // the time of day of the version in force; empty: there is none
+    };
+    // Nothing when they are not refused.
+    std::optional<Refusal> refusal() const;
+    // How many times they were.
+    U64 refusals() const;
 
   private:
     // Whether a document is still the one that was read.
@@ -69,7 +86,7 @@ class LiveState : public StateSource {
     void wake() const;
     void putInPlace(StatePtr state, const Identities& identities);
     void tell(std::string news);
-    StatePtr owned(StateDirectory::State state);
+    StatePtr owned(State state);
 
     const std::string directory_;
     int news_ = -1;
@@ -87,10 +104,11 @@ class LiveState : public StateSource {
     bool isWanted_ = false;  // although nothing changed
     bool isEnding_ = false;
     std::string refusal_;
+    U64 refusals_ = 0;
     std::optional<std::string> newsText_;
-    std::vector<const StateDirectory::State*> retired_;
+    std::vector<const State*> retired_;
 
     std::thread thread_;
 };
 
-}  // namespace Cli::Shell
+}  // namespace StateDirectory

@@ -1,4 +1,4 @@
-#include "cli/shell/LiveState.h"
+#include "state/LiveState.h"
 
 #include <poll.h>
 #include <signal.h>
@@ -14,7 +14,7 @@
 #include "orb/ActivityLock.h"
 #include "textout/Interrupt.h"
 
-namespace Cli::Shell {
+namespace StateDirectory {
 
 namespace {
 
@@ -84,8 +84,8 @@ LiveState::Identities LiveState::identities() const {
 
 // What is not used any more goes back to the second thread, which takes it apart while the operator
 // goes on.
-StatePtr LiveState::owned(StateDirectory::State state) {
-    return {new StateDirectory::State(std::move(state)), [this](const StateDirectory::State* old) {
+StatePtr LiveState::owned(State state) {
+    return {new State(std::move(state)), [this](const State* old) {
                 {
                     const std::lock_guard lock(mutex_);
                     retired_.push_back(old);
@@ -99,7 +99,7 @@ void LiveState::work() {
     for (bool isChanged = true;;) {
         if (isChanged) read();
         isChanged = waitForChange();
-        std::vector<const StateDirectory::State*> retired;
+        std::vector<const State*> retired;
         {
             const std::lock_guard lock(mutex_);
             if (isEnding_) return;
@@ -149,7 +149,7 @@ void LiveState::read() {
         StatePtr state;
         std::string mistake;
         try {
-            state = owned(StateDirectory::readState(directory_));
+            state = owned(readState(directory_));
         } catch (const std::exception& error) {
             mistake = error.what();
         }
@@ -161,6 +161,7 @@ void LiveState::read() {
         const std::lock_guard lock(mutex_);
         lastRead_ = before;
         refusal_ = mistake;
+        ++refusals_;
         if (version_) tell("a document changed, and is refused: " + mistake);
         isReading_ = false;
         changed_.notify_all();
@@ -207,7 +208,7 @@ StatePtr LiveState::loaded() {
         textout::checkInterrupt();
         changed_.wait_for(lock, std::chrono::milliseconds(5));
     }
-    if (version_ == nullptr) throw StateDirectory::StateError(refusal_);
+    if (version_ == nullptr) throw StateError(refusal_);
     return version_;
 }
 
@@ -216,12 +217,27 @@ StatePtr LiveState::current() {
         const std::lock_guard lock(mutex_);
         if (version_ && identities() == versionOf_) return version_;
     }
-    return owned(StateDirectory::readState(directory_));
+    return owned(readState(directory_));
 }
 
 StatePtr LiveState::loadedSoFar() const {
     const std::lock_guard lock(mutex_);
     return version_;
+}
+
+LiveState::Version LiveState::inForce() const {
+    const std::lock_guard lock(mutex_);
+    return {version_, {versionOf_[0].changed, versionOf_[1].changed}};
+}
+
+void LiveState::catchUp(std::chrono::milliseconds longest) {
+    std::unique_lock lock(mutex_);
+    if (!isReading_) {
+        if (identities() == lastRead_) return;
+        isReading_ = isWanted_ = true;
+        wake();
+    }
+    changed_.wait_for(lock, longest, [this] { return !isReading_; });
 }
 
 bool LiveState::isReading() const {
@@ -236,10 +252,15 @@ std::optional<std::string> LiveState::takeNews() {
     return std::exchange(newsText_, std::nullopt);
 }
 
-std::string LiveState::refusal() const {
+std::optional<LiveState::Refusal> LiveState::refusal() const {
     const std::lock_guard lock(mutex_);
-    if (version_ == nullptr || refusal_.empty()) return "";
-    return refusal_ + "\ntpcli: the state of " + timeOfDay(versionTime_) + " stays in force";
+    if (refusal_.empty()) return std::nullopt;
+    return Refusal{refusal_, version_ ? timeOfDay(versionTime_) : ""};
 }
 
-}  // namespace Cli::Shell
+U64 LiveState::refusals() const {
+    const std::lock_guard lock(mutex_);
+    return refusals_;
+}
+
+}  // namespace StateDirectory
