@@ -5,7 +5,7 @@
 #include <map>
 
 #include "base/Text.h"
-#include "reef/Directory.h"
+#include "reef/CounterDirectory.h"
 
 namespace CounterAgent {
 
@@ -35,7 +35,7 @@ class Batch {
 
 }  // namespace
 
-Counting::Counting(const Reef::Directory& directory, std::span<const Rate> rates) {
+Counting::Counting(const Reef::CounterDirectory& directory, std::span<const Rate> rates) {
     U64 general = 0;
     struct Special {
         U64 packetsPerSecond = 0;

@@ -4,11 +4,11 @@
 #include <span>
 #include <vector>
 
-#include "agent/Options.h"
+#include "agent/AgentOptions.h"
 #include "reef/StoreWriter.h"
 
 namespace Reef {
-class Directory;
+class CounterDirectory;
 struct CounterEntry;
 }  // namespace Reef
 
@@ -19,7 +19,7 @@ inline constexpr U64 bytesPerPacket = 64;
 class Counting {
   public:
     // Throws OptionError when a rate names a counter that the store does not have.
-    Counting(const Reef::Directory& directory, std::span<const Rate> rates);
+    Counting(const Reef::CounterDirectory& directory, std::span<const Rate> rates);
 
     // Adds what is due after that many seconds more. Returns how many records changed.
     U64 advance(Reef::StoreWriter& writer, double seconds);

@@ -10,9 +10,9 @@
 #include <new>
 
 #include "agent/Counting.h"
-#include "orb/Escape.h"
+#include "base/Escape.h"
 #include "reef/CorruptionDetectedException.h"
-#include "reef/Directory.h"
+#include "reef/CounterDirectory.h"
 #include "state/CounterStore.h"
 #include "state/Snapshots.h"
 #include "state/State.h"
@@ -92,7 +92,7 @@ void count(Reef::StoreWriter& writer, Counting& counting) {
 
 int run(const Options& options) {
     const std::string path = StateDirectory::counterStorePath(options.stateDirectory);
-    const std::string store = "counter store " + Orb::escaped(path);
+    const std::string store = "counter store " + Base::escaped(path);
     try {
         Reef::StoreWriter writer = openStore(options, path);
         if (writer.recordsRestored() != 0) {

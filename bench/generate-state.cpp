@@ -2,7 +2,7 @@
 #include <cstdio>
 
 #include "StateGenerator.h"
-#include "base/Options.h"
+#include "base/OptionTable.h"
 
 namespace {
 

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <optional>
 
+#include "base/Escape.h"
 #include "cli/ExitStatus.h"
 #include "cli/Filters.h"
 #include "cli/KnownNames.h"
@@ -12,7 +13,6 @@
 #include "cli/PrintReport.h"
 #include "cli/capture/CaptureFile.h"
 #include "cli/capture/Decoder.h"
-#include "orb/Escape.h"
 #include "orb/Interrupt.h"
 #include "state/Snapshots.h"
 #include "traffic-policy/ShowCapture.h"
@@ -183,7 +183,7 @@ void hintAtProblems(const Session& session, const PolicyViewShown& view) {
         count = trafficPolicyProblemsNotShown(diagnosisSources(session), view);
     }
     if (count == 0) return;
-    const std::string name = view.policyName.empty() ? "" : " " + Orb::escaped(view.policyName);
+    const std::string name = view.policyName.empty() ? "" : " " + Base::escaped(view.policyName);
     std::fprintf(stderr, "tpcli: %llu %s not shown here: show traffic-policy problems%s\n",
                  static_cast<unsigned long long>(count), count == 1 ? "problem is" : "problems are",
                  name.c_str());

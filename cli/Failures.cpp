@@ -4,10 +4,10 @@
 #include <cstdio>
 #include <filesystem>
 
-#include "base/Options.h"
+#include "base/OptionTable.h"
 #include "cli/ExitStatus.h"
 #include "state/StateError.h"
-#include "textout/Interrupt.h"
+#include "textout/Exceptions.h"
 
 namespace Cli {
 

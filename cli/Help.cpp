@@ -3,7 +3,7 @@
 #include <string_view>
 
 #include "cli/Commands.h"
-#include "cli/Options.h"
+#include "cli/TpcliOptions.h"
 
 namespace Cli {
 

@@ -11,7 +11,7 @@
 #include "cli/ExitStatus.h"
 #include "cli/Failures.h"
 #include "cli/Help.h"
-#include "cli/Options.h"
+#include "cli/TpcliOptions.h"
 #include "cli/shell/Colour.h"
 #include "cli/shell/Complete.h"
 #include "cli/shell/Execution.h"

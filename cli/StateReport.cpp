@@ -4,12 +4,12 @@
 
 #include <ctime>
 
+#include "base/Escape.h"
 #include "cli/ExitStatus.h"
 #include "cli/KnownNames.h"
-#include "orb/Escape.h"
 #include "orb/Seconds.h"
 #include "reef/CorruptionDetectedException.h"
-#include "reef/Directory.h"
+#include "reef/CounterDirectory.h"
 #include "state/Snapshots.h"
 #include "textout/RendererV2.h"
 

@@ -12,7 +12,7 @@
 #include "Reports.h"
 #include "TemporaryFolder.h"
 #include "reef/CorruptionDetectedException.h"
-#include "reef/Directory.h"
+#include "reef/CounterDirectory.h"
 #include "reef/StoreWriter.h"
 #include "state/CounterStore.h"
 #include "state/State.h"
@@ -72,7 +72,7 @@ void seal(std::string& store) {
         header.policyCount < maxSize && header.counterCount < maxSize && header.nameBytes < maxSize;
     if (isSmall && recordsOffset(header) <= store.size()) {
         std::size_t offset = sizeof header;
-        Reef::Directory directory;
+        Reef::CounterDirectory directory;
         copyFrom(store, offset, directory.policies, header.policyCount);
         copyFrom(store, offset, directory.counters, header.counterCount);
         directory.names = store.substr(offset, header.nameBytes);

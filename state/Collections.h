@@ -84,8 +84,8 @@ struct MapTypes<Orb::RbTreeMap<K, V, Less>> {
 // Enters what is not there yet: a key of a set, or a key and its value of a map.
 template <class Map, class... Value>
 void enterNew(Map& map, typename MapTypes<Map>::Key key, Value... value) {
-    if constexpr (requires { map.isNew({std::move(key), std::move(value)...}); }) {
-        map.isNew({std::move(key), std::move(value)...});
+    if constexpr (requires { map.insertNew({std::move(key), std::move(value)...}); }) {
+        map.insertNew({std::move(key), std::move(value)...});
     } else {
         map.is(key, std::move(value)...);
     }

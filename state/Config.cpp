@@ -77,11 +77,11 @@ void readRules(const Node& node, PolicyMapSubConfig& version) {
                             inQuotes(*other),
                         "each priority once");
         }
-        classMap.isNew({rule.name, readClassMap(item, rule)});
+        classMap.insertNew({rule.name, readClassMap(item, rule)});
         if (rule.hasAction) {
             auto actions = Orb::make<PolicyClassAction>(rule.name);
             actions->actionIs(readActions(item.member("action")));
-            policyAction.isNew({rule.name, std::move(actions)});
+            policyAction.insertNew({rule.name, std::move(actions)});
         }
         priorities.is(rule.priority, std::move(rule.name));
     });

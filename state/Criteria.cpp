@@ -34,7 +34,7 @@ void readVlanTags(const Node& node, StructuredFilter& filter) {
         if (tag->vlans() && tag->vlanFieldSets()) {
             item.refuse("both \"vlans\" and \"vlanFieldSets\"", "one of them");
         }
-        filter.vlanTagsIs(Orb::Ptr<const VlanRangeSet>(tag));
+        filter.vlanTagsIs(filter.vlanTags().size(), Orb::Ptr<const VlanRangeSet>(tag));
     });
 }
 
@@ -49,7 +49,7 @@ void readPortFields(const Node& node, ProtoField& proto) {
     readList(node, [&](const Node& item) {
         auto field = Orb::make<PortField>();
         readObject(item, portFieldKeys, *field);
-        proto.portFieldsIs(Orb::Ptr<const PortField>(field));
+        proto.portFieldsIs(proto.portFields().size(), Orb::Ptr<const PortField>(field));
     });
 }
 
@@ -134,8 +134,8 @@ void readIcmpTypes(const Node& node, ProtoField& proto) {
         const NumericalRange range(types.low, types.high);
         if (seen.contains(range))
             item.member("type").refuse("this type appears twice", "each type once");
-        seen.isNew(range);
-        proto.icmpTypesIs(std::move(types));
+        seen.insertNew(range);
+        proto.icmpTypesIs(proto.icmpTypes().size(), std::move(types));
     });
 }
 

@@ -11,7 +11,7 @@
 #include <cstring>
 #include <new>
 
-#include "orb/Escape.h"
+#include "base/Escape.h"
 #include "state/SyntaxFault.h"
 
 namespace StateDirectory {
@@ -140,7 +140,7 @@ std::optional<std::size_t> offsetOf(const simdjson::padded_string& text, std::sp
 }  // namespace
 
 Document::Document(const std::string& path)
-    : path_(path), name_(Orb::escaped(path)), root_(*this, parse(path, name_, parsed_)) {}
+    : path_(path), name_(Base::escaped(path)), root_(*this, parse(path, name_, parsed_)) {}
 
 std::string Document::placeOf(std::span<const Step> way, Spot spot) const {
     try {

@@ -12,7 +12,7 @@
 #include <utility>
 
 #include "orb/ActivityLock.h"
-#include "textout/Interrupt.h"
+#include "textout/Exceptions.h"
 
 namespace StateDirectory {
 

@@ -46,7 +46,7 @@ void readByPolicy(const Node& node, Enter enter) {
             const Node member(object, name, element);
             nameKey(member, name);
             if (seen.contains(name)) member.refuseRepeated();
-            seen.isNew(name);
+            seen.insertNew(name);
             visit(Orb::String(name), member);
         }
     };

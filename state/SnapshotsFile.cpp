@@ -15,9 +15,9 @@
 #include <string_view>
 #include <thread>
 
-#include "orb/Escape.h"
+#include "base/Escape.h"
 #include "orb/FileAccess.h"
-#include "textout/Interrupt.h"
+#include "textout/Exceptions.h"
 
 namespace StateDirectory {
 
@@ -29,7 +29,7 @@ constexpr mode_t newDocumentMode = 0666;  // less what the process masks
 constexpr mode_t lockMode = 0644;
 
 [[noreturn]] void fail(const std::string& path, std::string_view doing) {
-    throw StateError(Orb::escaped(path) + ": " + std::string(doing) + ": " + std::strerror(errno));
+    throw StateError(Base::escaped(path) + ": " + std::string(doing) + ": " + std::strerror(errno));
 }
 
 // A file descriptor that is closed at the end of its life.
@@ -74,7 +74,7 @@ int openLock(const std::string& path) {
     struct stat status {};
     if (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
         ::close(fd);
-        throw StateError(Orb::escaped(path) + ": it is not a regular file");
+        throw StateError(Base::escaped(path) + ": it is not a regular file");
     }
     // Whatever the process masks. Only the owner may; others have it open already.
     if ((status.st_mode & lockMode) != lockMode && status.st_uid == ::geteuid() &&
@@ -196,7 +196,7 @@ std::string SnapshotsWriter::save(const Snapshots& snapshots) const {
     temporary.rename(document_);
 
     if (::fsync(directory.get()) == 0) return "";
-    return Orb::escaped(directory_) + ": cannot sync the directory: " + std::strerror(errno) +
+    return Base::escaped(directory_) + ": cannot sync the directory: " + std::strerror(errno) +
            "; the new snapshots may not outlast a power failure";
 }
 

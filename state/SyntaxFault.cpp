@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <charconv>
 
+#include "base/Escape.h"
 #include "base/Text.h"
-#include "orb/Escape.h"
 
 namespace StateDirectory {
 
@@ -91,7 +91,7 @@ class Scanner {
         take('"');
         while (!take('"')) {
             if (at_ == text_.size()) fail("a double quote at the end of the string");
-            const U32 length = Orb::utf8Length(text_, at_);
+            const U32 length = Base::utf8Length(text_, at_);
             if (length == 0) fail("UTF-8", "invalid byte in a string");
             if (static_cast<unsigned char>(next()) < 0x20) {
                 fail("\\u00XX in its place", "control character in a string");
@@ -175,7 +175,7 @@ class Scanner {
 
 std::string whatStandsAt(std::string_view text, std::size_t at) {
     if (at == text.size()) return "the document ends";
-    const std::size_t length = std::max<std::size_t>(1, Orb::utf8Length(text, at));
+    const std::size_t length = std::max<std::size_t>(1, Base::utf8Length(text, at));
     return "unexpected " + Base::inQuotes(text.substr(at, length));
 }
 

@@ -26,13 +26,13 @@ void gatherCounters(PolicyState& record, const Direction& direction, const Count
     }
     CounterMap ofClass;
     ofClass.reserve(policyStatus.classMapStatus().size());
-    bool comeOnce = true;  // so far each record bears the name of its class
+    bool namesAgree = true;  // so far each record bears the name of its class
     for (const auto& [className, cmapStatus] : policyStatus.classMapStatus()) {
         auto data = reader.classCounterData(key, className);
         if (!data) continue;
-        comeOnce = comeOnce && data->name() == className;
-        if (comeOnce) {
-            ofClass.isNew({className, std::move(data)});
+        namesAgree = namesAgree && data->name() == className;
+        if (namesAgree) {
+            ofClass.insertNew({className, std::move(data)});
         } else {
             ofClass.is(data->name(), std::move(data));
         }

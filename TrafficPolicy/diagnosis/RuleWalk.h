@@ -4,7 +4,7 @@
 
 #include "hive/FieldSets.h"
 #include "hive/PolicyMapConfig.h"
-#include "textout/Interrupt.h"
+#include "textout/Exceptions.h"
 
 namespace TrafficPolicyCli::Diagnosis {
 

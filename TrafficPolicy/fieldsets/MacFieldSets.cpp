@@ -2,7 +2,7 @@
 // name may stand under more than one source.
 #include <array>
 
-#include "fieldsets/Frame.h"
+#include "fieldsets/FieldSetReport.h"
 #include "traffic-policy/ShowFieldSets.h"
 
 namespace TrafficPolicyCli {

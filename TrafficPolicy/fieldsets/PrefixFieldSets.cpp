@@ -3,7 +3,7 @@
 #include <array>
 
 #include "blip/Blip.h"
-#include "fieldsets/Frame.h"
+#include "fieldsets/FieldSetReport.h"
 #include "fieldsets/SortedRuns.h"
 #include "frame/Yield.h"
 #include "orb/Assert.h"
@@ -52,7 +52,7 @@ auto sortedPrefixes(const Prefixes& prefixes, const PrefixList& list, U32 pieceS
     U32 count = 0;
     for (const IpGenPrefix& pfx : prefixes) {
         ORB_ASSERT(!pfx.isNullPrefix());
-        if (isShown(pfx)) sorted.is(pfx);
+        if (isShown(pfx)) sorted.add(pfx);
         if (++count % pieceSize == 0) {
             sorted.endPiece();
             yieldActivityLock(list.yieldLabel);

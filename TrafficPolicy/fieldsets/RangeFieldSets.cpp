@@ -2,7 +2,7 @@
 #include <array>
 #include <charconv>
 
-#include "fieldsets/Frame.h"
+#include "fieldsets/FieldSetReport.h"
 #include "traffic-policy/ShowFieldSets.h"
 
 namespace TrafficPolicyCli {

@@ -23,7 +23,7 @@ class SortedRuns {
     // room: how many values will come at most.
     explicit SortedRuns(std::size_t room) { values_.reserve(room); }
 
-    void is(const Value& value) { values_.push_back(value); }
+    void add(const Value& value) { values_.push_back(value); }
 
     // Ends a piece, which may be empty.
     void endPiece() {

@@ -1,5 +1,5 @@
 // Where the contents of a field set come from.
-#include "fieldsets/Frame.h"
+#include "fieldsets/FieldSetReport.h"
 
 namespace TrafficPolicyCli::FieldSets {
 

@@ -4,7 +4,7 @@
 
 #include <iterator>
 
-#include "textout/Interrupt.h"
+#include "textout/Exceptions.h"
 
 namespace TrafficPolicyCli {
 

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string_view>
 
-#include "cli/Options.h"
+#include "cli/TpcliOptions.h"
 #include "cli/shell/Sink.h"
 
 namespace Cli::Shell {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "cli/Grammar.h"
-#include "cli/Options.h"
+#include "cli/TpcliOptions.h"
 #include "cli/shell/Execution.h"
 #include "state/LiveState.h"
 

@@ -6,7 +6,7 @@
 
 #include "cli/Commands.h"
 #include "cli/ExitStatus.h"
-#include "cli/Options.h"
+#include "cli/TpcliOptions.h"
 #include "cli/shell/Completer.h"
 #include "state/StateError.h"
 

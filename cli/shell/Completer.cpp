@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <set>
 
+#include "base/Escape.h"
 #include "cli/Commands.h"
 #include "cli/KnownNames.h"
 #include "cli/shell/CommandLine.h"
 #include "cli/shell/Pipes.h"
 #include "cli/shell/WordHelp.h"
-#include "orb/Escape.h"
 
 namespace Cli::Shell {
 
@@ -202,7 +202,7 @@ std::string inColumns(const std::vector<Completion::Choice>& choices, std::size_
     std::string text;
     for (std::size_t line = 0; line < lines; ++line) {
         for (std::size_t at = line; at < choices.size(); at += lines) {
-            const std::string escaped = Orb::escaped(choices[at].text);
+            const std::string escaped = Base::escaped(choices[at].text);
             text += escaped;
             if (at + lines < choices.size()) text.append(width - choices[at].text.size(), ' ');
         }
@@ -259,7 +259,7 @@ std::string helpText(const Completion& completion) {
     std::size_t names = 0;
     for (const auto& choice : completion.choices) {
         if (choice.help.empty() && ++names > mostNames) continue;
-        text += (choice.help.empty() ? "    " : "  ") + Orb::escaped(choice.text);
+        text += (choice.help.empty() ? "    " : "  ") + Base::escaped(choice.text);
         if (!choice.help.empty()) {
             text.append(width - choice.text.size() + 2, ' ').append(choice.help);
         }

@@ -12,7 +12,7 @@
 #include "cli/shell/Sinks.h"
 #include "cli/shell/StandardOutputAside.h"
 #include "orb/ActivityLock.h"
-#include "textout/Interrupt.h"
+#include "textout/Exceptions.h"
 
 namespace Cli::Shell {
 

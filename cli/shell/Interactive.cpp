@@ -11,12 +11,12 @@
 #include <cstring>
 #include <memory>
 
+#include "base/Escape.h"
 #include "cli/ExitStatus.h"
 #include "cli/Failures.h"
 #include "cli/editor/LineEditor.h"
 #include "cli/shell/Completer.h"
 #include "cli/shell/History.h"
-#include "orb/Escape.h"
 #include "orb/Interrupt.h"
 
 namespace Cli::Shell {
@@ -75,7 +75,7 @@ EditorHooks hooksOf(CommandLoop& loop) {
     };
     hooks.news = [&loop] {
         const auto news = loop.live().takeNews();
-        return news ? Orb::escaped(*news) : std::string();
+        return news ? Base::escaped(*news) : std::string();
     };
     hooks.newsDescriptor = loop.live().newsDescriptor();
     hooks.isLeft = [] { return Orb::interruptRequested(); };
@@ -99,7 +99,7 @@ int runInteractive(CommandLoop& loop) {
     while (endingSignal == 0 && !loop.isEnding()) {
         Orb::interruptRequestedIs(false);
         if (endingSignal != 0) break;
-        if (const auto news = loop.live().takeNews()) std::puts(Orb::escaped(*news).c_str());
+        if (const auto news = loop.live().takeNews()) std::puts(Base::escaped(*news).c_str());
         std::string line;
         const LineEditor::Ending ending = editor->read(prompt, line);
         if (ending == LineEditor::Ending::end) {

@@ -4,7 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "textout/Interrupt.h"
+#include "textout/Exceptions.h"
 
 namespace Cli::Shell {
 

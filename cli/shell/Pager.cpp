@@ -14,10 +14,10 @@
 #include <utility>
 #include <vector>
 
+#include "base/Escape.h"
 #include "cli/shell/ReportStream.h"
 #include "cli/shell/Sinks.h"
-#include "orb/Escape.h"
-#include "textout/Interrupt.h"
+#include "textout/Exceptions.h"
 
 namespace Cli::Shell {
 
@@ -36,7 +36,7 @@ class PagerProcess {
         ::close(ends[0]);
         if (error == 0) return;
         ::close(writer_);
-        throw std::system_error(error, std::generic_category(), Orb::escaped(command));
+        throw std::system_error(error, std::generic_category(), Base::escaped(command));
     }
     PagerProcess(const PagerProcess&) = delete;
     PagerProcess& operator=(const PagerProcess&) = delete;
@@ -148,7 +148,7 @@ class PagerSink : public Sink {
     void leave() {
         constexpr int notFound = 127;
         if (pager_->waitFor() != notFound) return;
-        throw std::runtime_error("the pager cannot be run: " + Orb::escaped(command_) +
+        throw std::runtime_error("the pager cannot be run: " + Base::escaped(command_) +
                                  "; \"| no-more\" does without");
     }
 

@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "textout/Interrupt.h"
+#include "textout/Exceptions.h"
 
 namespace Cli::Shell {
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "cli/Options.h"
+#include "cli/TpcliOptions.h"
 
 namespace Cli {
 

@@ -10,7 +10,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "orb/Escape.h"
+#include "base/Escape.h"
 #include "textout/TextOutBuffer.h"
 
 namespace Cli::Shell {
@@ -83,7 +83,7 @@ class FileSink : public Sink {
     }
     [[noreturn]] void refuse() const {
         const std::string reason = std::strerror(errno);
-        throw std::runtime_error(Orb::escaped(path_) + ": cannot be written: " + reason);
+        throw std::runtime_error(Base::escaped(path_) + ": cannot be written: " + reason);
     }
 
     std::string path_;

@@ -3,7 +3,7 @@
 #include <clocale>
 #include <cwchar>
 
-#include "orb/Escape.h"
+#include "base/Escape.h"
 
 namespace Base {
 
@@ -44,7 +44,7 @@ std::string inQuotes(std::string_view text) {
     std::size_t done = 0;
     for (std::size_t at = 0; at <= shown.size(); ++at) {
         if (at < shown.size() && shown[at] != '"' && shown[at] != '\\') continue;
-        Orb::appendEscaped(out, shown.substr(done, at - done));
+        appendEscaped(out, shown.substr(done, at - done));
         if (at < shown.size()) out += {'\\', shown[at]};
         done = at + 1;
     }
@@ -53,15 +53,15 @@ std::string inQuotes(std::string_view text) {
 
 std::string shortened(std::string_view text, std::size_t maxBytes) {
     const std::string_view shown = beginning(text, maxBytes);
-    std::string out = Orb::escaped(shown);
+    std::string out = escaped(shown);
     if (shown.size() < text.size()) out += "...";
     return out;
 }
 
 U32 terminalColumns(std::string_view given) {
-    if (Orb::isPlainAscii(given)) return static_cast<U32>(given.size());
-    const std::string escaped = Orb::escaped(given);
-    std::string_view text = escaped;
+    if (isPlainAscii(given)) return static_cast<U32>(given.size());
+    const std::string shown = escaped(given);
+    std::string_view text = shown;
     const Utf8Locale utf8;
     std::mbstate_t state{};
     U32 columns = 0;

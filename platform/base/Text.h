@@ -10,7 +10,7 @@
 
 namespace Base {
 
-// The text in double quotes: escaped as Orb::escaped() does, "\"" and "\\" with a backslash before
+// The text in double quotes: escaped as Base::escaped() does, "\"" and "\\" with a backslash before
 // them. Of a text of more than 80 bytes the beginning and "...".
 ORB_EXPORT std::string inQuotes(std::string_view text);
 

@@ -9,7 +9,7 @@
 #include <ctime>
 #include <mutex>
 
-#include "orb/Escape.h"
+#include "base/Escape.h"
 #include "orb/Interrupt.h"
 
 namespace Blip {
@@ -37,7 +37,7 @@ constinit Ring ring;
 std::size_t fittingLength(std::string_view text) {
     if (text.size() <= maxLength) return text.size();
     for (U32 back = 1; back < 4; ++back) {
-        if (Orb::utf8Length(text, maxLength - back) > back) return maxLength - back;
+        if (Base::utf8Length(text, maxLength - back) > back) return maxLength - back;
     }
     return maxLength;
 }
@@ -97,7 +97,7 @@ bool dump(int fd) {
     for (const Message& message : messages()) {
         appendTime(lines, message.time);
         lines += ' ';
-        Orb::appendEscaped(lines, message.text);
+        Base::appendEscaped(lines, message.text);
         lines += '\n';
     }
     return writeAll(fd, lines);

@@ -27,8 +27,6 @@ class Array {
         if (index >= values_.size()) values_.resize(std::size_t{index} + 1);
         values_[index] = std::move(value);
     }
-    // Appends.
-    void is(Value value) { values_.push_back(std::move(value)); }
     void del(U32 index) {
         if (index < values_.size()) values_[index] = Value();
     }

@@ -96,7 +96,7 @@ class HashMap2018 {
     }
 
     // Inserts a key that is known not to be there: no look-up.
-    void isNew(Entry entry) { insert(std::move(entry)); }
+    void insertNew(Entry entry) { insert(std::move(entry)); }
     // Room for that many entries without a further allocation.
     void reserve(U32 count) {
         entries_.reserve(count);

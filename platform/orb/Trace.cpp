@@ -6,7 +6,7 @@
 #include <memory>
 #include <mutex>
 
-#include "orb/Escape.h"
+#include "base/Escape.h"
 
 namespace Orb {
 
@@ -28,7 +28,7 @@ TraceState& state() {
 
 void TraceFacility::emit(U32 level, std::string_view text) const {
     String line = name_ + "/" + std::to_string(level) + " ";
-    appendEscaped(line, text);
+    Base::appendEscaped(line, text);
     line += '\n';
     // One write per line, so that lines of several threads do not mix.
     const int fd = state().output.load(std::memory_order_relaxed);

@@ -1,12 +1,12 @@
 #include "reef/PolicyMapTypeCounters.h"
 
-#include "reef/Directory.h"
+#include "reef/CounterDirectory.h"
 
 namespace PolicyMap::Counters {
 
+using Reef::CounterDirectory;
 using Reef::CounterEntry;
 using Reef::CounterIndex;
-using Reef::Directory;
 using Reef::PolicyEntry;
 
 ORB_DEFINE_TYPE(PolicyMapTypeCounters)
@@ -18,7 +18,7 @@ PolicyMapTypeCounters::PolicyMapTypeCounters(Orb::Ptr<Reef::StoreManager> manage
 PolicyMapTypeCounters::~PolicyMapTypeCounters() = default;
 
 std::vector<PolicyMapKey> PolicyMapTypeCounters::policyMapKeys() const {
-    const Directory& directory = manager_->directory();
+    const CounterDirectory& directory = manager_->directory();
     std::vector<PolicyMapKey> keys;
     for (const PolicyEntry& policy : directory.policiesOf(direction_)) {
         keys.push_back({Orb::String(directory.nameOf(policy.name))});
@@ -43,7 +43,7 @@ PolicyMapCounters PolicyMapTypeCounters::policyMapCounters(const PolicyMapKey& k
 }
 
 const PolicyEntry* PolicyMapTypeCounters::policyOf(std::string_view name) const {
-    const Directory& directory = manager_->directory();
+    const CounterDirectory& directory = manager_->directory();
     if (lastPolicy_ == nullptr || directory.nameOf(lastPolicy_->name) != name) {
         lastPolicy_ = directory.policy(direction_, name);
     }
@@ -86,7 +86,7 @@ std::optional<std::set<Wire::IntfId>> PolicyMapTypeCounters::namedCounterIntfs(
     const Orb::String& policyName, const Orb::String& counterName) const {
     const PolicyEntry* const policy = policyOf(policyName);
     if (policy == nullptr) return std::nullopt;
-    const Directory& directory = manager_->directory();
+    const CounterDirectory& directory = manager_->directory();
     const auto named = directory.namedCounter(*policy, counterName);
     if (!named) return std::nullopt;
     const CounterEntry& entry = directory.counters[*named];
@@ -101,7 +101,7 @@ std::optional<std::set<Wire::IntfId>> PolicyMapTypeCounters::namedCounterIntfs(
 Orb::Ptr<const PacketDataStatus> PolicyMapTypeCounters::dataOf(U32 counter) const {
     const auto counts = manager_->counts(counter);
     if (!counts) return nullptr;
-    const Directory& directory = manager_->directory();
+    const CounterDirectory& directory = manager_->directory();
     const CounterEntry& entry = directory.counters[counter];
     auto data = Orb::make<PacketDataStatus>(Orb::String(directory.nameOf(entry.name)),
                                             Keel::UniqueId{entry.identity});

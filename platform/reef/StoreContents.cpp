@@ -66,7 +66,7 @@ class ContentsBuilder {
         }
         const NameRange range = {static_cast<U32>(names.size()), static_cast<U32>(name.size())};
         names += name;
-        ranges_.isNew({name, range});
+        ranges_.insertNew({name, range});
         return range;
     }
 

@@ -2,13 +2,13 @@
 #pragma once
 
 #include "hive/PolicyMapStatus.h"
-#include "reef/Directory.h"
+#include "reef/CounterDirectory.h"
 #include "reef/UnusedIdentities.h"
 
 namespace Reef {
 
 struct StoreContents {
-    Directory directory;
+    CounterDirectory directory;
     std::vector<PolicyMap::PacketAndByte> counts;  // by counter
 };
 

@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "reef/Directory.h"
+#include "reef/CounterDirectory.h"
 #include "reef/Record.h"
 
 namespace Reef {
@@ -45,7 +45,7 @@ class StoreFile {
     StoreFile& operator=(const StoreFile&) = delete;
     ~StoreFile();
 
-    const Directory& directory() const { return directory_; }
+    const CounterDirectory& directory() const { return directory_; }
     const FileDescriptor& descriptor() const { return file_; }
     // The mapping of the whole file, and the records in it: touched within guardedAccess() only.
     std::span<const std::byte> mapping() const { return {base_, size_}; }
@@ -63,7 +63,7 @@ class StoreFile {
 
     FileDescriptor file_;
     Header header_;
-    Directory directory_;
+    CounterDirectory directory_;
     std::byte* base_ = nullptr;
     std::size_t size_ = 0;
     Record* records_ = nullptr;

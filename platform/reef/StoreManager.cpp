@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <thread>
 
-#include "orb/Escape.h"
+#include "base/Escape.h"
 #include "reef/CorruptionDetectedException.h"
 #include "reef/StoreFile.h"
 
@@ -22,7 +22,7 @@ constexpr auto longestPause = std::chrono::milliseconds(10);
 
 void printLine(const Orb::String& path, std::string_view text) {
     std::string line = "counter store ";
-    Orb::appendEscaped(line, path);
+    Base::appendEscaped(line, path);
     line += ": ";
     line += text;
     line += '\n';
@@ -64,7 +64,7 @@ const StoreFile& StoreManager::file() {
     return *file_;
 }
 
-const Directory& StoreManager::directory() { return file().directory(); }
+const CounterDirectory& StoreManager::directory() { return file().directory(); }
 
 std::optional<PolicyMap::PacketAndByte> StoreManager::counts(U32 counter) {
     const StoreFile& store = file();

@@ -10,7 +10,7 @@
 
 namespace Reef {
 
-class Directory;
+class CounterDirectory;
 class StoreFile;
 
 class ORB_EXPORT StoreManager : public Orb::PtrInterface {
@@ -27,7 +27,7 @@ class ORB_EXPORT StoreManager : public Orb::PtrInterface {
 
     // What the store counts. Throws Cairn::CorruptionDetectedException when the store is missing
     // or damaged, or was said to be by damageIs().
-    const Directory& directory();
+    const CounterDirectory& directory();
     // The counts of a counter, read together. Waits for a writer that is at work on this very
     // record, at most a second and not at all for a dead one. Nothing when the record is not
     // available, which is said once in a line on standard error. Throws like directory().

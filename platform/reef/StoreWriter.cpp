@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "orb/Escape.h"
+#include "base/Escape.h"
 #include "orb/FileAccess.h"
 #include "reef/BusGuard.h"
 #include "reef/CorruptionDetectedException.h"
@@ -26,7 +26,7 @@ constexpr mode_t fileMode = 0640;
 constexpr int openFlags = O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 
 [[noreturn]] void failed(const std::string& path, const std::string& what) {
-    throw std::runtime_error("counter store " + Orb::escaped(path) + ": " + what);
+    throw std::runtime_error("counter store " + Base::escaped(path) + ": " + what);
 }
 
 [[noreturn]] void failedCall(const std::string& path, const std::string& what) {
@@ -82,7 +82,7 @@ void writeAll(const std::string& path, const FileDescriptor& file,
 
 void writeStore(const std::string& path, const FileDescriptor& file,
                 const StoreContents& contents) {
-    const Directory& directory = contents.directory;
+    const CounterDirectory& directory = contents.directory;
     Header header;
     header.policyCount = directory.policies.size();
     header.counterCount = directory.counters.size();
@@ -108,7 +108,7 @@ void writeStore(const std::string& path, const FileDescriptor& file,
     if (::fsync(file.number()) != 0) failedCall(path, "it cannot be written");
 }
 
-void addIdentities(UsedIdentities& used, const Directory& directory) {
+void addIdentities(UsedIdentities& used, const CounterDirectory& directory) {
     for (const CounterEntry& counter : directory.counters) used.try_emplace(counter.identity);
 }
 
@@ -197,7 +197,7 @@ StoreWriter StoreWriter::resume(const std::string& path, const UsedIdentities& u
     return writer;
 }
 
-const Directory& StoreWriter::directory() const { return file_->directory(); }
+const CounterDirectory& StoreWriter::directory() const { return file_->directory(); }
 
 void StoreWriter::add(std::span<const Increment> increments) {
     Record* const records = file_->records();

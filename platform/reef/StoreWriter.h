@@ -10,7 +10,7 @@
 
 namespace Reef {
 
-class Directory;
+class CounterDirectory;
 class StoreFile;
 
 // What create() says of the identities of the records: those of the status, for a store that is the
@@ -47,7 +47,7 @@ class ORB_EXPORT StoreWriter {
     ~StoreWriter();
 
     // What the store counts; valid for the life of the writer.
-    const Directory& directory() const;
+    const CounterDirectory& directory() const;
     // Adds to counts, modulo 2^64; never waits. Throws Cairn::CorruptionDetectedException when
     // the file was cut short. REQUIRES: each counter is a position in directory().
     void add(std::span<const Increment> increments);

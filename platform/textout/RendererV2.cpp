@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "orb/Escape.h"
+#include "base/Escape.h"
 
 namespace textout {
 
@@ -41,7 +41,7 @@ void appendUnicodeEscape(TextOutBuffer& out, U32 code) {
 // C0, DEL and C1, what ends a string, and what changes the direction of the text around it.
 bool isEscapedInJson(U32 code) {
     return code < 0x20 || code == '"' || code == '\\' || (code >= 0x7f && code < 0xa0) ||
-           Orb::changesDirection(code);
+           Base::changesDirection(code);
 }
 
 void appendJsonEscape(TextOutBuffer& out, U32 code) {
@@ -114,10 +114,10 @@ void copyText(char* to, std::string_view text) {
 }  // namespace
 
 void RendererV2::appendName(std::string_view name) {
-    if (Orb::isPlainAscii(name)) {
+    if (Base::isPlainAscii(name)) {
         out_.append(name);
     } else {
-        out_.append(Orb::escaped(name));
+        out_.append(Base::escaped(name));
     }
 }
 
@@ -136,13 +136,13 @@ void RendererV2::appendJsonString(std::string_view text) {
         out_.append(text.substr(at, run - at));
         at = run;
         if (at == text.size()) break;
-        const U32 length = Orb::utf8Length(text, at);
+        const U32 length = Base::utf8Length(text, at);
         if (length == 0) {
             out_.append("\xef\xbf\xbd");
             ++at;
             continue;
         }
-        const U32 code = Orb::codePoint(text, at, length);
+        const U32 code = Base::codePoint(text, at, length);
         if (isEscapedInJson(code)) {
             appendJsonEscape(out_, code);
         } else {

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string_view>
 
-#include "textout/Interrupt.h"
+#include "textout/Exceptions.h"
 
 namespace textout {
 

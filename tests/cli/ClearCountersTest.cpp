@@ -14,10 +14,10 @@
 #include "Captured.h"
 #include "TemporaryFolder.h"
 #include "cli/ExitStatus.h"
-#include "reef/Directory.h"
+#include "reef/CounterDirectory.h"
 #include "reef/StoreWriter.h"
 #include "state/Snapshots.h"
-#include "textout/Interrupt.h"
+#include "textout/Exceptions.h"
 
 namespace {
 

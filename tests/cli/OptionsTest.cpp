@@ -1,5 +1,5 @@
 // Options: where they may stand, their values, and what is said about wrong ones.
-#include "cli/Options.h"
+#include "cli/TpcliOptions.h"
 
 #include <gmock/gmock.h>
 

@@ -32,11 +32,11 @@ TEST(SortedRuns, SortPiecesOfAnySize) {
             for (U32 i = 0; i < size; ++i) {
                 const U32 value = random() % 50;
                 expected.insert(value);
-                sorted.is(value);
+                sorted.add(value);
             }
             sorted.endPiece();
         }
-        sorted.is(25);  // a piece that nobody ended
+        sorted.add(25);  // a piece that nobody ended
         expected.insert(25);
         EXPECT_THAT(sorted.take(), ElementsAreArray(expected));
     }

@@ -74,7 +74,7 @@ TEST(ViewsInvariants, criteria) {
              const auto tag = Orb::make<VlanRangeSet>();
              tag->vlansIs(VlanRange(1, 1));
              tag->vlanFieldSetsIs("FS1");
-             filter.vlanTagsIs(Orb::Ptr<const VlanRangeSet>(tag));
+             filter.vlanTagsIs(filter.vlanTags().size(), Orb::Ptr<const VlanRangeSet>(tag));
          }},
         {"false && \"Unrecognized match option\"", tcpFlags(1, 1), MatchOption::mac},
         {"false && \"Unrecognized match option\"", tcpFlags(1, 1), MatchOption::mpls},

@@ -154,7 +154,7 @@ TEST(RbTreeMap, firstAfterFindsThePlaceOfARemovedKey) {
 TEST(Array, readsHolesAsTheDefault) {
     Orb::Array<std::string> array;
     array.is(2, "two");
-    array.is("three");
+    array.is(3, "three");
     array.del(9);
     EXPECT_EQ(array.size(), 4U);
     EXPECT_EQ(*array.find(0), "");

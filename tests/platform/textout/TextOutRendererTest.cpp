@@ -5,7 +5,7 @@
 
 #include "Captured.h"
 #include "WellFormed.h"
-#include "orb/Escape.h"
+#include "base/Escape.h"
 #include "textout/RendererV2.h"
 
 namespace {
@@ -64,8 +64,8 @@ TEST(TextOutRenderer, escapesWhatComesFromOutside) {
         {"\xff\xfe", no + no, no + no},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(Orb::escaped(row.given), row.text);
-        EXPECT_TRUE(!Orb::isPlainAscii(row.given) || row.given == row.text) << row.text;
+        EXPECT_EQ(Base::escaped(row.given), row.text);
+        EXPECT_TRUE(!Base::isPlainAscii(row.given) || row.given == row.text) << row.text;
         EXPECT_EQ(printed(1, [&](auto& renderer) { renderer.name(row.given); }), row.text);
         const std::string document =
             printed(2, [&](auto& renderer) { renderer.pair(row.given, row.given); });
@@ -83,13 +83,13 @@ TEST(TextOutRenderer, findsWhatToEscapeWhereverItStands) {
     for (int byte = 0; byte < 256; ++byte) {
         const std::string character(1, static_cast<char>(byte));
         const std::string alone = asJson(character);
-        const bool isPlain = Orb::escaped(character) == character;
+        const bool isPlain = Base::escaped(character) == character;
         for (std::size_t at = 0; at < longest; ++at) {
             const std::string before(at, '~');
             const std::string behind(longest - 1 - at, ' ');
             ASSERT_EQ(asJson(before + character + behind), before + alone + behind) << byte;
             ASSERT_EQ(asJson(before + character), before + alone) << byte << " behind " << at;
-            ASSERT_EQ(Orb::isPlainAscii(before + character + behind), isPlain) << byte;
+            ASSERT_EQ(Base::isPlainAscii(before + character + behind), isPlain) << byte;
         }
     }
 }

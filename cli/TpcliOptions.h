@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "base/Options.h"
+#include "base/OptionTable.h"
 #include "cli/CommandError.h"
 #include "cli/ExitStatus.h"
 #include "orb/Types.h"

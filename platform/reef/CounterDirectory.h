@@ -17,7 +17,7 @@ using PolicyMap::Counters::Direction;
 // A position among the counters of a store, and among its records.
 using CounterIndex = U32;
 
-class ORB_EXPORT Directory {
+class ORB_EXPORT CounterDirectory {
   public:
     std::vector<PolicyEntry> policies;
     std::vector<CounterEntry> counters;

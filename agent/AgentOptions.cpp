@@ -1,4 +1,4 @@
-#include "agent/Options.h"
+#include "agent/AgentOptions.h"
 
 #include "base/Text.h"
 

@@ -1,9 +1,9 @@
-#include "orb/Escape.h"
+#include "base/Escape.h"
 
 #include <algorithm>
 #include <cstring>
 
-namespace Orb {
+namespace Base {
 
 namespace {
 
@@ -19,7 +19,7 @@ bool isEscaped(U32 code) {
            code == 0xfeff;
 }
 
-void appendCode(String& out, U32 code) {
+void appendCode(std::string& out, U32 code) {
     static constexpr char digits[] = "0123456789abcdef";
     if (code > 0xff) {
         out += {'\\', 'u', digits[code >> 12], digits[code >> 8 & 15]};
@@ -76,7 +76,7 @@ bool isPlainAscii(std::string_view text) {
     return (special & 0x80 * ones) == 0 && std::all_of(text.begin() + at, text.end(), isPlain);
 }
 
-void appendEscaped(String& out, std::string_view text) {
+void appendEscaped(std::string& out, std::string_view text) {
     for (std::size_t at = 0; at < text.size();) {
         if (isPlain(text[at])) {
             out += text[at++];
@@ -98,4 +98,4 @@ void appendEscaped(String& out, std::string_view text) {
     }
 }
 
-}  // namespace Orb
+}  // namespace Base

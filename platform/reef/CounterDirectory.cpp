@@ -1,9 +1,9 @@
-#include "reef/Directory.h"
+#include "reef/CounterDirectory.h"
 
 #include <algorithm>
 #include <tuple>
 
-#include "orb/Escape.h"
+#include "base/Escape.h"
 #include "reef/CorruptionDetectedException.h"
 
 namespace Reef {
@@ -16,7 +16,7 @@ namespace {
 
 }  // namespace
 
-void Directory::check() const {
+void CounterDirectory::check() const {
     const auto checkName = [this](NameRange range) {
         if (U64{range.offset} + range.length > names.size()) damaged("a name lies outside");
     };
@@ -50,43 +50,43 @@ void Directory::check() const {
     for (const CounterEntry& counter : counters) checkName(counter.name);
 }
 
-U64 Directory::checksum() const {
+U64 CounterDirectory::checksum() const {
     U64 sum = Reef::checksum(std::as_bytes(std::span(policies)), 0);
     sum = Reef::checksum(std::as_bytes(std::span(counters)), sum);
     return Reef::checksum(std::as_bytes(std::span(names)), sum);
 }
 
-std::span<const PolicyEntry> Directory::policiesOf(Direction direction) const {
+std::span<const PolicyEntry> CounterDirectory::policiesOf(Direction direction) const {
     const auto number = static_cast<U32>(direction);
     return {std::ranges::lower_bound(policies, number, {}, &PolicyEntry::direction),
             std::ranges::upper_bound(policies, number, {}, &PolicyEntry::direction)};
 }
 
-const PolicyEntry* Directory::policy(Direction direction, std::string_view name) const {
+const PolicyEntry* CounterDirectory::policy(Direction direction, std::string_view name) const {
     const auto candidates = policiesOf(direction);
     const auto byName = [this](const PolicyEntry& entry) { return nameOf(entry.name); };
     const auto found = std::ranges::lower_bound(candidates, name, {}, byName);
     return found != candidates.end() && byName(*found) == name ? &*found : nullptr;
 }
 
-std::optional<CounterIndex> Directory::rule(const PolicyEntry& policy,
-                                            std::string_view name) const {
+std::optional<CounterIndex> CounterDirectory::rule(const PolicyEntry& policy,
+                                                   std::string_view name) const {
     return find(findersOf(policy).rules, policy.firstCounter, policy.ruleCount, name);
 }
 
-std::optional<CounterIndex> Directory::namedCounter(const PolicyEntry& policy,
-                                                    std::string_view name) const {
+std::optional<CounterIndex> CounterDirectory::namedCounter(const PolicyEntry& policy,
+                                                           std::string_view name) const {
     return find(findersOf(policy).named, policy.firstCounter + policy.ruleCount, policy.namedCount,
                 name);
 }
 
-Directory::Finders& Directory::findersOf(const PolicyEntry& policy) const {
+CounterDirectory::Finders& CounterDirectory::findersOf(const PolicyEntry& policy) const {
     if (finders_.empty()) finders_.resize(policies.size());
     return finders_[static_cast<std::size_t>(&policy - policies.data())];
 }
 
-std::optional<CounterIndex> Directory::find(Finder& finder, CounterIndex first, U32 count,
-                                            std::string_view name) const {
+std::optional<CounterIndex> CounterDirectory::find(Finder& finder, CounterIndex first, U32 count,
+                                                   std::string_view name) const {
     const CounterIndex next = std::max(finder.next, first);
     if (next < first + count && nameOf(counters[next].name) == name) {
         finder.next = next + 1;
@@ -95,7 +95,7 @@ std::optional<CounterIndex> Directory::find(Finder& finder, CounterIndex first, 
     if (finder.map.empty()) {
         finder.map.reserve(count);
         for (CounterIndex i = first; i < first + count; ++i) {
-            finder.map.isNew({nameOf(counters[i].name), i});
+            finder.map.insertNew({nameOf(counters[i].name), i});
         }
     }
     const CounterIndex* const found = finder.map.find(name);
@@ -104,11 +104,11 @@ std::optional<CounterIndex> Directory::find(Finder& finder, CounterIndex first, 
     return *found;
 }
 
-std::string Directory::describe(CounterIndex counter) const {
+std::string CounterDirectory::describe(CounterIndex counter) const {
     const auto after = std::ranges::upper_bound(policies, counter, {}, &PolicyEntry::firstCounter);
     const PolicyEntry& policy = *std::prev(after);
     std::string text = policy.direction == 0 ? "input policy " : "output policy ";
-    Orb::appendEscaped(text, nameOf(policy.name));
+    Base::appendEscaped(text, nameOf(policy.name));
     const CounterIndex firstNamed = policy.firstCounter + policy.ruleCount;
     CounterIndex owner = counter;
     if (counter >= firstNamed + policy.namedCount) {
@@ -117,10 +117,10 @@ std::string Directory::describe(CounterIndex counter) const {
         while (counter - counters[owner].firstInterface >= counters[owner].interfaceCount) ++owner;
     }
     text += owner < firstNamed ? ", rule " : ", counter ";
-    Orb::appendEscaped(text, nameOf(counters[owner].name));
+    Base::appendEscaped(text, nameOf(counters[owner].name));
     if (owner != counter) {
         text += ", interface ";
-        Orb::appendEscaped(text, nameOf(counters[counter].name));
+        Base::appendEscaped(text, nameOf(counters[counter].name));
     }
     return text;
 }

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "base/Options.h"
+#include "base/OptionTable.h"
 
 namespace CounterAgent {
 

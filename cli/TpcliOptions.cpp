@@ -1,4 +1,4 @@
-#include "cli/Options.h"
+#include "cli/TpcliOptions.h"
 
 #include <algorithm>
 #include <cstdlib>

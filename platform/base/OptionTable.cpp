@@ -1,4 +1,4 @@
-#include "base/Options.h"
+#include "base/OptionTable.h"
 
 #include <algorithm>
 #include <sstream>

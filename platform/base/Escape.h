@@ -8,7 +8,7 @@
 
 #include "orb/Types.h"
 
-namespace Orb {
+namespace Base {
 
 // The length in bytes (1 to 4) of the UTF-8 character (RFC 3629) that begins at text[at]; 0 when
 // the bytes there are no valid one. at must be below text.size().
@@ -27,11 +27,11 @@ constexpr bool changesDirection(U32 code) {
 ORB_EXPORT bool isPlainAscii(std::string_view text);
 
 // Appends the text to out, escaped.
-ORB_EXPORT void appendEscaped(String& out, std::string_view text);
-inline String escaped(std::string_view text) {
-    String out;
+ORB_EXPORT void appendEscaped(std::string& out, std::string_view text);
+inline std::string escaped(std::string_view text) {
+    std::string out;
     appendEscaped(out, text);
     return out;
 }
 
-}  // namespace Orb
+}  // namespace Base
