@@ -64,6 +64,10 @@ need_packages() {
 # build PRESET TARGET...: configures the preset, with more options from the array configure_options,
 # and builds the targets.
 configure_options=()
+# The tests' libraries are not needed; a build folder that has the tests keeps them.
+without_tests() {
+    grep -qs '^BUILD_TESTING:BOOL=ON' build/CMakeCache.txt || configure_options=(-DBUILD_TESTING=OFF)
+}
 build() {
     local preset=$1
     shift

@@ -28,15 +28,15 @@ def check_no_build_paths(prefix, build):
                 faults.append(f"{path.relative_to(prefix)} names {place}")
 
 
-def check_programs(prefix):
+def check_programs(prefix, *chroot):
     state = prefix / "share/traffic-policy/examples/campus"
-    report = run(prefix / "bin/tpcli", "--state", state, "show", "traffic-policy", "COPP-DEFAULT", "cpu")
-    if "Traffic policy COPP-DEFAULT\n" not in report:
+    report = run(*chroot, prefix / "bin/tpcli", "--state", state, "show", "traffic-policy", "vlan")
+    if report != (ROOT / "tests/golden/vlan.txt").read_text():
         faults.append(f"tpcli shows {report!r}")
     # The line editor, which is loaded when the shell is on a terminal.
     shell = pty.openpty()
-    typed = subprocess.Popen([prefix / "bin/tpcli", "--state", state], stdin=shell[1], stdout=shell[1],
-                             stderr=subprocess.PIPE, env=BARE | {"TERM": "dumb", "HOME": str(prefix)})
+    typed = subprocess.Popen([*chroot, prefix / "bin/tpcli", "--state", state], stdin=shell[1], stdout=shell[1],
+                             stderr=subprocess.PIPE, env=BARE | {"TERM": "dumb", "HOME": "/tmp"})
     os.write(shell[0], b"exit\n")
     os.close(shell[1])
     _, complaint = typed.communicate(timeout=60)
@@ -44,7 +44,7 @@ def check_programs(prefix):
         faults.append(f"the shell ends with {typed.returncode} and says {complaint!r}")
     version = (ROOT / "platform/base/Version.h").read_text().split('version = "')[1].split('"')[0]
     for program in ("tpcli", "counteragent"):
-        found = run(prefix / "bin" / program, "--version")
+        found = run(*chroot, prefix / "bin" / program, "--version")
         if found != f"{program} {version}\n":
             faults.append(f"{program} --version says {found!r}")
 
@@ -63,8 +63,8 @@ def main(build, *compilers):
         prefix = (folder / "first").rename(folder / "moved")
         check_no_build_paths(prefix, build)
         check_programs(prefix)
-        embed = next(prefix.glob("share/doc/*/examples/embed"))
-        libraries = next(prefix.glob("lib*/**/pkgconfig")).parent
+        embed = prefix / "share/traffic-policy/examples/embed"
+        libraries = next(prefix.glob("lib/**/pkgconfig")).parent
         for compiler in compilers:
             here = folder / pathlib.Path(compiler).name
             run("cmake", "-S", embed, "-B", here, f"-DCMAKE_CXX_COMPILER={compiler}", f"-DCMAKE_PREFIX_PATH={prefix}")
@@ -74,6 +74,11 @@ def main(build, *compilers):
                     PKG_CONFIG_PATH=str(libraries / "pkgconfig")).split()
         run(compilers[0], embed / "embed.cpp", *flags, "-o", folder / "embed")
         check_embed(folder / "embed", LD_LIBRARY_PATH=str(libraries))
+    return told()
+
+
+def told():
+    """Prints the faults; the exit status of the program."""
     sys.stderr.writelines(f"{fault}\n" for fault in faults)
     return 1 if faults else 0
 

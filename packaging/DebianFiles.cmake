@@ -1,0 +1,25 @@
+# Run by CPack on the files of each package before it is closed: adds changelog and copyright, and
+# compresses man pages.
+cmake_policy(VERSION 3.24)
+set(source ${CPACK_TRAFFIC_POLICY_SOURCE}/packaging)
+
+function(compress file)
+    execute_process(COMMAND gzip -9n ${file} COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+
+foreach(component ${CPACK_COMPONENTS_ALL})
+    string(TOUPPER ${component} upper)
+    set(package ${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
+    set(usr ${CPACK_TEMPORARY_DIRECTORY}/${component}/usr)
+    set(documents ${usr}/share/doc/${package})
+    file(MAKE_DIRECTORY ${documents})
+    configure_file(${source}/changelog.in ${documents}/changelog.Debian @ONLY)
+    compress(${documents}/changelog.Debian)
+    configure_file(${source}/../CHANGELOG.md ${documents}/changelog COPYONLY)
+    compress(${documents}/changelog)
+    configure_file(${source}/copyright ${documents}/copyright COPYONLY)
+    file(GLOB pages ${usr}/share/man/man*/*)
+    foreach(page ${pages})
+        compress(${page})
+    endforeach()
+endforeach()
