@@ -2,9 +2,8 @@
 
 #include <sys/stat.h>
 
-#include <ctime>
-
 #include "base/Escape.h"
+#include "base/Time.h"
 #include "cli/ExitStatus.h"
 #include "cli/KnownNames.h"
 #include "orb/Seconds.h"
@@ -34,13 +33,24 @@ std::string durationText(U64 seconds) {
     return "";
 }
 
-// As RFC 3339 writes it, in UTC.
-std::string timeText(Orb::Seconds time) {
-    const auto seconds = static_cast<std::time_t>(time.count());
-    std::tm utc{};
-    ::gmtime_r(&seconds, &utc);
-    char text[32];
-    return {text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &utc)};
+// Whole seconds; 0 when the time is yet to come.
+U64 secondsSince(double time) {
+    const double age = Orb::now().count() - time;
+    return age > 0 ? static_cast<U64>(age) : 0;
+}
+
+void reportOrigin(RendererV2& renderer, const State& state) {
+    if (!state.source.empty()) {
+        renderer.pair("source", state.source);
+        renderer.text("Source: ").name(state.source).endLine();
+    }
+    if (!state.time) return;
+    const std::string time = Base::timeText(*state.time);
+    const U64 seconds = secondsSince(state.time->count());
+    renderer.pair("time", time);
+    renderer.pair("ageSeconds", seconds);
+    renderer.text("Time: ").text(time).text(", ").text(durationText(seconds));
+    renderer.text(" ago").endLine();
 }
 
 void reportDocuments(RendererV2& renderer, const Session& session) {
@@ -53,8 +63,7 @@ void reportDocuments(RendererV2& renderer, const Session& session) {
             renderer.text("not there").endLine();
             continue;
         }
-        const double age = Orb::now().count() - static_cast<double>(status.st_mtim.tv_sec);
-        const U64 seconds = age > 0 ? static_cast<U64>(age) : 0;
+        const U64 seconds = secondsSince(static_cast<double>(status.st_mtim.tv_sec));
         const U64 bytes = static_cast<U64>(status.st_size);
         const auto document = renderer.object(name);
         renderer.pair("ageSeconds", seconds);
@@ -113,8 +122,8 @@ void reportLastClear(RendererV2& renderer, const Session& session) {
         const Orb::Seconds time = target.counter->timestamp();
         renderer.text("Last clear of ").text(target.label).text(": ");
         if (time.count() > 0) {
-            renderer.pair(target.key, timeText(time));
-            renderer.text(timeText(time)).endLine();
+            renderer.pair(target.key, Base::timeText(time));
+            renderer.text(Base::timeText(time)).endLine();
         } else {
             renderer.text("never").endLine();
         }
@@ -145,6 +154,7 @@ int reportState(const Session& session) {
     renderer.documentBegin();
     renderer.pair("directory", session.stateDirectory());
     renderer.text("State directory: ").name(session.stateDirectory()).endLine();
+    reportOrigin(renderer, state);
     reportDocuments(renderer, session);
     const struct {
         const char* key;

@@ -1,6 +1,7 @@
 // The state of a switch as the documents of one directory tell it. docs/state.md shows every key.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "hive/Attachments.h"
@@ -8,6 +9,7 @@
 #include "hive/PolicyMapConfig.h"
 #include "hive/PolicyMapStatus.h"
 #include "orb/Dir.h"
+#include "orb/Seconds.h"
 #include "state/StateError.h"
 
 namespace StateDirectory {
@@ -28,6 +30,8 @@ struct State {
     Orb::Ptr<const L3::Intf::StatusDir> l3IntfStatusDir;
 
     // From status.json.
+    Orb::String source;                // where the state came from; empty: not told
+    std::optional<Orb::Seconds> time;  // when
     Orb::Ptr<const TrafficPolicy::HwStatus> hwStatus;
     Orb::Ptr<const TrafficPolicy::TrafficPolicyIntfParamStatus> intfParamStatus;
     Orb::Ptr<const TrafficPolicy::Status> interfaceInput;

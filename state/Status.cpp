@@ -1,6 +1,7 @@
 // What the platform reports: its abilities, and five status objects of one form.
 #include "state/Status.h"
 
+#include "base/Time.h"
 #include "state/Attributes.h"
 #include "state/Counts.h"
 
@@ -137,7 +138,17 @@ Orb::Ptr<const Type> readRecordOf(const Node& node) {
     return record;
 }
 
+Orb::Seconds readTime(const Node& node) {
+    const std::string_view text = node.text();
+    const auto time = Base::parseTime(text);
+    if (!time)
+        node.refuse(inQuotes(text) + " is not a time", "one such as \"2026-11-21T15:40:00Z\"");
+    return *time;
+}
+
 constexpr Key<State> statusKeys[] = {
+    {"source", [](const Node& node, State& to) { to.source = readText(node); }},
+    {"time", [](const Node& node, State& to) { to.time = readTime(node); }},
     {"hwStatus",
      [](const Node& node, State& to) {
          to.hwStatus = readRecordOf<TrafficPolicy::HwStatus, hwStatusKeys>(node);

@@ -3,6 +3,7 @@
 
 #include "base/Number.h"
 #include "base/Text.h"
+#include "base/Time.h"
 
 namespace {
 
@@ -78,6 +79,43 @@ TEST(Texts, takeColumnsOfATerminal) {
     };
     for (const auto& row : rows)
         EXPECT_EQ(Base::terminalColumns(row.text), row.columns) << row.text;
+}
+
+TEST(Times, areReadAndWritten) {
+    const struct {
+        std::string_view text, written;  // empty: no time
+    } rows[] = {
+        {"2026-11-21T15:40:00Z", "2026-11-21T15:40:00Z"},
+        {"2026-11-21t15:40:00.75z", "2026-11-21T15:40:00Z"},
+        {"2026-11-21T00:10:00+01:30", "2026-11-20T22:40:00Z"},
+        {"2026-11-21T23:50:00-01:30", "2026-11-22T01:20:00Z"},
+        {"2024-02-29T23:59:60Z", "2024-03-01T00:00:00Z"},
+        {"1970-01-01T00:00:00Z", "1970-01-01T00:00:00Z"},
+        {"9999-12-31T23:59:59Z", "9999-12-31T23:59:59Z"},
+        {"1969-12-31T23:59:59Z", ""},
+        {"9999-12-31T23:59:59-00:01", ""},
+        {"2026-02-29T00:00:00Z", ""},
+        {"2026-13-01T00:00:00Z", ""},
+        {"2026-00-01T00:00:00Z", ""},
+        {"2026-11-31T00:00:60Z", ""},
+        {"2026-11-21T24:00:00Z", ""},
+        {"2026-11-21T15:60:00Z", ""},
+        {"2026-11-21T15:40:61Z", ""},
+        {"2026-11-21T15:40:00", ""},
+        {"2026-11-21T15:40:00.Z", ""},
+        {"2026-11-21T15:40:00+24:00", ""},
+        {"2026-11-21T15:40:00+01:60", ""},
+        {"2026-11-21T15:40:00+0100", ""},
+        {"2026-11-21T15:40:00Zx", ""},
+        {"2026-11-21T15:40Z", ""},
+        {"2026-11-21", ""},
+        {"", ""},
+    };
+    for (const auto& [text, written] : rows) {
+        const auto time = Base::parseTime(text);
+        EXPECT_EQ(time ? Base::timeText(*time) : "", written) << text;
+    }
+    EXPECT_EQ(Base::parseTime("1970-01-01T00:00:01.25Z"), Orb::Seconds(1.25));
 }
 
 }  // namespace
