@@ -40,7 +40,7 @@ Names keysOf(const Collection& collection) {
 struct Place {
     std::string_view name;
     std::optional<PolicyKind> kind;  // of the command that lists what is here; none does: nothing
-    std::map<std::string_view, std::string_view> policies;  // by point
+    std::multimap<std::string_view, std::string_view> policies;  // by point
     const TrafficPolicy::Status* status;
 
     bool isInStatus(std::string_view policy) const {
@@ -59,18 +59,16 @@ struct Place {
     }
 };
 
+std::string_view nameOf(const Orb::String& name) { return name; }
+std::string_view nameOf(const Wire::IntfId& intfId) { return intfId.stringValue(); }
+
 template <class Config>
-std::map<std::string_view, std::string_view> pointsOf(const Config& config) {
-    std::map<std::string_view, std::string_view> points;
-    if constexpr (requires { config->intf(); }) {
-        if (config) {
-            for (const auto& [intfId, policy] : config->intf()) {
-                points[intfId.stringValue()] = policy;
-            }
-        }
-    } else if (config) {
-        for (const auto& [vrf, policy] : config->vrf()) points[vrf] = policy;
-    }
+std::multimap<std::string_view, std::string_view> pointsOf(const Config& config) {
+    std::multimap<std::string_view, std::string_view> points;
+    if (!config) return points;
+    PolicyMap::forEachAttachment(*config, [&](const auto& point, const Orb::String& policy) {
+        points.emplace(nameOf(point), policy);
+    });
     return points;
 }
 

@@ -63,6 +63,11 @@ constexpr Key<CountAction> countKeys[] = {
     ATTRIBUTE_KEY(CountAction, counterName),
 };
 
+constexpr Key<OtherAction> otherKeys[] = {
+    {"text", [](const Node& node, OtherAction& to) { to.textIs(readText(node)); },
+     Presence::required},
+};
+
 template <ActionType type>
 Orb::Ptr<const Action> readPlain(const Node& node) {
     auto action = Orb::make<Action>(type);
@@ -96,20 +101,21 @@ constexpr ActionForm actionForms[] = {
     {ActionType::police, readAs<PoliceAction, policeKeys>},
     {ActionType::log, readPlain<ActionType::log>},
     {ActionType::count, readAs<CountAction, countKeys>},
+    {ActionType::other, readAs<OtherAction, otherKeys>},
 };
 static_assert(isRowPerAction(actionForms));
 
 ActionType actionTypeKey(const Node& member, std::string_view key) {
     const auto* const name = std::ranges::find(actionNames, key);
     if (name == std::end(actionNames)) member.parent().refuseKey(key, actionNames);
-    return static_cast<ActionType>(name - actionNames);
+    return actionAt(static_cast<std::size_t>(name - actionNames));
 }
 
 }  // namespace
 
 ActionMap readActions(const Node& node) {
     return readMap<ActionMap>(node, actionTypeKey, [](const Node& member, ActionType type) {
-        return actionForms[static_cast<U8>(type)].read(member);
+        return actionForms[placeOfAction(type)].read(member);
     });
 }
 

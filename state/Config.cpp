@@ -116,20 +116,51 @@ Orb::Ptr<const TrafficPolicy::TrafficPolicyConfig> readPolicies(const Node& node
     return config;
 }
 
+// The policies of a point: a name, or a list of names in the order of application. Returns the
+// first, and calls more(name) for the others.
+template <class More>
+Orb::String readPoliciesAt(const Node& node, const More& more) {
+    if (node.element().is_string()) return readName(node);
+    if (!node.element().is_array()) node.refuseType("a name, or a list of names");
+    Orb::String first;
+    Orb::HashSet2018<Orb::String> seen;
+    readList(node, [&](const Node& item) {
+        Orb::String name = readName(item);
+        if (seen.contains(name)) item.refuseRepeated();
+        seen.insertNew(name);
+        if (seen.size() > 1) {
+            more(name);
+        } else {
+            first = std::move(name);
+        }
+    });
+    if (first.empty()) node.refuse("an empty list", "at least one name");
+    return first;
+}
+
+// The attachments of a kind of points.
+template <class Config, class ReadKey>
+auto readAttachments(const Node& node, Config& config, ReadKey readKey) {
+    using Attachments = std::remove_cvref_t<decltype(firstPolicies(config))>;
+    return readMap<Attachments>(node, readKey, [&](const Node& member, const auto& point) {
+        MorePolicies others;
+        Orb::String first = readPoliciesAt(
+            member, [&](const Orb::String& name) { others.is(others.size(), name); });
+        if (!others.empty()) config.morePoliciesIs(point, std::move(others));
+        return first;
+    });
+}
+
 template <class ReadKey>
 Orb::Ptr<const IntfConfig> readIntfConfig(const Node& node, ReadKey readKey) {
-    using Attachments = Orb::HashMap2018<Wire::IntfId, Orb::String>;
     auto config = Orb::make<IntfConfig>();
-    config->intfIs(readMap<Attachments>(
-        node, readKey, [](const Node& member, auto&) { return readName(member); }));
+    config->intfIs(readAttachments(node, *config, readKey));
     return config;
 }
 
 Orb::Ptr<const VrfConfig> readVrfConfig(const Node& node) {
-    using Attachments = Orb::HashMap2018<L3::VrfName, Orb::String>;
     auto config = Orb::make<VrfConfig>();
-    config->vrfIs(readMap<Attachments>(node, nameKey,
-                                       [](const Node& member, auto&) { return readName(member); }));
+    config->vrfIs(readAttachments(node, *config, nameKey));
     return config;
 }
 

@@ -253,6 +253,10 @@ constexpr Key<Filter> filterKeys[] = {
     ATTRIBUTE_KEY(Filter, l4Protocol),
     ATTRIBUTE_KEY(Filter, ipOptions),
     ATTRIBUTE_KEY(Filter, tracked),
+    {"otherCriteria",
+     [](const Node& node, Filter& to) {
+         to.filter.otherCriteriaIs(readSet<Orb::HashSet2018<Orb::String>>(node, readText));
+     }},
     {"innerMatch", readInnerMatch},
 };
 

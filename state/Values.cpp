@@ -78,6 +78,12 @@ Orb::String readName(const Node& node) {
     return Orb::String(text);
 }
 
+Orb::String readText(const Node& node) {
+    const std::string_view text = node.text();
+    if (text.empty()) node.refuse("empty text", "at least one byte");
+    return Orb::String(text);
+}
+
 IpGenAddr readAddress(const Node& node) {
     const std::string_view text = node.text();
     const auto address = IpGenAddr::parse(text);

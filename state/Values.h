@@ -18,6 +18,8 @@ namespace StateDirectory {
 bool isName(std::string_view text);
 
 Orb::String readName(const Node& node);
+// Any text but an empty one.
+Orb::String readText(const Node& node);
 Wire::IpGenAddr readAddress(const Node& node);
 Wire::EthAddr readMacAddress(const Node& node);
 // A prefix without host bits; of the family, if one is given.

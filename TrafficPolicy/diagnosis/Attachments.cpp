@@ -78,6 +78,14 @@ Judgement judge(const Reports& reports, MatchOption option) {
     return judgement;
 }
 
+bool hasPolicyAt(const PolicyMap::IntfConfig& config, const Wire::IntfId& intfId,
+                 const Orb::String& policy) {
+    bool isThere = false;
+    forEachPolicyAt(config, intfId,
+                    [&](const Orb::String& one) { isThere = isThere || one == policy; });
+    return isThere;
+}
+
 bool inOrder(const Attachment& a, const Attachment& b) {
     const auto rank = [](const Attachment& attachment) {
         return attachment.place == Place::output ? Place::input : attachment.place;
@@ -86,6 +94,7 @@ bool inOrder(const Attachment& a, const Attachment& b) {
     if (const auto order = naturalOrder(a.point, b.point); order != 0) return order < 0;
     if (a.place != b.place) return a.place < b.place;
     if (a.isConfigured != b.isConfigured) return a.isConfigured;
+    if (a.order != b.order) return a.order < b.order;
     return naturalOrder(a.policy, b.policy) < 0;
 }
 
@@ -159,10 +168,24 @@ bool Attachments::vrfHasInterface(const L3::VrfName& vrf) const {
            });
 }
 
-const Orb::String* Attachments::policyOfVrf(const L3::VrfName& vrf) const {
+const L3::VrfName* Attachments::ownerOfPolicies(const L3::VrfName& vrf) const {
     if (!sources_.vrfConfig) return nullptr;
-    const Orb::String* const own = sources_.vrfConfig->vrf().find(vrf);
-    return own != nullptr ? own : sources_.vrfConfig->vrf().find(everyOtherVrf);
+    const auto& first = sources_.vrfConfig->vrf();
+    if (first.contains(vrf)) return &vrf;
+    return first.contains(everyOtherVrf) ? &everyOtherVrf : nullptr;
+}
+
+template <class AttachmentOf>
+void Attachments::configureVrf(const L3::VrfName& vrf, const AttachmentOf& attachmentOf) const {
+    const L3::VrfName* const owner = ownerOfPolicies(vrf);
+    if (owner == nullptr) return;
+    U32 order = 0;
+    forEachPolicyAt(*sources_.vrfConfig, *owner, [&](const Orb::String& policy) {
+        Attachment& attachment = attachmentOf(policy);
+        attachment.isConfigured = true;
+        attachment.isByAll = *owner == everyOtherVrf;
+        attachment.order = order++;
+    });
 }
 
 Reports Attachments::reportsIn(const L3::VrfName& vrf, const PolicyStatus* status) const {
@@ -175,11 +198,12 @@ Reports Attachments::reportsIn(const L3::VrfName& vrf, const PolicyStatus* statu
     return reports;
 }
 
-Attachment Attachments::configuredAt(Place place, const Orb::String& point,
+Attachment Attachments::configuredAt(Place place, const Wire::IntfId& intfId,
                                      const Orb::String& policy) const {
-    Attachment attachment{.place = place, .point = point, .policy = policy, .isConfigured = true};
+    Attachment attachment{
+        .place = place, .point = pointOf(place, intfId), .policy = policy, .isConfigured = true};
     if (const PolicyStatus* const status = statusOf(place, Target::hardware, policy)) {
-        const auto* const report = status->intfStatus(intfIdOf(place, point));
+        const auto* const report = status->intfStatus(intfId);
         if (report != nullptr) attachment.hardware.push_back(report);
     }
     return attachment;
@@ -188,20 +212,22 @@ Attachment Attachments::configuredAt(Place place, const Orb::String& point,
 void Attachments::addInterfaces(Place place, std::vector<Attachment>& found) const {
     const PolicyMap::IntfConfig* const config = intfConfigOf(place);
     if (config != nullptr) {
-        for (const auto& [intfId, policy] : config->intf()) {
+        forEachAttachment(*config, [&](const Wire::IntfId& intfId, const Orb::String& policy) {
             textout::checkInterrupt();
-            found.push_back(configuredAt(place, pointOf(place, intfId), policy));
-        }
+            Attachment attachment = configuredAt(place, intfId, policy);
+            const bool isFirst = found.empty() || found.back().place != place ||
+                                 found.back().point != attachment.point;
+            attachment.order = isFirst ? 0 : found.back().order + 1;
+            found.push_back(std::move(attachment));
+        });
     }
     const auto& status = sideOf(place, Target::hardware).status;
     if (!status) return;
     for (const auto& [policy, policyStatus] : status->policyMapStatus()) {
         textout::checkInterrupt();
         for (const auto& [intfId, report] : policyStatus->intfStatus()) {
-            const Orb::String* const configured =
-                config == nullptr ? nullptr : config->intf().find(intfId);
-            if (configured != nullptr && *configured == policy) continue;
             if (!report || !saysProgrammed(*report)) continue;
+            if (config != nullptr && hasPolicyAt(*config, intfId, policy)) continue;
             found.push_back({.place = place,
                              .point = pointOf(place, intfId),
                              .policy = policy,
@@ -251,9 +277,9 @@ void Attachments::addVrfs(std::vector<Attachment>& found) const {
         }
     }
     for (const L3::VrfName& vrf : vrfs) {
-        Attachment& attachment = attachmentOf(vrf, *policyOfVrf(vrf));
-        attachment.isConfigured = true;
-        attachment.isByAll = sources_.vrfConfig->vrf().find(vrf) == nullptr || vrf == everyOtherVrf;
+        configureVrf(vrf, [&](const Orb::String& policy) -> Attachment& {
+            return attachmentOf(vrf, policy);
+        });
     }
     for (auto& [key, attachment] : attachments) {
         if (!attachment.isConfigured && !sayProgrammed(attachment.hardware) &&
@@ -275,52 +301,50 @@ std::vector<Attachment> Attachments::all() const {
 }
 
 std::vector<Attachment> Attachments::atVrf(const L3::VrfName& vrf) const {
-    std::set<Orb::String> policies;
+    std::map<Orb::String, Attachment> byPolicy;
     for (const Target target : {Target::hardware, Target::kernel}) {
         const auto& status = sideOf(Place::cpu, target).status;
         if (!status) continue;
         for (const auto& [policy, policyStatus] : status->policyMapStatus()) {
-            if (sayProgrammed(reportsIn(vrf, policyStatus.get()))) policies.insert(policy);
+            if (sayProgrammed(reportsIn(vrf, policyStatus.get()))) byPolicy[policy];
         }
     }
-    const Orb::String* const configured = policyOfVrf(vrf);
-    if (configured != nullptr) policies.insert(*configured);
+    configureVrf(vrf, [&](const Orb::String& policy) -> Attachment& { return byPolicy[policy]; });
     std::vector<Attachment> found;
-    for (const Orb::String& policy : policies) {
-        const bool isConfigured = configured != nullptr && *configured == policy;
-        found.push_back(
-            {.place = Place::cpu,
-             .point = vrf,
-             .policy = policy,
-             .isConfigured = isConfigured,
-             .isByAll = isConfigured &&
-                        (sources_.vrfConfig->vrf().find(vrf) == nullptr || vrf == everyOtherVrf),
-             .hardware = reportsIn(vrf, statusOf(Place::cpu, Target::hardware, policy)),
-             .kernel = reportsIn(vrf, statusOf(Place::cpu, Target::kernel, policy))});
+    for (auto& [policy, attachment] : byPolicy) {
+        attachment.place = Place::cpu;
+        attachment.point = vrf;
+        attachment.policy = policy;
+        attachment.hardware = reportsIn(vrf, statusOf(Place::cpu, Target::hardware, policy));
+        attachment.kernel = reportsIn(vrf, statusOf(Place::cpu, Target::kernel, policy));
+        found.push_back(std::move(attachment));
+    }
+    return found;
+}
+
+std::vector<Attachment> Attachments::atInterface(Place place, const Orb::String& point) const {
+    std::vector<Attachment> found;
+    const Wire::IntfId intfId = intfIdOf(place, point);
+    const PolicyMap::IntfConfig* const config = intfConfigOf(place);
+    if (config != nullptr) {
+        forEachPolicyAt(*config, intfId, [&](const Orb::String& policy) {
+            found.push_back(configuredAt(place, intfId, policy));
+            found.back().order = static_cast<U32>(found.size() - 1);
+        });
+    }
+    const auto& status = sideOf(place, Target::hardware).status;
+    if (!status) return found;
+    for (const auto& [policy, policyStatus] : status->policyMapStatus()) {
+        const auto* const report = policyStatus->intfStatus(intfId);
+        if (report == nullptr || !saysProgrammed(*report)) continue;
+        if (config != nullptr && hasPolicyAt(*config, intfId, policy)) continue;
+        found.push_back({.place = place, .point = point, .policy = policy, .hardware = {report}});
     }
     return found;
 }
 
 std::vector<Attachment> Attachments::at(Place place, const Orb::String& point) const {
-    std::vector<Attachment> found;
-    if (place == Place::cpu) {
-        found = atVrf(point);
-    } else {
-        const Wire::IntfId intfId = intfIdOf(place, point);
-        const PolicyMap::IntfConfig* const config = intfConfigOf(place);
-        const Orb::String* const configured =
-            config == nullptr ? nullptr : config->intf().find(intfId);
-        if (configured != nullptr) found.push_back(configuredAt(place, point, *configured));
-        if (const auto& status = sideOf(place, Target::hardware).status) {
-            for (const auto& [policy, policyStatus] : status->policyMapStatus()) {
-                if (configured != nullptr && *configured == policy) continue;
-                const auto* const report = policyStatus->intfStatus(intfId);
-                if (report == nullptr || !saysProgrammed(*report)) continue;
-                found.push_back(
-                    {.place = place, .point = point, .policy = policy, .hardware = {report}});
-            }
-        }
-    }
+    auto found = place == Place::cpu ? atVrf(point) : atInterface(place, point);
     std::ranges::sort(found, inOrder);
     return found;
 }

@@ -59,6 +59,7 @@ struct Attachment {
     Orb::String policy;  // may be configured nowhere
     bool isConfigured = false;
     bool isByAll = false;  // a VRF that has the policy of the VRF "all"
+    U32 order = 0;  // of what is configured at a point: the place in the order of application
     Reports hardware{};
     Reports kernel{};
 };
@@ -69,9 +70,9 @@ class Attachments {
     explicit Attachments(const DiagnosisSources& sources) : sources_(sources) {}
 
     // Every one, by kind of place and point as people count; of one point input goes before output,
-    // and what is configured before what is not.
+    // and what is configured, in the order of application, before what is not.
     std::vector<Attachment> all() const;
-    // Those of one point: at most one that is configured, then those that are not.
+    // Those of one point: those that are configured, in the order of application, then the others.
     std::vector<Attachment> at(Place place, const Orb::String& point) const;
 
     Installed installed(const Attachment& attachment, MatchOption option, Target target) const;
@@ -95,10 +96,15 @@ class Attachments {
 
     void addInterfaces(Place place, std::vector<Attachment>& found) const;
     void addVrfs(std::vector<Attachment>& found) const;
-    Attachment configuredAt(Place place, const Orb::String& point, const Orb::String& policy) const;
+    Attachment configuredAt(Place place, const Wire::IntfId& intfId,
+                            const Orb::String& policy) const;
     std::vector<Attachment> atVrf(const L3::VrfName& vrf) const;
-    // The policy of the CPU in a VRF, its own or that of "all"; null: none.
-    const Orb::String* policyOfVrf(const L3::VrfName& vrf) const;
+    std::vector<Attachment> atInterface(Place place, const Orb::String& point) const;
+    // The VRF whose policies the CPU has in a VRF: itself or "all"; null: it has none.
+    const L3::VrfName* ownerOfPolicies(const L3::VrfName& vrf) const;
+    // Marks the attachments that the configuration gives a VRF; attachmentOf(policy) gives each.
+    template <class AttachmentOf>
+    void configureVrf(const L3::VrfName& vrf, const AttachmentOf& attachmentOf) const;
 
     const DiagnosisSources& sources_;
     mutable std::unordered_map<const PolicyMap::PolicyMapSubConfig*,

@@ -34,21 +34,37 @@ struct TruthCounts {
     PacketAndByte noRule, depends, dropped, notFiltered;
 };
 
-void count(TruthCounts& counts, const Truth& truth, const Packet& packet, U64 bytes,
+using Result = QuickPolicy::Result;
+
+// What the rules of a truth do to a packet; decidedBy: the rules whose actions count, unless that
+// depends on what is not known.
+Result decide(const TruthCounts& counts, const Truth& truth, const Packet& packet,
+              std::vector<U32>& decidedBy) {
+    if (!truth.unknownRules.empty()) return Result::depends;
+    const Result quick = counts.quick->decide(packet, decidedBy);
+    if (quick != Result::depends) return quick;
+    const auto answer = askPolicy(*truth.policy, packet);
+    if (!answer.isDecided()) return Result::depends;
+    decidedBy = answer.endings.front().decidedBy;
+    return answer.verdict() == Verdict::dropped ? Result::dropped : Result::forwarded;
+}
+
+// Says whether the packet is dropped for certain.
+bool count(TruthCounts& counts, const Truth& truth, const Packet& packet, U64 bytes,
            std::vector<U32>& decidedBy) {
-    if (!counts.quick) return add(counts.notFiltered, bytes);
-    if (!truth.unknownRules.empty()) return add(counts.depends, bytes);
-    auto result = counts.quick->decide(packet, decidedBy);
-    if (result == QuickPolicy::Result::depends) {
-        const auto answer = askPolicy(*truth.policy, packet);
-        if (!answer.isDecided()) return add(counts.depends, bytes);
-        decidedBy = answer.endings.front().decidedBy;
-        result = answer.verdict() == Verdict::dropped ? QuickPolicy::Result::dropped
-                                                      : QuickPolicy::Result::forwarded;
+    if (!counts.quick) {
+        add(counts.notFiltered, bytes);
+        return false;
+    }
+    const Result result = decide(counts, truth, packet, decidedBy);
+    if (result == Result::depends) {
+        add(counts.depends, bytes);
+        return false;
     }
     if (decidedBy.empty()) add(counts.noRule, bytes);
     for (const U32 rule : decidedBy) add(counts.rules[rule], bytes);
-    if (result == QuickPolicy::Result::dropped) add(counts.dropped, bytes);
+    if (result == Result::dropped) add(counts.dropped, bytes);
+    return result == Result::dropped;
 }
 
 void renderCount(RendererV2& renderer, std::string_view key, const PacketAndByte& count) {
@@ -246,22 +262,36 @@ ShowTrafficPolicyCapture::~ShowTrafficPolicyCapture() = default;
 
 ShowTrafficPolicyCapture::Family& ShowTrafficPolicyCapture::familyOf(MatchOption option) {
     auto& family = families_[option];
-    if (!family) family = std::make_unique<Family>(sources(), point_, option);
+    if (family) return *family;
+    family = std::make_unique<Family>(sources(), point_, option);
+    const auto& policies = family->question.policies();
+    const auto configured = std::ranges::count_if(
+        policies, [](const PolicyAtPoint& at) { return at.attachment.isConfigured; });
+    if (configured > 1) together_.resize(policies.front().truths.size());
     return *family;
 }
 
 void ShowTrafficPolicyCapture::packetIs(const Packet& packet, U64 bytes) {
     add(total_, bytes);
     Family& family = familyOf(packet.family());
+    dropped_.assign(together_.size(), false);
     for (std::size_t i = 0; i < family.counts.size(); ++i) {
         const auto& truths = family.question.policies()[i].truths;
+        bool isFirstDropped = false;
         for (std::size_t truth = 0; truth < truths.size(); ++truth) {
             // What has the same rules has the same counts; they are copied when all is counted.
             const bool isSame = truth > 0 && truths[truth].policy &&
                                 truths[truth].policy == truths.front().policy &&
                                 truths[truth].unknownRules.empty();
-            if (!isSame) count(family.counts[i][truth], truths[truth], packet, bytes, decidedBy_);
+            const bool isDropped =
+                isSame ? isFirstDropped
+                       : count(family.counts[i][truth], truths[truth], packet, bytes, decidedBy_);
+            if (truth == 0) isFirstDropped = isDropped;
+            if (truth < dropped_.size() && isDropped) dropped_[truth] = true;
         }
+    }
+    for (std::size_t truth = 0; truth < dropped_.size(); ++truth) {
+        if (dropped_[truth]) add(together_[truth], bytes);
     }
 }
 
@@ -303,17 +333,35 @@ void ShowTrafficPolicyCapture::renderReport(RendererV2& renderer) {
             }
         }
     }
-    const auto list = renderer.list("points");
-    const std::size_t policies = families_.begin()->second->counts.size();
-    for (std::size_t i = 0; i < policies; ++i) {
-        std::vector<CaptureView::OfFamily> families;
-        for (const auto& [option, family] : families_) {
-            families.push_back({option, family->question.policies()[i], family->counts[i]});
+    {
+        const auto list = renderer.list("points");
+        const std::size_t policies = families_.begin()->second->counts.size();
+        for (std::size_t i = 0; i < policies; ++i) {
+            std::vector<CaptureView::OfFamily> families;
+            for (const auto& [option, family] : families_) {
+                families.push_back({option, family->question.policies()[i], family->counts[i]});
+            }
+            CaptureView(renderer, sources(), point_.kind == AskedPoint::Kind::policy,
+                        std::move(families))
+                .print();
         }
-        CaptureView(renderer, sources(), point_.kind == AskedPoint::Kind::policy,
-                    std::move(families))
-            .print();
     }
+    if (!together_.empty()) renderTogether(renderer);
+}
+
+// Where several policies are configured at the point.
+void ShowTrafficPolicyCapture::renderTogether(RendererV2& renderer) {
+    const auto& policies = families_.begin()->second->question.policies();
+    const auto object = renderer.object("together");
+    renderer.text("Dropped by one of ").number(policies.size()).text(" policies: ");
+    for (std::size_t truth = 0; truth < together_.size(); ++truth) {
+        const Truth& its = policies.front().truths[truth];
+        const auto ofTruth = renderer.object(its.key);
+        renderCount(renderer, "dropped", together_[truth]);
+        renderer.text(truth == 0 ? "" : ", ").number(together_[truth].packets);
+        renderer.text(truth == 0 ? " packets " : " ").text(its.label);
+    }
+    renderer.endLine();
 }
 
 DEFINE_FACTORY_AND_CREATOR(ShowTrafficPolicyCapture, showTrafficPolicyCaptureFactory,

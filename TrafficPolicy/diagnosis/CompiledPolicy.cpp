@@ -159,6 +159,7 @@ class CompiledPolicy::Compiler {
         if (filter.l4Protocol() == L4Protocol::bgp) bgp();
         if (filter.ipOptions()) ofIp(Field::ipOptions, share({ValueSet::numbers(1, 1)}));
         if (filter.tracked()) isSet(Field::tracked);
+        if (filter.otherCriteria()) compiled_.asksOther = true;
         if (filter.innerMatch()) innerMatch(*filter.innerMatch());
     }
 
@@ -400,6 +401,7 @@ void CompiledPolicy::compileActions(CompiledRule& compiled, U32 rule) const {
     compiled.redirects = actions.contains(ActionType::redirectNexthop) ||
                          actions.contains(ActionType::redirectNexthopGroup) ||
                          actions.contains(ActionType::setAggGroup);
+    compiled.doesOther = !compiled.drops && actions.contains(ActionType::other);
     const auto* const action = actions.find(ActionType::gotoMatch);
     if (action == nullptr || compiled.drops) return;
     const Orb::String& target = static_cast<const PolicyMap::GotoAction&>(**action).matchName();

@@ -6,7 +6,8 @@
 //     protocols 6: dport 22, 80   (protocol in {6} and fragment in {no, 0} and
 //               17                 destination-port in {22, 80})  or  protocol in {17}
 //
-// A rule is compiled when it is first asked for.
+// What a rule asks beyond that, nobody knows: where its clauses hold, it may hold or not. A rule is
+// compiled when it is first asked for.
 #pragma once
 
 #include <functional>
@@ -38,6 +39,8 @@ struct CompiledRule {
     static constexpr U32 endsAsking = ~U32{0};
 
     std::vector<Clause> clauses;
+    bool asksOther = false;  // beyond the clauses, what is not known
+    bool doesOther = false;  // what is not known; it may drop
     bool drops = false;
     bool redirects = false;
     // The place of the rule that is asked next when this one holds: endsAsking when it decides.

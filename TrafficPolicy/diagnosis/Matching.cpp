@@ -45,7 +45,7 @@ RuleResult ask(const Clause& clause, const Packet& packet, const Narrowed& narro
 
 // Of each criterion by itself; so a rule may be said to depend that always, or never, holds.
 RuleResult ask(const CompiledRule& rule, const Packet& packet, const Narrowed& narrowed) {
-    RuleResult result = RuleResult::match;
+    RuleResult result = rule.asksOther ? RuleResult::depends : RuleResult::match;
     for (const Clause& clause : rule.clauses) {
         const RuleResult one = ask(clause, packet, narrowed);
         if (one == RuleResult::noMatch) return one;
@@ -82,6 +82,7 @@ void leaveOutImplied(FieldMask& fields) {
 
 FieldMask openFields(const CompiledRule& rule, const Packet& packet, const Narrowed& narrowed) {
     FieldMask fields;
+    if (rule.asksOther) fields.is(Field::otherCriteria);
     for (const Clause& clause : rule.clauses) {
         if (ask(clause, packet, narrowed) != RuleResult::depends) continue;
         for (const Alternative& alternative : clause.alternatives) {
@@ -160,7 +161,7 @@ SplitWays split(const Narrowed& way, const CompiledRule& rule, const Packet& pac
 RuleAnswer answerOf(const CompiledPolicy& policy, U32 index, const Packet& packet) {
     const CompiledRule& rule = policy.rule(index);
     const Narrowed& narrowed = packet.narrowed();
-    RuleAnswer answer{index, RuleResult::match, {}, {}};
+    RuleAnswer answer{index, rule.asksOther ? RuleResult::depends : RuleResult::match, {}, {}};
     for (const Clause& clause : rule.clauses) {
         const RuleResult result = ask(clause, packet, narrowed);
         if (result == RuleResult::noMatch) {
@@ -175,7 +176,7 @@ RuleAnswer answerOf(const CompiledPolicy& policy, U32 index, const Packet& packe
         const Clause& failed = rule.clauses[ways.failedClause];
         return {index, RuleResult::noMatch, failed.asked, {}};
     }
-    if (ways.fails.empty()) return {index, RuleResult::match, {}, {}};
+    if (ways.fails.empty() && !rule.asksOther) return {index, RuleResult::match, {}, {}};
     answer.dependsOn = openFields(rule, packet, narrowed);
     return answer;
 }
@@ -185,7 +186,7 @@ class Asking {
   public:
     Asking(const CompiledPolicy& policy, const Packet& packet, const MatchingLimits& limits)
         : policy_(policy), packet_(packet), limits_(limits) {
-        ways_.push_back({packet.narrowed(), {}, 0, false});
+        ways_.push_back({packet.narrowed(), {}, 0, false, {}});
     }
 
     PolicyAnswer run() {
@@ -206,6 +207,7 @@ class Asking {
         std::vector<U32> decidedBy;
         U32 next;
         bool redirects;
+        FieldMask hangsOn;  // beyond what it is narrowed to
     };
 
     bool isWaitedFor(U32 rule) const {
@@ -247,17 +249,25 @@ class Asking {
             return ways_.push_back(std::move(way));
         }
         if (!answer_.isExact) {
+            if (compiled.asksOther) way.hangsOn.is(Field::otherCriteria);
             Way held = way;
             hold(std::move(held), rule);
             ++way.next;
             return ways_.push_back(std::move(way));
         }
         SplitWays split = Diagnosis::split(way.narrowed, compiled, packet_);
+        if (compiled.asksOther && !split.holds.empty()) way.hangsOn.is(Field::otherCriteria);
         for (Narrowed& narrowed : split.holds) {
-            hold({std::move(narrowed), way.decidedBy, rule, way.redirects}, rule);
+            hold({std::move(narrowed), way.decidedBy, rule, way.redirects, way.hangsOn}, rule);
+        }
+        // It may fail by what is not known of it, whatever the fields.
+        if (compiled.asksOther) {
+            ++way.next;
+            return ways_.push_back(std::move(way));
         }
         for (Narrowed& narrowed : split.fails) {
-            ways_.push_back({std::move(narrowed), way.decidedBy, rule + 1, way.redirects});
+            ways_.push_back(
+                {std::move(narrowed), way.decidedBy, rule + 1, way.redirects, way.hangsOn});
         }
     }
 
@@ -267,13 +277,17 @@ class Asking {
         way.decidedBy.push_back(rule);
         way.redirects = way.redirects || compiled.redirects;
         way.next = compiled.next;
+        if (compiled.doesOther) {
+            way.hangsOn.is(Field::otherAction);
+            end(way, Verdict::dropped);
+        }
         if (compiled.drops) return end(std::move(way), Verdict::dropped);
         if (way.next == CompiledRule::endsAsking) return end(std::move(way), Verdict::forwarded);
         ways_.push_back(std::move(way));
     }
 
     void end(Way way, Verdict verdict) {
-        FieldMask hangsOn;
+        FieldMask hangsOn = way.hangsOn;
         for (const Narrowed::Entry& entry : way.narrowed.entries()) {
             if (entry.values != packet_.narrowed().values(entry.field)) hangsOn.is(entry.field);
         }

@@ -29,7 +29,7 @@ struct Ending {
     Verdict verdict = Verdict::forwarded;  // dropped or forwarded
     bool redirects = false;
     std::vector<U32> decidedBy;  // the rules whose actions count, in order; empty: none
-    FieldMask hangsOn;           // the unknown fields that decide whether this is the ending
+    FieldMask hangsOn;           // what is unknown and decides whether this is the ending
 };
 
 struct PolicyAnswer {

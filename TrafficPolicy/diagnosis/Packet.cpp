@@ -60,6 +60,8 @@ std::string_view fieldName(Field field) {
         return names;
     }();
     if (field == Field::innerFamily) return "inner family";
+    if (field == Field::otherCriteria) return "other criteria";
+    if (field == Field::otherAction) return "other action";
     const auto index = static_cast<U32>(field);
     if (isInnerField(field)) return innerNames[index - innerFields];
     return fieldRows[index].name;

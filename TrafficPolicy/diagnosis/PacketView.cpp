@@ -18,6 +18,7 @@ using Diagnosis::PolicyAtPoint;
 using Diagnosis::RuleActions;
 using Diagnosis::RuleAnswer;
 using Diagnosis::RuleResult;
+using Diagnosis::Together;
 using Diagnosis::Truth;
 using Diagnosis::TruthAnswer;
 using Diagnosis::Verdict;
@@ -65,8 +66,13 @@ class PacketView {
             renderPacketFields(renderer_, packet_);
             renderer_.endLine();
         }
-        const auto list = renderer_.list("points");
-        for (const PolicyAtPoint& at : policies) printPoint(at);
+        {
+            const auto list = renderer_.list("points");
+            for (const PolicyAtPoint& at : policies) printPoint(at);
+        }
+        const auto configured = std::ranges::count_if(
+            policies, [](const PolicyAtPoint& at) { return at.attachment.isConfigured; });
+        if (configured > 1) printTogether(policies);
     }
 
   private:
@@ -80,6 +86,10 @@ class PacketView {
                                 truth.policy == at.truths.front().policy &&
                                 truth.unknownRules.empty();
             answers.push_back(isSame ? answers.front() : askTruth(truth, packet_));
+        }
+        together_.resize(answers.size());
+        for (std::size_t i = 0; i < answers.size(); ++i) {
+            together_[i].add(at.attachment.policy, answers[i]);
         }
         RuleActions actions(sources_, at.attachment, isAnywhere_, detail_);
         const auto object = renderer_.object();
@@ -211,9 +221,9 @@ class PacketView {
         renderer_.pair("verdict", verdictKeys[indexOf(answer.verdict())]);
         const bool inText = !labels.empty() && !at.attachment.policy.empty();
         if (inText) heading(truth, answer, labels);
-        const bool isDecided = answer.isFiltered() && answer.isDecided();
         const std::vector<Orb::String> none;
-        const auto& decidedBy = isDecided ? answer.endings.front().decidedBy : none;
+        const auto* const sure = answer.decidedBy();
+        const auto& decidedBy = sure == nullptr ? none : *sure;
         {
             const auto list = renderer_.list("decidedBy");
             for (const Orb::String& rule : decidedBy) renderer_.item(rule);
@@ -353,11 +363,34 @@ class PacketView {
         renderer_.endLine();
     }
 
+    // Where several policies are configured at the point.
+    void printTogether(const std::vector<PolicyAtPoint>& policies) {
+        const auto object = renderer_.object("together");
+        const auto& truths = policies.front().truths;
+        const bool isSame = std::ranges::all_of(together_, [&](const Together& one) {
+            return one.verdict() == together_.front().verdict() &&
+                   one.droppedBy() == together_.front().droppedBy();
+        });
+        renderer_.text("Verdict of all ").number(policies.size()).text(" policies: ");
+        for (std::size_t i = 0; i < together_.size(); ++i) {
+            const Together& one = together_[i];
+            const auto truth = renderer_.object(truths[i].key);
+            renderer_.pair("verdict", verdictKeys[indexOf(one.verdict())]);
+            if (!one.droppedBy().empty()) renderer_.pair("policy", one.droppedBy());
+            if (isSame && i > 0) continue;
+            if (!isSame) renderer_.text(i == 0 ? "" : "; ").text(truths[i].label).text(" ");
+            renderer_.text(verdictTexts[indexOf(one.verdict())]);
+            if (!one.droppedBy().empty()) renderer_.text(" by policy ").name(one.droppedBy());
+        }
+        renderer_.endLine();
+    }
+
     RendererV2& renderer_;
     const DiagnosisSources& sources_;
     const Packet& packet_;
     const bool isAnywhere_;
     const bool detail_;
+    std::vector<Together> together_;  // by truth
 };
 
 }  // namespace

@@ -44,9 +44,6 @@ PointQuestion::PointQuestion(const DiagnosisSources& sources, const AskedPoint& 
     for (Attachment& attachment : attachments_.at(place, point.name)) {
         policies_.push_back({std::move(attachment), {}});
     }
-    // What is configured goes first, whatever the names.
-    std::stable_partition(policies_.begin(), policies_.end(),
-                          [](const auto& at) { return at.attachment.isConfigured; });
     if (policies_.empty()) {
         Attachment nothing;
         nothing.place = place;
@@ -118,6 +115,29 @@ TruthAnswer askTruth(const Truth& truth, const Packet& packet) {
         result.endings.push_back({Verdict::forwarded, false, {rule}, {}});
     }
     return result;
+}
+
+const std::vector<Orb::String>* TruthAnswer::decidedBy() const {
+    if (!isFiltered() || !answer.isComplete) return nullptr;
+    const auto& first = endings.front().decidedBy;
+    const bool isOne = std::ranges::all_of(
+        endings, [&](const NamedEnding& ending) { return ending.decidedBy == first; });
+    return isOne ? &first : nullptr;
+}
+
+Verdict TruthAnswer::sureVerdict() const {
+    if (!isFiltered()) return Verdict::notFiltered;
+    const Verdict first = endings.front().verdict;
+    const bool isOne = std::ranges::all_of(
+        endings, [first](const NamedEnding& ending) { return ending.verdict == first; });
+    return isOne && answer.isComplete ? first : Verdict::undecided;
+}
+
+void Together::add(const Orb::String& policy, const TruthAnswer& answer) {
+    const Verdict verdict = answer.sureVerdict();
+    if (verdict_ == Verdict::dropped || verdict == Verdict::notFiltered) return;
+    if (verdict == Verdict::dropped) droppedBy_ = policy;
+    if (verdict_ != Verdict::undecided || verdict == Verdict::dropped) verdict_ = verdict;
 }
 
 bool TruthAnswer::agreesWith(const TruthAnswer& other) const {

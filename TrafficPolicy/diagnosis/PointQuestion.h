@@ -67,6 +67,10 @@ struct TruthAnswer {
 
     bool isFiltered() const { return !endings.empty(); }
     bool isDecided() const { return answer.isComplete && endings.size() == 1; }
+    // The rules whose actions count, whatever is unknown; null: that hangs on it.
+    const std::vector<Orb::String>* decidedBy() const;
+    // The verdict, even where it is open which rule decides.
+    Verdict sureVerdict() const;
     Verdict verdict() const {
         if (!isFiltered()) return Verdict::notFiltered;
         return isDecided() ? endings.front().verdict : Verdict::undecided;
@@ -77,5 +81,19 @@ struct TruthAnswer {
 };
 
 TruthAnswer askTruth(const Truth& truth, const Packet& packet);
+
+// What the policies at a point do together in one truth: each is asked, and one that drops drops.
+class Together {
+  public:
+    void add(const Orb::String& policy, const TruthAnswer& answer);
+
+    Verdict verdict() const { return verdict_; }
+    // Of a packet that is dropped the first policy that does; else empty.
+    const Orb::String& droppedBy() const { return droppedBy_; }
+
+  private:
+    Verdict verdict_ = Verdict::notFiltered;
+    Orb::String droppedBy_;
+};
 
 }  // namespace TrafficPolicyCli::Diagnosis

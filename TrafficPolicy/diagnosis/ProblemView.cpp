@@ -67,18 +67,22 @@ std::set<Orb::String> policiesOf(const DiagnosisSources& sources, PolicyViewWord
         if (!side->status) continue;
         for (const auto& entry : side->status->policyMapStatus()) policies.insert(entry.first);
     }
-    const auto addPoints = [&](const auto& points) {
-        for (const auto& entry : points) policies.insert(entry.value);
+    const auto addPolicies = [&](const auto& config) {
+        if (!config) return;
+        PolicyMap::forEachAttachment(
+            *config, [&](const auto&, const Orb::String& policy) { policies.insert(policy); });
     };
-    if (word == PolicyViewWord::cpu) {
-        if (sources.vrfConfig) addPoints(sources.vrfConfig->vrf());
-        return policies;
-    }
-    const auto& first =
-        word == PolicyViewWord::interface ? sources.intfConfigInput : sources.intfConfigBridged;
-    if (first) addPoints(first->intf());
-    if (word == PolicyViewWord::interface && sources.intfConfigOutput) {
-        addPoints(sources.intfConfigOutput->intf());
+    switch (word) {
+        case PolicyViewWord::interface:
+            addPolicies(sources.intfConfigInput);
+            addPolicies(sources.intfConfigOutput);
+            break;
+        case PolicyViewWord::cpu:
+            addPolicies(sources.vrfConfig);
+            break;
+        case PolicyViewWord::vlan:
+            addPolicies(sources.intfConfigBridged);
+            break;
     }
     return policies;
 }

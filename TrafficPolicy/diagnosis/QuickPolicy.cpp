@@ -64,7 +64,10 @@ QuickPolicy::Result QuickPolicy::decide(const Packet& packet, std::vector<U32>& 
         decidedBy.push_back(rule);
         const CompiledRule& compiled = policy_.rule(rule);
         if (compiled.drops) return Result::dropped;
-        if (compiled.next == CompiledRule::endsAsking) break;
+        if (compiled.next == CompiledRule::endsAsking) {
+            return compiled.doesOther ? Result::taken : Result::forwarded;
+        }
+        if (compiled.doesOther) return Result::depends;
         rule = compiled.next;
     }
     return Result::forwarded;

@@ -13,7 +13,8 @@ class QuickPolicy {
     // Compiles every rule. The policy must outlive it.
     explicit QuickPolicy(const CompiledPolicy& policy);
 
-    enum class Result : U8 { dropped, forwarded, depends };
+    // taken: by the rule, of which it is not known whether it drops.
+    enum class Result : U8 { dropped, forwarded, taken, depends };
     // decidedBy: the rules whose actions count, unless a rule depends on what is not known.
     Result decide(const Packet& packet, std::vector<U32>& decidedBy) const;
 

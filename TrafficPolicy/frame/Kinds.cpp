@@ -64,7 +64,7 @@ Orb::Ptr<PolicyState> ShowTrafficPolicyCpu::getOrCreatePolicyState(const Orb::St
 
 void ShowTrafficPolicyCpu::cachePoliciesState() {
     SHOW_TRACE_ENTRY();
-    gatherConfigured(*this, cpuHardware, vrfConfig() ? &vrfConfig()->vrf() : nullptr);
+    gatherConfigured(*this, cpuHardware, vrfConfig());
     ShowTrafficPolicyBase::cachePoliciesState();
 }
 
@@ -184,10 +184,8 @@ void ShowTrafficPolicyInterface::filtersInto(PolicyStateInterface& record) const
 
 void ShowTrafficPolicyInterface::cachePoliciesState() {
     SHOW_TRACE_ENTRY();
-    gatherConfigured(*this, interfaceInput,
-                     intfConfigInput() ? &intfConfigInput()->intf() : nullptr, interfacePoint);
-    gatherConfigured(*this, interfaceOutput,
-                     intfConfigOutput() ? &intfConfigOutput()->intf() : nullptr, interfacePoint);
+    gatherConfigured(*this, interfaceInput, intfConfigInput(), interfacePoint);
+    gatherConfigured(*this, interfaceOutput, intfConfigOutput(), interfacePoint);
     isInputIs(true);
     ShowTrafficPolicyBase::cachePoliciesState();
     isInputIs(false);
@@ -317,8 +315,7 @@ Orb::Ptr<PolicyState> ShowTrafficPolicyVAcl::getOrCreatePolicyState(const Orb::S
 
 void ShowTrafficPolicyVAcl::cachePoliciesState() {
     SHOW_TRACE_ENTRY();
-    gatherConfigured(*this, vlan, intfConfigBridged() ? &intfConfigBridged()->intf() : nullptr,
-                     vlanPoint);
+    gatherConfigured(*this, vlan, intfConfigBridged(), vlanPoint);
     ShowTrafficPolicyBase::cachePoliciesState();
 }
 

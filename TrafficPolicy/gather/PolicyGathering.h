@@ -7,16 +7,16 @@
 
 namespace TrafficPolicyCli {
 
-// Notes, in the record of each policy, the points on which it is configured. attachments: a map of
-// the configuration to policy names, null: none; pointOf: the name of the point of a key.
-template <class Attachments, class PointName = std::identity>
-void gatherConfigured(ShowTrafficPolicyBase& show, const Side& side, const Attachments* attachments,
-                      PointName pointOf = {}) {
-    if (attachments == nullptr) return;
-    for (const auto& [key, policyName] : *attachments) {
+// Notes, in the record of each policy, the points on which it is configured. config: null: none;
+// pointOf: the name of the point of a key.
+template <class Config, class PointName = std::identity>
+void gatherConfigured(ShowTrafficPolicyBase& show, const Side& side,
+                      const Orb::Ptr<const Config>& config, PointName pointOf = {}) {
+    if (!config) return;
+    PolicyMap::forEachAttachment(*config, [&](const auto& key, const Orb::String& policyName) {
         textout::checkInterrupt();
         side.configuredIs(*show.getOrCreatePolicyState(policyName), pointOf(key));
-    }
+    });
 }
 
 // Copies into a record how it is to be shown.

@@ -205,6 +205,13 @@ void renderCount(RendererV2&, const Action& action, const Layout& layout) {
     layout.renderCount(&action);
 }
 
+// What it does nobody knows, so it is shown as it was written.
+void renderOther(RendererV2& renderer, const Action& action, const Layout& layout) {
+    const auto& text = static_cast<const PolicyMap::OtherAction&>(action).text();
+    renderer.pair("other", text);
+    renderer.indent(layout.indent).text("Other: ").name(text).endLine();
+}
+
 using RenderAction = void (*)(RendererV2& renderer, const Action& action, const Layout& layout);
 
 struct ActionRow {
@@ -226,6 +233,7 @@ constexpr ActionRow actionRows[] = {
     {ActionType::police, renderPolice},
     {ActionType::log, renderLog},
     {ActionType::count, renderCount},
+    {ActionType::other, renderOther},
 };
 static_assert(PolicyMap::isRowPerAction(actionRows));
 
@@ -243,7 +251,7 @@ using ActionsByType = std::array<const Action*, std::size(actionRows)>;
 ActionsByType actionsByType(const PolicyMap::PolicyClassAction& actionSet) {
     ActionsByType byType{};
     for (const auto& [type, action] : actionSet.action()) {
-        const auto row = static_cast<std::size_t>(type);
+        const std::size_t row = PolicyMap::placeOfAction(type);
         if (row >= byType.size()) ORB_ASSERT(false && "Unexpected action type");
         byType[row] = action.get();
     }
@@ -267,7 +275,7 @@ void renderActions(RendererV2& renderer, const PolicyState& policyState,
     const Layout layout{indent, policyState.indentCountPerLevel(), policyState.detail(),
                         renderCount};
     for (const ActionRow& row : actionRows) {
-        const Action* const action = byType[static_cast<std::size_t>(row.type)];
+        const Action* const action = byType[PolicyMap::placeOfAction(row.type)];
         if (action != nullptr) row.render(renderer, *action, layout);
     }
 }

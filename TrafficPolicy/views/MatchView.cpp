@@ -150,6 +150,18 @@ void renderKeywords(const CriteriaView& view, const StructuredFilter& filter) {
     renderKeyword(view, filter.tracked(), "Tracked: true", "matchTracked", true);
 }
 
+// What is asked beyond the criteria above, as it was written.
+void renderOtherCriteria(const CriteriaView& view, const StructuredFilter& filter) {
+    if (filter.otherCriteria().empty()) return;
+    const auto list = view.renderer.list("otherCriteria");
+    forEachAscending(view.scratch, filter.otherCriteria(),
+                     [&](const Orb::String& text, bool isFirst) {
+                         beginItem(view, "Other", isFirst);
+                         view.renderer.name(text).endLine();
+                         view.renderer.item(text);
+                     });
+}
+
 // Encapsulated headers stand two blanks deeper, whatever the blanks per level. Their own address
 // family says which field sets and protocol names apply.
 void renderInnerMatch(const CriteriaView& outer, const Classification::InnerMatch& inner) {
@@ -174,6 +186,7 @@ void renderInnerMatch(const CriteriaView& outer, const Classification::InnerMatc
     renderPrefixes(view, *sf, source);
     renderPrefixes(view, *sf, destination);
     if (sf->protocols()) renderProtocol(view, *sf, true);
+    renderOtherCriteria(view, *sf);
 }
 
 void assertOneForm(const StructuredFilter* filter, std::string_view filterName) {
@@ -208,6 +221,7 @@ void renderMatches(const CriteriaView& view, const PolicyMap::ClassMapMatch& mat
     renderRanges(view, "ECN", filter.ecn());
     renderRanges(view, "TTL", filter.ttl());
     renderKeywords(view, filter);
+    renderOtherCriteria(view, filter);
     if (filter.innerMatch()) renderInnerMatch(view, *filter.innerMatch());
 }
 

@@ -15,5 +15,6 @@ ORB_DEFINE_TYPE(StripHeaderBytesAction)
 ORB_DEFINE_TYPE(SetIdentityTagAction)
 ORB_DEFINE_TYPE(PoliceAction)
 ORB_DEFINE_TYPE(CountAction)
+ORB_DEFINE_TYPE(OtherAction)
 
 }  // namespace PolicyMap

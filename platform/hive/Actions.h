@@ -25,21 +25,32 @@ enum class ActionType : U8 {
     log = 11,
     count = 12,
     lastReserved = 27,
+    other = 28,
 };
 
-// The names of the action types in documents, by type: one for each that has a meaning.
+// The names in documents of the action types that have a meaning, in their order.
 inline constexpr std::string_view actionNames[] = {
-    "drop",   "gotoMatch", "redirectNexthop", "redirectNexthopGroup", "setAggGroup",
-    "setVrf", "setDscp",   "setTc",           "stripHeaderBytes",     "setIdentityTag",
-    "police", "log",       "count",
+    "drop",    "gotoMatch", "redirectNexthop",  "redirectNexthopGroup", "setAggGroup", "setVrf",
+    "setDscp", "setTc",     "stripHeaderBytes", "setIdentityTag",       "police",      "log",
+    "count",   "other",
 };
-static_assert(std::size(actionNames) == static_cast<std::size_t>(ActionType::count) + 1);
+
+// The place of a type among those that have a meaning, and the type at a place.
+constexpr std::size_t placeOfAction(ActionType type) {
+    const auto number = static_cast<std::size_t>(type);
+    return type == ActionType::other             ? std::size(actionNames) - 1
+           : number + 1 < std::size(actionNames) ? number
+                                                 : std::size(actionNames);
+}
+constexpr ActionType actionAt(std::size_t place) {
+    return place + 1 == std::size(actionNames) ? ActionType::other : static_cast<ActionType>(place);
+}
 
 // Says whether a table has a row for each action type, in their order. For static_assert.
 template <class Row, std::size_t count>
 constexpr bool isRowPerAction(const Row (&rows)[count]) {
     for (std::size_t i = 0; i < count; ++i) {
-        if (rows[i].type != static_cast<ActionType>(i)) return false;
+        if (rows[i].type != actionAt(i)) return false;
     }
     return count == std::size(actionNames);
 }
@@ -156,6 +167,16 @@ class ORB_EXPORT CountAction : public Action {
     ORB_ATTRIBUTE(counterName, Orb::String)  // a named counter; empty: the rule's own counter
 
     CountAction() : Action(ActionType::count) {}
+};
+
+// What the configuration of a switch says beyond these actions, word for word: "reject", "mirror
+// session1". What it does to a packet is not known.
+class ORB_EXPORT OtherAction : public Action {
+    ORB_DERIVED_TYPE(OtherAction, Action)
+    ORB_CONSTRUCTIBLE(OtherAction)
+    ORB_ATTRIBUTE(text, Orb::String)
+
+    OtherAction() : Action(ActionType::other) {}
 };
 
 }  // namespace PolicyMap

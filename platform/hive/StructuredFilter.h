@@ -76,6 +76,9 @@ class ORB_EXPORT StructuredFilter : public Orb::PtrInterface {
     ORB_ATTRIBUTE(l4Protocol, L4Protocol)
     ORB_ATTRIBUTE(ipOptions, bool)
     ORB_ATTRIBUTE(tracked, bool)
+    // What the configuration of a switch asks beyond these criteria, word for word: "ethertype
+    // 0x88cc". Whether a packet meets it is not known.
+    ORB_ATTRIBUTE(otherCriteria, Orb::HashSet2018<Orb::String>)
     ORB_ATTRIBUTE(innerMatch, Orb::Ptr<const InnerMatch>)  // null: no criterion
 
     StructuredFilter();

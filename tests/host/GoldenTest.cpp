@@ -1,5 +1,6 @@
-// The report of every command in tests/golden/commands.txt on the example state, against the file
-// that someone has read. scripts/golden writes the files anew, for a person to read and compare.
+// The report of every command in tests/golden/commands.txt on an example state, against the file
+// that someone has read: of the branch, those that are named after it. scripts/golden writes the
+// files anew, for a person to read and compare.
 #include <gmock/gmock.h>
 
 #include <cstdlib>
@@ -59,8 +60,10 @@ class ExampleSwitch : public TemporaryFolder {
 class Golden : public testing::TestWithParam<Case> {};
 
 TEST_P(Golden, isWhatSomeoneHasRead) {
+    const bool isOfBranch = GetParam().file.starts_with("branch-");
     const ExampleSwitch example(!GetParam().file.starts_with("packets-"));
-    std::vector<std::string> arguments = {"--state", example.path()};
+    std::vector<std::string> arguments = {"--state",
+                                          isOfBranch ? EXAMPLES_DIR "/branch" : example.path()};
     arguments.insert(arguments.end(), GetParam().arguments.begin(), GetParam().arguments.end());
     const Outcome outcome = runTpcli(arguments);
     EXPECT_EQ(outcome.status, 0);

@@ -9,6 +9,11 @@ ODD_NAMES = ("two words", 'quo"ted', "back\\slash", "größe", "名前", "a:b", 
 LARGE = (0, 1, 2**53 + 1, 2**64 - 1)
 
 
+def points_of(attached, policy):
+    """The points that have the policy, alone or among others."""
+    return [p for p, policies in attached.items() if policy in ([policies] if isinstance(policies, str) else policies)]
+
+
 class Generator:
     def __init__(self, seed):
         self.random = random.Random(seed)
@@ -120,6 +125,7 @@ class Generator:
             ("fragment", 0.2, self.fragment),
             *((key, 0.15, keyword) for key in ("neighborsProtocol", "l4Protocol")),
             *((key, 0.15, lambda: self.chance(0.7)) for key in ("ipOptions", "tracked")),
+            ("otherCriteria", 0.2, lambda: self.names("ethertype ")),
             ("innerMatch", 0 if inner else 0.2, self.inner_match),
         )
         self.end_point(filter_, ("sources", "srcPrefixSets", "sourceLpms", "srcLpmPrefixSets"), family)
@@ -157,6 +163,7 @@ class Generator:
                 "burstSize": pick(LARGE), "burstUnit": pick(("bytes", "kbytes", "mbytes", "packets")),
             },
             "log": dict,
+            "other": lambda: {"text": self.name("mirror ")},
             "count": lambda: pick(({}, {"counterName": self.name("c")}, {"counterName": pick(counters)})),
         }
         chosen = self.drawn(*((key, 0.2, value) for key, value in draw.items()))
@@ -195,6 +202,10 @@ class Generator:
         draw = lambda: self.some(lambda: self.prefix(family), 9)  # noqa: E731
         return self.drawn(("prefixes", 0.8, draw), ("exceptPrefixes", 0.8, draw))
 
+    def policies_at(self, names):
+        """The policy of a point, or several."""
+        return self.random.choice(names) if self.chance(0.8) else self.some(lambda: self.random.choice(names), 3)
+
     def config(self, policies):
         names = [f"P{i:04}" for i in range(policies)]
         return {
@@ -205,10 +216,10 @@ class Generator:
                 "fieldSetL4Port": self.field_sets("L", lambda: {"ports": self.ranges(0, 65535)}),
                 "fieldSetVlan": self.field_sets("V", lambda: {"vlans": self.ranges(1, 4094)}),
             },
-            "intfConfigInput": {f"Ethernet{i}": self.random.choice(names) for i in range(2 * policies)},
-            "intfConfigOutput": {f"Ethernet{i}": self.random.choice(names) for i in range(policies)},
-            "intfConfigBridged": {f"Vlan{i}": self.random.choice(names) for i in range(1, 1000)},
-            "vrfConfig": {f"vrf{i}": self.random.choice(names) for i in range(policies)},
+            "intfConfigInput": {f"Ethernet{i}": self.policies_at(names) for i in range(2 * policies)},
+            "intfConfigOutput": {f"Ethernet{i}": self.policies_at(names) for i in range(policies)},
+            "intfConfigBridged": {f"Vlan{i}": self.policies_at(names) for i in range(1, 1000)},
+            "vrfConfig": {f"vrf{i}": self.policies_at(names) for i in range(policies)},
             "l3IntfStatusDir": {f"Cpu{i}": {"vrf": f"vrf{i}"} for i in range(policies)},
         }
 
@@ -254,7 +265,7 @@ class Generator:
         for target, (points, probability) in attached.items():
             status[target] = {
                 "policyMapStatus": {
-                    name: self.policy_status(policy, taken[name], [p for p, to in points.items() if to == name])
+                    name: self.policy_status(policy, taken[name], points_of(points, name))
                     for name, policy in policies.items()
                     if self.chance(probability)
                 }

@@ -9,8 +9,11 @@ FLAGS = (  # in the order of the report
 )  # fmt: skip
 ACTIONS = (  # in the order of the report
     "drop", "gotoMatch", "redirectNexthop", "redirectNexthopGroup", "setAggGroup", "setVrf", "setDscp",
-    "setTc", "stripHeaderBytes", "setIdentityTag", "police", "log", "count",
+    "setTc", "stripHeaderBytes", "setIdentityTag", "police", "log", "count", "other",
 )  # fmt: skip
+
+# What is shown of an inner header.
+INNER = ("sources", "srcPrefixSets", "destinations", "dstPrefixSets", "protocols", "otherCriteria")
 
 
 # The report.
@@ -73,6 +76,7 @@ READERS = (  # what reads a value, and the keys of the report with those of the 
         "destPrefixes": "destinations", "destLpmPrefixes": "destinationLpms",
         "neighborProtocol": "neighborsProtocol", "matchL4Protocol": "l4Protocol",
         "matchIpOptions": "ipOptions", "matchTracked": "tracked", "addressFamily": "af",
+        "otherCriteria": "otherCriteria",
     }),
 )  # fmt: skip
 KEYS = {key: (state, reader) for reader, keys in READERS for key, state in keys.items()}
@@ -99,6 +103,7 @@ READ_ACTIONS = {  # all others read as they stand
     "stripHeaderBytes": lambda v: ("stripHeaderBytes", {"stripHeaderBytes": v}),
     "police": lambda v: ("police", {"rateUnit" if k == "unit" else k: x for k, x in v.items()}),
     "log": lambda v: ("log", {}),
+    "other": lambda v: ("other", {"text": v}),
 }
 
 
@@ -174,14 +179,16 @@ class State:
     def filter(self, filter_, family, inner=False):
         shown = {}
         for key, value in filter_.items():
-            if inner and key not in ("sources", "srcPrefixSets", "destinations", "dstPrefixSets", "protocols"):
-                continue  # an inner header shows nothing else
+            if inner and key not in INNER:
+                continue
             if key in ("sources", "sourceLpms", "destinations", "destinationLpms"):
                 shown[key] = ascending_addresses(value)
             elif key.endswith("PrefixSets"):
                 shown[key] = self.sets(value, "Ipv6Prefix" if family == "ipv6" else "IpPrefix")
             elif key == "protocols":
                 shown[key] = [self.protocol(r, value[r], inner) for r in sorted(value, key=bounds)]
+            elif key == "otherCriteria":
+                shown[key] = sorted(value)
             elif key == "vlanTags":
                 shown[key] = self.vlan_tags(value)
             elif key == "fragment":

@@ -14,7 +14,7 @@ warnings.simplefilter("ignore")
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "schema"))
 import schemas  # noqa: E402
 import text  # noqa: E402
-from generate import Generator  # noqa: E402
+from generate import Generator, points_of  # noqa: E402
 from reader import State, read, read_actions  # noqa: E402
 
 POLICIES = 1000
@@ -61,14 +61,15 @@ def compare_text(where, policy, found, rules, kind):
         expected = []
         if "actions" in report:
             count = rule["action"].get("count")
-            expected = [*text.action_lines(report["actions"]), *text.count_lines(report["actions"], kind, count)]
+            counted = text.count_lines(report["actions"], kind, count)
+            expected = [*text.action_lines(report["actions"]), *counted, *text.other_lines(report["actions"])]
         expect(place, "actions", actions, expected)
 
 
 def compare_lists(where, config, state, policy, found):
     for direction, target in zip(("input", "output"), KINDS["interface"]):
         configured = config[f"intfConfig{direction.capitalize()}"]
-        expected = {"configuredIntfs": sorted(p for p, to in configured.items() if to == policy)}
+        expected = {"configuredIntfs": sorted(points_of(configured, policy))}
         outcome = state.status[target]["policyMapStatus"].get(policy, {}).get("intfStatus", {})
         for family in ("ipv4", "ipv6"):
             applied = sorted(p for p, result in outcome.items() if result[family]["state"] == "programmed")

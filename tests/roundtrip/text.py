@@ -8,6 +8,7 @@ LABELS = (
     "802.1Q VLAN", "Source prefix", "Source prefix (longest prefix match)", "Destination prefix",
     "Destination prefix (longest prefix match)", "Protocol", "TCP flags", "Source port", "Destination port",
     "ICMP type", "ICMP code", "IP length", "Fragment: offset", "DSCP", "ECN", "TTL",
+    "Other",
 )  # fmt: skip
 LABELLED = re.compile(f"({'|'.join(map(re.escape, sorted(LABELS, key=len, reverse=True)))}): (.*)")
 LISTS = {  # and where their names stand in the report
@@ -151,6 +152,7 @@ def items(matches, family, column=9):
     yield from ranges("ECN", matches.get("ecns", ()))
     yield from ranges("TTL", matches.get("ttls", ()))
     yield from ((column, line, None) for key, line in KEYWORDS.items() if key in matches)
+    yield from ((column, "Other", text) for text in matches.get("otherCriteria", ()))
     if "innerMatch" in matches:
         inner = matches["innerMatch"]["addressFamily"]
         yield (column, f"Encapsulation GTPv1 inner header {inner.replace('ip', 'IP')}", None)
@@ -179,7 +181,7 @@ ONE_LINE = {
 
 
 def action_lines(actions):
-    """Of all actions but count."""
+    """Of all actions but count, and what stands behind it."""
     yield "Actions: "
     for key, value in actions.items():
         if key in ONE_LINE:
@@ -217,3 +219,8 @@ def count_lines(actions, kind, action):
         line = "N/A" if packets is None else f"{packets} packets"
         line += f" {figures['byteCount']} bytes" if "byteCount" in figures else ""
         yield (head if direction == "input" else " " * columns(head)) + line + suffix
+
+
+def other_lines(actions):
+    if "other" in actions:
+        yield f"Other: {actions['other']}"

@@ -82,6 +82,8 @@ TEST(ReadState, DocumentedExampleFillsEveryAttribute) {
         listing.add(name, object);
     }
     EXPECT_EQ(listing.text(), contentsOf(SOURCE_DIR "/tests/state/documented-state.txt"));
+    EXPECT_EQ(state.source, "switch7.example, gNMI /acl");
+    EXPECT_EQ(state.time, Orb::Seconds(1795275600));
 }
 
 TEST(ReadState, AbsentObjectsAreNullAndEmptyOnesAreNot) {
@@ -93,6 +95,7 @@ TEST(ReadState, AbsentObjectsAreNullAndEmptyOnesAreNot) {
                  empty.intfParamStatus || empty.interfaceInput || empty.interfaceOutput ||
                  empty.cpu || empty.cpuSoftware || empty.vlan);
     EXPECT_TRUE(empty.macDir && empty.macDir->entry().empty());
+    EXPECT_TRUE(empty.source.empty() && !empty.time);
 
     // Keys may stand in any order.
     directory.documentIs("config", R"({"policyMapConfig": {"P": {}, "Q": {"currCfg": {"rules": [

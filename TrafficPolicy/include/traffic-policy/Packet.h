@@ -36,20 +36,25 @@ enum class Field : U8 {
     tracked,
     bgpNeighbor,
     innerFamily = 36,  // 0: there is no inner packet; else 4 or 6
+    // No packet tells these: what a rule asks, and what it does, beyond what is understood of it.
+    otherCriteria,
+    otherAction,
 };
 
 inline constexpr U32 innerFields = 18;
-inline constexpr U32 fieldCount = 37;
+inline constexpr U32 fieldCount = 39;
 
 constexpr Field innerField(Field field) {
     return static_cast<Field>(static_cast<U32>(field) + innerFields);
 }
-constexpr bool isInnerField(Field field) { return static_cast<U32>(field) >= innerFields; }
+constexpr bool isInnerField(Field field) {
+    return static_cast<U32>(field) >= innerFields && field <= Field::innerFamily;
+}
 // A field of the outer packet, or of the one inside.
 constexpr Field fieldAt(Field field, bool isInner) { return isInner ? innerField(field) : field; }
 
 // The name of a field as an operator types it: "source-port", "inner destination". Both tags are
-// "vlan".
+// "vlan". What cannot be typed: "other criteria", "other action".
 ORB_EXPORT std::string_view fieldName(Field field);
 // All values that the field can have.
 const ValueSet& allValues(Field field);

@@ -26,12 +26,17 @@ class ShowTrafficPolicyCapture : public ShowTrafficPolicyDiagnosis {
   private:
     struct Family;
     Family& familyOf(PolicyMap::ClassMapMatchOption option);
+    void renderTogether(textout::RendererV2& renderer);
 
     AskedPoint point_;
     std::map<PolicyMap::ClassMapMatchOption, std::unique_ptr<Family>> families_;
     PolicyMap::PacketAndByte total_;
     std::map<Orb::String, U64> undecoded_;
     std::vector<U32> decidedBy_;
+    // Where several policies are configured, by truth: what one of them drops, and the packet at
+    // hand.
+    std::vector<PolicyMap::PacketAndByte> together_;
+    std::vector<bool> dropped_;
 };
 
 ORB_EXPORT Orb::Ptr<ShowTrafficPolicyCapture> showTrafficPolicyCaptureFactory(

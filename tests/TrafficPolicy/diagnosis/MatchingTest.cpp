@@ -140,6 +140,20 @@ TEST(Matching, EveryCriterionSaysYesNoOrWhatItDependsOn) {
            "depends: inner destination inner protocol inner family"},
           {"ipv4 protocol 17 destination-port 2152 fragment no",
            "depends: inner destination inner protocol inner destination-port inner family"}}},
+        // What is asked beyond the criteria is never known, wherever it stands.
+        {R"({"otherCriteria": ["ethertype 0x88cc"], "dscp": [1]})",
+         {{"ipv4 dscp 1", "depends: other criteria"},
+          {"ipv4 dscp 2", "no: dscp"},
+          {"ipv4", "depends: dscp other criteria"}}},
+        {R"({"otherCriteria": ["label 16"]})", {{"mpls", "depends: other criteria"}}, "mpls"},
+        {R"({"innerMatch": {"af": "ipv4", "encapType": "gtpv1", "structuredFilter":
+             {"otherCriteria": ["teid 7"]}}})",
+         {{"ipv4 inner source 10.0.0.1", "depends: other criteria"},
+          {"ipv4 protocol 6", "no: protocol"}}},
+        // Criteria that exclude each other are a no all the same.
+        {R"({"otherCriteria": ["a"], "protocols": {"0-255": {"tcpFlags": [{"mask": 2, "flag": 2}],
+             "icmpTypes": [{"type": 8}]}}})",
+         {{"ipv4", "no: protocol"}}},
     };
     for (const RuleRow& row : rows) {
         SCOPED_TRACE(row.filter);
@@ -282,6 +296,29 @@ TEST(Matching, FollowsEveryWayThroughAPolicy) {
          "ipv4 fragment no",
          "dropped b [protocol] | dropped a,c [protocol destination-port] | "
          "forwarded a [protocol destination-port]"},
+        {"what is asked beyond the criteria leaves the packet whole",
+         {{"a", R"({"protocols": {"6": {}}, "otherCriteria": ["x"]})", drop}, {"b", tcp}},
+         "ipv4",
+         "dropped a [protocol other criteria] | forwarded b [protocol other criteria] | "
+         "forwarded [protocol other criteria]"},
+        {"and counts on the ways only on which it is asked",
+         {{"a", udp}, {"b", R"({"protocols": {"6": {}}, "otherCriteria": ["x"]})", drop}},
+         "ipv4 protocol 17",
+         "forwarded a",
+         "a"},
+        {"what is done beyond the actions may drop",
+         {{"a", tcp, R"("other": {"text": "reject"})"}, {"b", any}},
+         "ipv4 protocol 6",
+         "dropped a [other action] | forwarded a [other action]",
+         "a"},
+        {"but where the packet is dropped anyway",
+         {{"a", tcp, R"("drop": {}, "other": {"text": "mirror session1"})"}},
+         "ipv4 protocol 6",
+         "dropped a"},
+        {"and before a goto leads on",
+         {{"a", tcp, R"("gotoMatch": {}, "other": {"text": "reject"})"}, {"b", any}},
+         "ipv4 protocol 6",
+         "dropped a [other action] | forwarded a,b [other action]"},
     };
     for (const PolicyRow& row : rows) {
         SCOPED_TRACE(row.why);
@@ -328,6 +365,13 @@ TEST(Matching, TooManyWaysAreListedWithoutBeingFollowed) {
         EXPECT_NE(coarse.find(ending), std::string::npos) << coarse;
     }
     EXPECT_TRUE(named({.steps = 0, .endings = 2}).ends_with(" | ...")) << named({.endings = 2});
+
+    // Nor is what is not known of a rule lost then.
+    const auto other = policyState({{"a", R"({"otherCriteria": ["x"]})"}, {"b", "{}"}});
+    const CompiledPolicy policyOfOther(versionOf(other), MatchOption::ipv4, sets);
+    EXPECT_EQ(told(policyOfOther, askPolicy(policyOfOther, packet, {.steps = 0})),
+              "forwarded a [other criteria] | forwarded b [other criteria] "
+              "(some may be impossible)");
 }
 
 TEST(Matching, FieldsThatNoPacketHasTogetherAreRefused) {
