@@ -12,28 +12,12 @@
 #include <new>
 
 #include "base/Escape.h"
+#include "base/File.h"
 #include "state/SyntaxFault.h"
 
 namespace StateDirectory {
 
 namespace {
-
-class File {
-  public:
-    explicit File(const std::string& path)
-        : descriptor_(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY)) {}
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
-    ~File() {
-        if (descriptor_ >= 0) ::close(descriptor_);
-    }
-
-    bool isOpen() const { return descriptor_ >= 0; }
-    int descriptor() const { return descriptor_; }
-
-  private:
-    int descriptor_;
-};
 
 [[noreturn]] void refuse(const std::string& name, const std::string& wrong,
                          const std::string& expected) {
@@ -50,10 +34,11 @@ class File {
 }
 
 // How many of the bytes that were asked for are there.
-std::size_t readAll(const File& file, const std::string& name, char* data, std::size_t size) {
+std::size_t readAll(const Base::FileDescriptor& file, const std::string& name, char* data,
+                    std::size_t size) {
     std::size_t done = 0;
     while (done < size) {
-        const ssize_t count = ::read(file.descriptor(), data + done, size - done);
+        const ssize_t count = ::read(file.number(), data + done, size - done);
         if (count < 0 && errno == EINTR) continue;
         if (count < 0) refuseFailed(name, "cannot be read");
         if (count == 0) break;
@@ -63,10 +48,11 @@ std::size_t readAll(const File& file, const std::string& name, char* data, std::
 }
 
 simdjson::padded_string readFile(const std::string& path, const std::string& name) {
-    const File file(path);
+    const Base::FileDescriptor file(
+        ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
     if (!file.isOpen()) refuseFailed(name, "cannot be opened");
     struct stat status {};
-    if (::fstat(file.descriptor(), &status) != 0) refuseFailed(name, "cannot be read");
+    if (::fstat(file.number(), &status) != 0) refuseFailed(name, "cannot be read");
     if (!S_ISREG(status.st_mode)) refuseUnreadable(name, "is not a regular file");
     const auto size = static_cast<std::size_t>(status.st_size);
     if (size > Document::maxSize) {

@@ -20,9 +20,9 @@ namespace {
 
 constexpr const char* documents[] = {"config.json", "status.json"};
 
-int checked(int descriptor, const char* what) {
+Base::FileDescriptor checked(int descriptor, const char* what) {
     if (descriptor < 0) throw std::system_error(errno, std::generic_category(), what);
-    return descriptor;
+    return Base::FileDescriptor(descriptor);
 }
 
 std::string timeOfDay(std::time_t time) {
@@ -65,12 +65,9 @@ LiveState::~LiveState() {
     static auto& kept = *new std::vector<StatePtr>;
     kept.push_back(std::move(version_));
     for (const auto* state : retired_) kept.emplace_back(state);
-    for (const int descriptor : {news_, wake_, notify_}) {
-        if (descriptor >= 0) ::close(descriptor);
-    }
 }
 
-void LiveState::wake() const { ::eventfd_write(wake_, 1); }
+void LiveState::wake() const { ::eventfd_write(wake_.number(), 1); }
 
 LiveState::Identities LiveState::identities() const {
     Identities result;
@@ -112,26 +109,27 @@ void LiveState::work() {
 }
 
 void LiveState::watch() {
-    if (notify_ < 0 || watched_ >= 0) return;
-    watched_ = ::inotify_add_watch(notify_, directory_.c_str(),
+    if (!notify_.isOpen() || watched_ >= 0) return;
+    watched_ = ::inotify_add_watch(notify_.number(), directory_.c_str(),
                                    IN_CLOSE_WRITE | IN_MOVED_TO | IN_DELETE | IN_MOVE_SELF);
 }
 
 // Waits for a change, or for wake(). Says whether there are documents to read.
 bool LiveState::waitForChange() {
-    pollfd ready[] = {{wake_, POLLIN, 0}, {notify_, POLLIN, 0}};
+    pollfd ready[] = {{wake_.number(), POLLIN, 0}, {notify_.number(), POLLIN, 0}};
     if (::poll(ready, 2, -1) < 0) return false;
     eventfd_t ignored = 0;
-    ::eventfd_read(wake_, &ignored);
+    ::eventfd_read(wake_.number(), &ignored);
     alignas(inotify_event) char buffer[4096];
     bool isChanged = false;
-    for (ssize_t size = 0; (size = ::read(notify_, buffer, sizeof buffer)) > 0;) {
+    for (ssize_t size = 0; (size = ::read(notify_.number(), buffer, sizeof buffer)) > 0;) {
         for (ssize_t at = 0; at < size;) {
             const auto* const event = reinterpret_cast<const inotify_event*>(buffer + at);
             at += static_cast<ssize_t>(sizeof *event + event->len);
             const std::string_view name = event->len > 0 ? event->name : "";
             if ((event->mask & (IN_IGNORED | IN_MOVE_SELF)) != 0) {
-                if ((event->mask & IN_MOVE_SELF) != 0) ::inotify_rm_watch(notify_, watched_);
+                if ((event->mask & IN_MOVE_SELF) != 0)
+                    ::inotify_rm_watch(notify_.number(), watched_);
                 watched_ = -1;
             }
             isChanged = isChanged || name == documents[0] || name == documents[1];
@@ -191,7 +189,7 @@ void LiveState::putInPlace(StatePtr state, const Identities& identities) {
 
 void LiveState::tell(std::string news) {
     newsText_ = timeOfDay(std::time(nullptr)) + " " + std::move(news);
-    ::eventfd_write(news_, 1);
+    ::eventfd_write(news_.number(), 1);
 }
 
 void LiveState::look() { wake(); }
@@ -248,7 +246,7 @@ bool LiveState::isReading() const {
 std::optional<std::string> LiveState::takeNews() {
     const std::lock_guard lock(mutex_);
     eventfd_t ignored = 0;
-    ::eventfd_read(news_, &ignored);
+    ::eventfd_read(news_.number(), &ignored);
     return std::exchange(newsText_, std::nullopt);
 }
 

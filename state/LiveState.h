@@ -16,6 +16,7 @@
 #include <thread>
 #include <vector>
 
+#include "base/File.h"
 #include "state/StateSource.h"
 
 namespace StateDirectory {
@@ -55,7 +56,7 @@ class LiveState : public StateSource {
     // What happened since the last call, to tell the operator; nothing when nothing did.
     std::optional<std::string> takeNews();
     // Readable when there are news.
-    int newsDescriptor() const { return news_; }
+    int newsDescriptor() const { return news_.number(); }
 
     // The mistake for which the documents as they stand are refused.
     struct Refusal {
@@ -89,9 +90,9 @@ class LiveState : public StateSource {
     StatePtr owned(State state);
 
     const std::string directory_;
-    int news_ = -1;
-    int wake_ = -1;
-    int notify_ = -1;
+    Base::FileDescriptor news_;
+    Base::FileDescriptor wake_;
+    Base::FileDescriptor notify_;
     int watched_ = -1;
 
     mutable std::mutex mutex_;  // taken behind the activity lock

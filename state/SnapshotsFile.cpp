@@ -16,10 +16,11 @@
 #include <thread>
 
 #include "base/Escape.h"
-#include "orb/FileAccess.h"
 #include "textout/Exceptions.h"
 
 namespace StateDirectory {
+
+using Base::FileDescriptor;
 
 namespace {
 
@@ -31,22 +32,6 @@ constexpr mode_t lockMode = 0644;
 [[noreturn]] void fail(const std::string& path, std::string_view doing) {
     throw StateError(Base::escaped(path) + ": " + std::string(doing) + ": " + std::strerror(errno));
 }
-
-// A file descriptor that is closed at the end of its life.
-class Descriptor {
-  public:
-    explicit Descriptor(int fd) : fd_(fd) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() {
-        if (fd_ >= 0) ::close(fd_);
-    }
-    int get() const { return fd_; }
-    bool isOpen() const { return fd_ >= 0; }
-
-  private:
-    int fd_;
-};
 
 // Where the document is: at the path, or where a link at the path leads.
 std::string documentBehind(const std::string& path) {
@@ -61,28 +46,27 @@ std::string documentBehind(const std::string& path) {
 
 // The lock holds nothing, and a lock is taken on a file that is open for reading just as well. So
 // everybody who may make the first lock, or read that of another, may clear.
-int openLock(const std::string& path) {
+FileDescriptor openLock(const std::string& path) {
     constexpr int flags = O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
-    int fd = -1;
+    FileDescriptor lock;
     do {
-        fd = ::open(path.c_str(), flags);
+        lock = FileDescriptor(::open(path.c_str(), flags));
         // Separate steps: where everybody may write, the system refuses O_CREAT on another's file.
-        if (fd < 0 && errno == ENOENT)
-            fd = ::open(path.c_str(), flags | O_CREAT | O_EXCL, lockMode);
-    } while (fd < 0 && (errno == EEXIST || errno == EINTR));
-    if (fd < 0) fail(path, "cannot open the lock of the snapshots");
+        if (!lock.isOpen() && errno == ENOENT) {
+            lock = FileDescriptor(::open(path.c_str(), flags | O_CREAT | O_EXCL, lockMode));
+        }
+    } while (!lock.isOpen() && (errno == EEXIST || errno == EINTR));
+    if (!lock.isOpen()) fail(path, "cannot open the lock of the snapshots");
     struct stat status {};
-    if (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
-        ::close(fd);
+    if (::fstat(lock.number(), &status) != 0 || !S_ISREG(status.st_mode)) {
         throw StateError(Base::escaped(path) + ": it is not a regular file");
     }
     // Whatever the process masks. Only the owner may; others have it open already.
     if ((status.st_mode & lockMode) != lockMode && status.st_uid == ::geteuid() &&
-        ::fchmod(fd, lockMode) != 0) {
-        ::close(fd);
+        ::fchmod(lock.number(), lockMode) != 0) {
         fail(path, "cannot set the mode");
     }
-    return fd;
+    return lock;
 }
 
 // Asks again and again instead of sleeping in the call, where an interrupt that comes just before
@@ -95,49 +79,42 @@ void waitForLock(int fd, const std::string& path) {
     }
 }
 
-void writeAll(int fd, std::string_view text, const std::string& path) {
-    while (!text.empty()) {
-        const ssize_t written = ::write(fd, text.data(), text.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written < 0) fail(path, "cannot write");
-        text.remove_prefix(static_cast<std::size_t>(written));
-    }
-}
-
 // A new file that is gone at the end of its life unless it was renamed.
 class Temporary {
   public:
     // Its name is the first free one that begins like this.
-    Temporary(const std::string& begin, mode_t mode) : fd_(open(begin, mode)) {}
+    Temporary(const std::string& begin, mode_t mode) : file_(open(begin, mode)) {}
     Temporary(const Temporary&) = delete;
     Temporary& operator=(const Temporary&) = delete;
     ~Temporary() {
         if (!path_.empty()) ::unlink(path_.c_str());
     }
-    int fd() const { return fd_.get(); }
+    int fd() const { return file_.number(); }
     const std::string& path() const { return path_; }
-    void rename(const std::string& to) {
-        if (::rename(path_.c_str(), to.c_str()) != 0) fail(path_, "cannot rename");
+    // Returns whether the folder could be synced as well.
+    bool putInPlace(const std::string& to, const FileDescriptor& folder) {
+        const auto outcome = Base::replaceFile(path_, to, folder);
+        if (outcome == Base::Replacement::failed) fail(path_, "cannot rename");
         path_.clear();
+        return outcome == Base::Replacement::done;
     }
 
   private:
-    int open(const std::string& begin, mode_t mode) {
+    FileDescriptor open(const std::string& begin, mode_t mode) {
         // Names are taken only by what a killed writer left and this user may not remove.
         constexpr int mostNames = 1000;
-        int fd = -1;
-        for (int i = 0; fd < 0 && i < mostNames; ++i) {
-            const std::string path = begin + std::to_string(i);
-            fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
-            if (fd < 0 && errno != EEXIST) fail(path, "cannot make a temporary file");
-            if (fd >= 0) path_ = path;
+        for (int i = 0; i < mostNames; ++i) {
+            path_ = begin + std::to_string(i);
+            FileDescriptor file(
+                ::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+            if (file.isOpen()) return file;
+            if (errno != EEXIST) fail(path_, "cannot make a temporary file");
         }
-        if (fd < 0) fail(begin, "cannot make a temporary file");
-        return fd;
+        fail(begin, "cannot make a temporary file");
     }
 
     std::string path_;
-    Descriptor fd_;
+    FileDescriptor file_;
 };
 
 }  // namespace
@@ -147,16 +124,9 @@ SnapshotsWriter::SnapshotsWriter(const std::string& directory)
     isLinked_ = document_ != snapshotsPath(directory);
     directory_ = isLinked_ ? document_.substr(0, document_.rfind('/')) : directory;
     lock_ = openLock(pathOf(lockName));
-    try {
-        waitForLock(lock_, pathOf(lockName));
-    } catch (...) {
-        ::close(lock_);
-        throw;
-    }
+    waitForLock(lock_.number(), pathOf(lockName));
     removeTemporaries();
 }
-
-SnapshotsWriter::~SnapshotsWriter() { ::close(lock_); }
 
 void SnapshotsWriter::removeTemporaries() const {
     std::error_code ignored;  // what cannot be removed is no obstacle to writing
@@ -180,22 +150,20 @@ std::string SnapshotsWriter::keepDamaged() const {
 std::string SnapshotsWriter::save(const Snapshots& snapshots) const {
     const std::string text = snapshotsText(snapshots);
     // Opened before anything changes, when it may still fail.
-    const Descriptor directory(::open(directory_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!directory.isOpen()) fail(directory_, "cannot be opened");
+    const FileDescriptor folder = Base::openFolder(directory_);
+    if (!folder.isOpen()) fail(directory_, "cannot be opened");
     struct stat former {};
     const bool isFirst = ::stat(document_.c_str(), &former) != 0;
     if (isFirst && errno != ENOENT) fail(document_, "cannot be examined");
 
     Temporary temporary(pathOf(std::string(temporaryPrefix)), isFirst ? newDocumentMode : 0600);
-    writeAll(temporary.fd(), text, temporary.path());
-    if (!isFirst && !Orb::accessIs(temporary.fd(), former)) {
+    if (!Base::writeAll(temporary.fd(), text)) fail(temporary.path(), "cannot write");
+    if (!isFirst && !Base::accessIs(temporary.fd(), former)) {
         fail(temporary.path(), "cannot set the mode");
     }
     if (::fsync(temporary.fd()) != 0) fail(temporary.path(), "cannot sync");
     textout::checkInterrupt();  // the last moment at which nothing has changed
-    temporary.rename(document_);
-
-    if (::fsync(directory.get()) == 0) return "";
+    if (temporary.putInPlace(document_, folder)) return "";
     return Base::escaped(directory_) + ": cannot sync the directory: " + std::strerror(errno) +
            "; the new snapshots may not outlast a power failure";
 }

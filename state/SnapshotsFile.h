@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "base/File.h"
 #include "state/Snapshots.h"
 
 namespace StateDirectory {
@@ -20,9 +21,6 @@ class SnapshotsWriter {
     // the lock cannot be had or a link leads nowhere, and textout::SigIntException when the
     // operator interrupts the wait.
     explicit SnapshotsWriter(const std::string& directory);
-    ~SnapshotsWriter();
-    SnapshotsWriter(const SnapshotsWriter&) = delete;
-    SnapshotsWriter& operator=(const SnapshotsWriter&) = delete;
 
     // The snapshots as they stand. Throws as readSnapshots() does.
     Snapshots read() const { return readSnapshotsDocument(document_); }
@@ -47,7 +45,7 @@ class SnapshotsWriter {
     bool isLinked_;
     std::string document_;
     std::string directory_;  // of the document
-    int lock_;
+    Base::FileDescriptor lock_;
 };
 
 }  // namespace StateDirectory

@@ -8,6 +8,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include "base/File.h"
+
 namespace Cli::Shell {
 
 namespace {
@@ -24,13 +26,14 @@ std::filesystem::path stateHome() {
     return std::filesystem::path(home) / ".local" / "state";
 }
 
-void writeAll(const std::string& path, int flags, const std::string& text) {
-    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | flags, 0600);
-    if (fd < 0) return;
-    ::fchmod(fd, 0600);
-    // One write: the lines of two sessions do not mix. A history that is lost is no failure.
-    [[maybe_unused]] const ssize_t written = ::write(fd, text.data(), text.size());
-    ::close(fd);
+// A history that is lost is no failure.
+void write(const std::string& path, int flags, const std::string& text) {
+    const Base::FileDescriptor file(
+        ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | flags, 0600));
+    if (!file.isOpen()) return;
+    ::fchmod(file.number(), 0600);
+    // In one write, so that the lines of two sessions do not mix.
+    Base::writeAll(file.number(), text);
 }
 
 }  // namespace
@@ -42,7 +45,7 @@ HistoryFile::HistoryFile() {
     std::filesystem::create_directories(home / "tpcli", error);
     if (error) return;
     path_ = home / "tpcli" / "history";
-    writeAll(path_, O_APPEND, "");
+    write(path_, O_APPEND, "");
 }
 
 std::vector<std::string> HistoryFile::read() const {
@@ -57,13 +60,13 @@ std::vector<std::string> HistoryFile::read() const {
     for (const std::string& line : lines) text += line + "\n";
     std::error_code ignored;
     if (std::filesystem::file_size(path_, ignored) > 2 * text.size()) {
-        writeAll(path_, O_TRUNC, text);
+        write(path_, O_TRUNC, text);
     }
     return lines;
 }
 
 void HistoryFile::append(const std::string& line) const {
-    if (!path_.empty()) writeAll(path_, O_APPEND, line + "\n");
+    if (!path_.empty()) write(path_, O_APPEND, line + "\n");
 }
 
 }  // namespace Cli::Shell

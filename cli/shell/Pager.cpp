@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "base/Escape.h"
+#include "base/File.h"
 #include "cli/shell/ReportStream.h"
 #include "cli/shell/Sinks.h"
 #include "textout/Exceptions.h"
@@ -27,26 +28,22 @@ namespace {
 class PagerProcess {
   public:
     PagerProcess(int terminal, const std::string& command) : terminal_(terminal) {
-        int ends[2];
-        if (::pipe2(ends, O_CLOEXEC) != 0) {
-            throw std::system_error(errno, std::generic_category(), "pipe");
+        Base::Pipe pipe = Base::openPipe();
+        const int error = start(command, pipe.reader.number());
+        if (error != 0) {
+            throw std::system_error(error, std::generic_category(), Base::escaped(command));
         }
-        writer_ = ends[1];
-        const int error = start(command, ends[0]);
-        ::close(ends[0]);
-        if (error == 0) return;
-        ::close(writer_);
-        throw std::system_error(error, std::generic_category(), Base::escaped(command));
+        writer_ = std::move(pipe.writer);
     }
     PagerProcess(const PagerProcess&) = delete;
     PagerProcess& operator=(const PagerProcess&) = delete;
     ~PagerProcess() { waitFor(); }
 
-    int writer() const { return writer_; }
+    int writer() const { return writer_.number(); }
 
     // Ends its input and waits until it is left. Returns its exit status.
     int waitFor() {
-        if (writer_ >= 0) ::close(std::exchange(writer_, -1));
+        writer_.close();
         int status = 0;
         if (process_ > 0) {
             while (::waitpid(process_, &status, 0) < 0 && errno == EINTR) continue;
@@ -86,7 +83,7 @@ class PagerProcess {
     }
 
     int terminal_;
-    int writer_ = -1;
+    Base::FileDescriptor writer_;
     pid_t process_ = 0;
 };
 

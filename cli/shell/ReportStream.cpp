@@ -35,13 +35,8 @@ bool isInputWaiting(int fd) {
 
 }  // namespace
 
-ReportStream::ReportStream(std::unique_ptr<Sink> sink) : sink_(std::move(sink)) {
-    int ends[2];
-    if (::pipe2(ends, O_CLOEXEC) != 0) {
-        throw std::system_error(errno, std::generic_category(), "pipe");
-    }
-    reader_ = ends[0];
-    writer_ = ends[1];
+ReportStream::ReportStream(std::unique_ptr<Sink> sink)
+    : sink_(std::move(sink)), pipe_(Base::openPipe()) {
     // Signals go to the thread of the command, which they are to wake.
     sigset_t all;
     sigset_t before;
@@ -53,7 +48,7 @@ ReportStream::ReportStream(std::unique_ptr<Sink> sink) : sink_(std::move(sink)) 
 }
 
 ReportStream::~ReportStream() {
-    if (writer_ >= 0) ::close(writer_);
+    pipe_.writer.close();
     end();
 }
 
@@ -72,17 +67,17 @@ void ReportStream::carry() {
     try {
         std::vector<char> chunk(chunkSize);
         for (;;) {
-            waitFor(reader_);
-            const ssize_t count = ::read(reader_, chunk.data(), chunk.size());
+            waitFor(pipe_.reader.number());
+            const ssize_t count = ::read(pipe_.reader.number(), chunk.data(), chunk.size());
             if (count <= 0) break;
             sink_->write({chunk.data(), static_cast<std::size_t>(count)});
-            if (!isInputWaiting(reader_)) sink_->flush();
+            if (!isInputWaiting(pipe_.reader.number())) sink_->flush();
         }
         sink_->end(isWhole_);
     } catch (...) {
         failure_ = std::current_exception();
     }
-    ::close(reader_);  // who still writes learns that nobody reads
+    pipe_.reader.close();  // who still writes learns that nobody reads
     sink_.reset();
     const std::lock_guard lock(mutex_);
     isEnded_ = true;
@@ -91,7 +86,7 @@ void ReportStream::carry() {
 
 void ReportStream::finish() {
     isWhole_ = true;
-    if (writer_ >= 0) ::close(std::exchange(writer_, -1));
+    pipe_.writer.close();
     end();
     if (failure_) std::rethrow_exception(std::exchange(failure_, nullptr));
 }

@@ -11,6 +11,7 @@
 #include <mutex>
 #include <thread>
 
+#include "base/File.h"
 #include "cli/shell/Sink.h"
 #include "orb/Types.h"
 
@@ -26,7 +27,7 @@ class ReportStream {
     ReportStream& operator=(const ReportStream&) = delete;
 
     // What the command writes to.
-    U32 fd() const { return static_cast<U32>(writer_); }
+    U32 fd() const { return static_cast<U32>(pipe_.writer.number()); }
 
     // Waits until all that was written has arrived. Throws what the sink threw. Whoever writes
     // afterwards fails.
@@ -37,8 +38,7 @@ class ReportStream {
     void end();
 
     std::unique_ptr<Sink> sink_;
-    int reader_ = -1;
-    int writer_ = -1;
+    Base::Pipe pipe_;
     std::atomic<bool> isWhole_{false};
     std::exception_ptr failure_;
     std::mutex mutex_;

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "base/Escape.h"
+#include "base/File.h"
 #include "textout/TextOutBuffer.h"
 
 namespace Cli::Shell {
@@ -35,20 +36,21 @@ class FileSink : public Sink {
         isReplaced_ = ::stat(path_.c_str(), &status) != 0 || S_ISREG(status.st_mode);
         if (isReplaced_) {
             writtenPath_ = path_ + ".XXXXXX";
-            fd_ = ::mkostemp(writtenPath_.data(), O_CLOEXEC);
+            file_ = Base::FileDescriptor(::mkostemp(writtenPath_.data(), O_CLOEXEC));
             const mode_t mask = ::umask(0);
             ::umask(mask);
-            if (fd_ >= 0) ::fchmod(fd_, status.st_mode != 0 ? status.st_mode & 0777 : 0666 & ~mask);
+            const mode_t mode = status.st_mode != 0 ? status.st_mode & 0777 : 0666 & ~mask;
+            if (file_.isOpen()) ::fchmod(file_.number(), mode);
         } else {
             writtenPath_ = path_;
-            fd_ = ::open(path_.c_str(), O_WRONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+            file_ = Base::FileDescriptor(
+                ::open(path_.c_str(), O_WRONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
         }
-        if (fd_ < 0) refuse();
-        sink_ = std::make_unique<DescriptorSink>(fd_);
+        if (!file_.isOpen()) refuse();
+        sink_ = std::make_unique<DescriptorSink>(file_.number());
     }
     ~FileSink() override {
         sink_.reset();
-        if (fd_ >= 0) ::close(fd_);
         if (isReplaced_ && !isWhole_) ::unlink(writtenPath_.c_str());
     }
     void write(std::string_view bytes) override {
@@ -60,7 +62,7 @@ class FileSink : public Sink {
     void end(bool isWhole) override {
         if (!isWhole) return;
         flush();
-        if (::close(std::exchange(fd_, -1)) != 0) refuse();
+        if (!file_.close()) refuse();
         if (isReplaced_ && ::rename(writtenPath_.c_str(), path_.c_str()) != 0) refuse();
         isWhole_ = true;
     }
@@ -88,7 +90,7 @@ class FileSink : public Sink {
 
     std::string path_;
     std::string writtenPath_;
-    int fd_ = -1;
+    Base::FileDescriptor file_;
     bool isReplaced_ = false;
     bool isWhole_ = false;
     std::unique_ptr<DescriptorSink> sink_;

@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <system_error>
 
+#include "base/File.h"
+
 namespace Cli::Shell {
 
 // While a report goes through filters, the one thing that is still written to standard output is
@@ -14,24 +16,21 @@ namespace Cli::Shell {
 class StandardOutputAside {
   public:
     StandardOutputAside() : descriptor_(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3)) {
-        const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
-        if (descriptor_ < 0 || nowhere < 0 || ::dup2(nowhere, STDOUT_FILENO) < 0) {
+        const Base::FileDescriptor nowhere(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+        if (!descriptor_.isOpen() || !nowhere.isOpen() ||
+            ::dup2(nowhere.number(), STDOUT_FILENO) < 0) {
             throw std::system_error(errno, std::generic_category(), "standard output");
         }
-        ::close(nowhere);
     }
     StandardOutputAside(const StandardOutputAside&) = delete;
     StandardOutputAside& operator=(const StandardOutputAside&) = delete;
-    ~StandardOutputAside() {
-        ::dup2(descriptor_, STDOUT_FILENO);
-        ::close(descriptor_);
-    }
+    ~StandardOutputAside() { ::dup2(descriptor(), STDOUT_FILENO); }
 
     // Where standard output went before.
-    int descriptor() const { return descriptor_; }
+    int descriptor() const { return descriptor_.number(); }
 
   private:
-    int descriptor_;
+    Base::FileDescriptor descriptor_;
 };
 
 }  // namespace Cli::Shell

@@ -10,6 +10,7 @@
 #include <mutex>
 
 #include "base/Escape.h"
+#include "base/File.h"
 #include "orb/Interrupt.h"
 
 namespace Blip {
@@ -57,16 +58,8 @@ void appendTime(Orb::String& out, Clock::time_point time) {
     out.append(text.data(), static_cast<std::size_t>(length));
 }
 
-bool writeAll(int fd, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t written = ::write(fd, text.data(), text.size());
-        // Nobody waits for the dump of a command that was interrupted.
-        if (written < 0 && errno == EINTR && !Orb::interruptRequested()) continue;
-        if (written < 0) return false;
-        text.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return true;
-}
+// Nobody waits for the dump of a command that was interrupted.
+bool isStillWanted() { return !Orb::interruptRequested(); }
 
 }  // namespace
 
@@ -100,7 +93,7 @@ bool dump(int fd) {
         Base::appendEscaped(lines, message.text);
         lines += '\n';
     }
-    return writeAll(fd, lines);
+    return Base::writeAll(fd, lines, isStillWanted);
 }
 
 }  // namespace Blip

@@ -7,6 +7,7 @@
 #include <mutex>
 
 #include "base/Escape.h"
+#include "base/File.h"
 
 namespace Orb {
 
@@ -32,11 +33,7 @@ void TraceFacility::emit(U32 level, std::string_view text) const {
     line += '\n';
     // One write per line, so that lines of several threads do not mix.
     const int fd = state().output.load(std::memory_order_relaxed);
-    for (std::string_view rest = line; !rest.empty();) {
-        const ssize_t written = ::write(fd, rest.data(), rest.size());
-        if (written <= 0) return;  // a trace that cannot be written is dropped
-        rest.remove_prefix(static_cast<std::size_t>(written));
-    }
+    Base::writeAll(fd, line, [] { return false; });  // what cannot be written is dropped
 }
 
 TraceFacility& traceFacility(std::string_view name) {

@@ -73,10 +73,6 @@ void checkHeader(const Header& header, U64 fileSize) {
 
 }  // namespace
 
-FileDescriptor::~FileDescriptor() {
-    if (isOpen()) ::close(number_);
-}
-
 std::string systemError() { return std::strerror(errno); }
 
 U64 sizeOfRegularFile(const FileDescriptor& file) {

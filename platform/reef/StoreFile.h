@@ -1,30 +1,13 @@
 // An open counter store: the file, its checked directory, and its records in shared memory.
 #pragma once
 
-#include <utility>
-
+#include "base/File.h"
 #include "reef/CounterDirectory.h"
 #include "reef/Record.h"
 
 namespace Reef {
 
-// Owns an open file.
-class FileDescriptor {
-  public:
-    FileDescriptor() = default;
-    explicit FileDescriptor(int number) : number_(number) {}
-    FileDescriptor(FileDescriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
-    FileDescriptor& operator=(FileDescriptor&& other) noexcept {
-        std::swap(number_, other.number_);
-        return *this;
-    }
-    ~FileDescriptor();
-    int number() const { return number_; }
-    bool isOpen() const { return number_ >= 0; }
-
-  private:
-    int number_ = -1;
-};
+using Base::FileDescriptor;
 
 // The text of the last failed system call.
 std::string systemError();

@@ -9,7 +9,6 @@
 #include <stdexcept>
 
 #include "base/Escape.h"
-#include "orb/FileAccess.h"
 #include "reef/BusGuard.h"
 #include "reef/CorruptionDetectedException.h"
 #include "reef/StoreContents.h"
@@ -72,11 +71,9 @@ FileDescriptor openLocked(const std::string& path, int flags) {
 
 void writeAll(const std::string& path, const FileDescriptor& file,
               std::span<const std::byte> bytes) {
-    while (!bytes.empty()) {
-        const ssize_t count = ::write(file.number(), bytes.data(), bytes.size());
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) failedCall(path, "it cannot be written");
-        bytes = bytes.subspan(static_cast<std::size_t>(count));
+    const auto* const text = static_cast<const char*>(static_cast<const void*>(bytes.data()));
+    if (!Base::writeAll(file.number(), {text, bytes.size()})) {
+        failedCall(path, "it cannot be written");
     }
 }
 
@@ -142,20 +139,16 @@ class NewStore {
             failedCall(path_, "it cannot be examined");
         }
         // Whatever the process masks: readers of the first one are of the group.
-        const bool isSet = former.isOpen() ? Orb::accessIs(file_.number(), status)
+        const bool isSet = former.isOpen() ? Base::accessIs(file_.number(), status)
                                            : ::fchmod(file_.number(), fileMode) == 0;
         if (!isSet) failedCall(temporary_, "its mode cannot be set");
         writeStore(temporary_, file_, contents);
-        if (::rename(temporary_.c_str(), path_.c_str()) != 0) {
-            failedCall(path_, "it cannot be put in place");
-        }
+        const auto folder = Base::openFolder(std::filesystem::path(path_).parent_path());
+        if (!folder.isOpen()) failedCall(path_, "its directory cannot be opened");
+        const auto outcome = Base::replaceFile(temporary_, path_, folder);
+        if (outcome == Base::Replacement::failed) failedCall(path_, "it cannot be put in place");
         FileDescriptor placed = std::move(file_);
-        const std::filesystem::path parent = std::filesystem::path(path_).parent_path();
-        const FileDescriptor folder(
-            ::open(parent.empty() ? "." : parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        if (!folder.isOpen() || ::fsync(folder.number()) != 0) {
-            failedCall(path_, "its directory cannot be synced");
-        }
+        if (outcome != Base::Replacement::done) failedCall(path_, "its directory cannot be synced");
         return placed;
     }
 

@@ -12,6 +12,8 @@
 #include <climits>
 #include <iterator>
 
+#include "base/File.h"
+
 namespace textout {
 
 namespace {
@@ -40,32 +42,14 @@ unsigned terminalOf(int fd) {
 // that polls writable may still block a writer, and O_NONBLOCK on the descriptor itself would reach
 // the other processes that share it, as the shell. Without one of its own (a socket, a terminal of
 // another user) writes go to the descriptor, in pieces that one that polls writable takes.
-class OwnDescriptor {
-  public:
-    explicit OwnDescriptor(int fd) {
-        char path[32] = "/proc/self/fd/";
-        *std::to_chars(std::strchr(path, '\0'), std::end(path) - 1, fd).ptr = '\0';
-        fd_ = ::open(path, O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-        // The controlling side of a pseudo-terminal opens as a new pseudo-terminal.
-        if (fd_ >= 0 && terminalOf(fd_) != terminalOf(fd)) closeIt();
-    }
-    OwnDescriptor(const OwnDescriptor&) = delete;
-    OwnDescriptor& operator=(const OwnDescriptor&) = delete;
-    ~OwnDescriptor() {
-        if (fd_ >= 0) closeIt();
-    }
-    bool isOpen() const { return fd_ >= 0; }
-    int get() const { return fd_; }
-
-  private:
-    void closeIt() {
-        const int error = errno;  // of the write that failed
-        ::close(fd_);
-        errno = error;
-        fd_ = -1;
-    }
-    int fd_;
-};
+Base::FileDescriptor ownDescriptor(int fd) {
+    char path[32] = "/proc/self/fd/";
+    *std::to_chars(std::strchr(path, '\0'), std::end(path) - 1, fd).ptr = '\0';
+    Base::FileDescriptor own(::open(path, O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    // The controlling side of a pseudo-terminal opens as a new pseudo-terminal.
+    if (own.isOpen() && terminalOf(own.number()) != terminalOf(fd)) return {};
+    return own;
+}
 
 enum class Outcome { done, failed, gaveUp };
 
@@ -73,8 +57,8 @@ enum class Outcome { done, failed, gaveUp };
 // waits, in a poll that is never longer than some milliseconds.
 template <class GiveUp>
 Outcome writeWaiting(int fd, std::string_view& text, GiveUp giveUp) {
-    const OwnDescriptor own(fd);
-    const int to = own.isOpen() ? own.get() : fd;
+    const Base::FileDescriptor own = ownDescriptor(fd);
+    const int to = own.isOpen() ? own.number() : fd;
     const std::size_t longest = own.isOpen() ? text.size() : PIPE_BUF;
     while (!text.empty()) {
         if (giveUp()) return Outcome::gaveUp;
