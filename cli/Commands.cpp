@@ -170,6 +170,15 @@ Plan planMacFieldSet(const Match& match) {
     };
 }
 
+Plan planClear(const Match& match) {
+    ClearScope scope;
+    scope.policy = match.name();
+    scope.cpu = !match.has("interface");
+    scope.input = !match.has("cpu") && !match.has("output");
+    scope.output = !match.has("cpu") && !match.has("input");
+    return [scope](const Session& session) { return clearCounters(session, scope); };
+}
+
 // Words that are no command, but that a user has reason to expect as one, and what to say to them.
 struct Refusal {
     std::string_view line;
@@ -242,8 +251,8 @@ const std::vector<Command>& commands() {
          "the rules that name it, and where their policies are attached", planReferences},
         {"show traffic-policy state", "the state directory: documents, counts, last clear",
          [](const Match&) { return Plan(reportState); }},
-        {"clear traffic-policy counters", "lets the counts of later shows begin now",
-         [](const Match&) { return Plan(clearCounters); }},
+        {"clear traffic-policy counters [policy NAME] [interface [input | output] | cpu]",
+         "lets the counts of later shows begin now, all or only these", planClear},
     };
     return rows;
 }

@@ -2,6 +2,9 @@
 
 #include <sys/stat.h>
 
+#include <map>
+#include <string>
+
 #include "base/Escape.h"
 #include "base/Time.h"
 #include "cli/ExitStatus.h"
@@ -108,24 +111,60 @@ U64 failuresOf(const State& state) {
     return failures;
 }
 
+struct ClearTarget {
+    const char* key;
+    const char* label;
+    const TrafficPolicy::Counter& counter;
+};
+
+// "2026-05-20T10:13:20Z, by admin on pts/3"
+void tellClear(RendererV2& renderer, const TrafficPolicy::Clear& clear) {
+    renderer.text(Base::timeText(clear.time));
+    if (!clear.user.empty()) renderer.text(", by ").name(clear.user);
+    if (!clear.terminal.empty()) renderer.text(" on ").name(clear.terminal);
+    renderer.endLine();
+}
+
+void listClear(RendererV2& renderer, const ClearTarget& target, const std::string* policy,
+               const TrafficPolicy::Clear& clear) {
+    const auto object = renderer.object();
+    renderer.pair("target", std::string_view(target.key));
+    if (policy != nullptr) renderer.pair("policy", *policy);
+    renderer.pair("time", Base::timeText(clear.time));
+    if (!clear.user.empty()) renderer.pair("user", clear.user);
+    if (!clear.terminal.empty()) renderer.pair("terminal", clear.terminal);
+}
+
 void reportLastClear(RendererV2& renderer, const Session& session) {
     const auto snapshots = StateDirectory::readSnapshots(session.stateDirectory());
-    const struct {
-        const char* key;
-        const char* label;
-        const Orb::Ptr<TrafficPolicy::Counter>& counter;
-    } targets[] = {{"cpu", "CPU", snapshots.cpu},
-                   {"interfaceInput", "interface input", snapshots.interfaceInput},
-                   {"interfaceOutput", "interface output", snapshots.interfaceOutput}};
-    const auto times = renderer.object("lastClear");
-    for (const auto& target : targets) {
-        const Orb::Seconds time = target.counter->timestamp();
+    const ClearTarget targets[] = {
+        {"cpu", "CPU", *snapshots.cpu},
+        {"interfaceInput", "interface input", *snapshots.interfaceInput},
+        {"interfaceOutput", "interface output", *snapshots.interfaceOutput}};
+    {
+        const auto times = renderer.object("lastClear");
+        for (const ClearTarget& target : targets) {
+            const Orb::Seconds time = target.counter.timestamp();
+            if (time.count() > 0) renderer.pair(target.key, Base::timeText(time));
+        }
+    }
+    const auto clears = renderer.list("clears");
+    for (const ClearTarget& target : targets) {
+        const TrafficPolicy::Clear all{target.counter.timestamp(), target.counter.user(),
+                                       target.counter.terminal()};
         renderer.text("Last clear of ").text(target.label).text(": ");
-        if (time.count() > 0) {
-            renderer.pair(target.key, Base::timeText(time));
-            renderer.text(Base::timeText(time)).endLine();
+        if (all.time.count() > 0) {
+            tellClear(renderer, all);
+            listClear(renderer, target, nullptr, all);
         } else {
             renderer.text("never").endLine();
+        }
+        std::map<std::string, TrafficPolicy::Clear> ofPolicies;
+        for (const auto& [policy, clear] : target.counter.policyClear()) ofPolicies[policy] = clear;
+        for (const auto& [policy, clear] : ofPolicies) {
+            renderer.text("   only policy ").name(policy).text(": ");
+            tellClear(renderer, clear);
+            listClear(renderer, target, &policy, clear);
         }
     }
 }

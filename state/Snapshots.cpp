@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <map>
 #include <vector>
 
 #include "state/Counts.h"
@@ -14,6 +15,7 @@
 namespace StateDirectory {
 
 using PolicyMap::IntfCountData;
+using TrafficPolicy::Clear;
 using TrafficPolicy::Counter;
 using TrafficPolicy::CounterKey;
 using TrafficPolicy::CounterVersion;
@@ -56,9 +58,29 @@ void readByPolicy(const Node& node, Enter enter) {
     });
 }
 
+constexpr Key<Clear> clearKeys[] = {
+    {"timestamp", [](const Node& node, Clear& to) { to.time = Orb::Seconds(node.seconds()); },
+     Presence::required},
+    {"user", [](const Node& node, Clear& to) { to.user = readName(node); }},
+    {"terminal", [](const Node& node, Clear& to) { to.terminal = readName(node); }},
+};
+
 constexpr Key<Counter> counterKeys[] = {
     {"timestamp",
      [](const Node& node, Counter& to) { to.timestampIs(Orb::Seconds(node.seconds())); }},
+    {"user", [](const Node& node, Counter& to) { to.userIs(readName(node)); }},
+    {"terminal", [](const Node& node, Counter& to) { to.terminalIs(readName(node)); }},
+    {"policyClear",
+     [](const Node& node, Counter& to) {
+         for (const auto& [name, element] : node.object()) {
+             const Node member(node, name, element);
+             Clear clear;
+             readObject(member, clearKeys, clear);
+             const Orb::String policy = nameKey(member, name);
+             if (to.policyClear(policy) != nullptr) member.refuseRepeated();
+             to.policyClearIs(policy, clear);
+         }
+     }},
     {"snapshot",
      [](const Node& node, Counter& to) {
          readByPolicy(node,
@@ -101,8 +123,8 @@ class Writer {
     void target(std::string_view name, const Counter& counter) {
         key(name);
         open();
-        key("timestamp");
-        append(counter.timestamp().count());
+        clear({counter.timestamp(), counter.user(), counter.terminal()});
+        policyClears(counter);
         key("snapshot");
         byPolicy(counter.snapshot(), &CounterKey::className, [&](const CounterVersion& version) {
             identity(version.uniqueId);
@@ -111,6 +133,28 @@ class Writer {
         key("namedSnapshot");
         byPolicy(counter.namedSnapshot(), &NamedCounterKey::counterName,
                  [&](const Orb::Ptr<NamedCounterVersion>& version) { named(*version); });
+        close();
+    }
+
+    void clear(const Clear& clear) {
+        key("timestamp");
+        append(clear.time.count());
+        value("user", clear.user);
+        value("terminal", clear.terminal);
+    }
+    // In the order of the names, nothing without any.
+    void policyClears(const Counter& counter) {
+        if (counter.policyClear().empty()) return;
+        std::map<std::string_view, const Clear*> sorted;
+        for (const auto& [policy, clear] : counter.policyClear()) sorted[policy] = &clear;
+        key("policyClear");
+        open();
+        for (const auto& [policy, own] : sorted) {
+            name(policy);
+            open();
+            clear(*own);
+            close();
+        }
         close();
     }
 
@@ -169,20 +213,33 @@ class Writer {
 
     // A key from outside.
     void name(std::string_view name) {
-        if (!isName(name) || !simdjson::validate_utf8(name)) {
-            throw StateError("a snapshot of the name " + inQuotes(name) +
-                             ", expected a name without control characters");
-        }
+        checkName(name);
         key(name);
+    }
+    // A key with a name from outside; nothing when that is empty.
+    void value(std::string_view name, std::string_view value) {
+        if (value.empty()) return;
+        checkName(value);
+        key(name);
+        string(value);
+    }
+    static void checkName(std::string_view name) {
+        if (canBeName(name)) return;
+        throw StateError("a snapshot of the name " + inQuotes(name) +
+                         ", expected a name without control characters");
     }
     void key(std::string_view name) {
         if (text_.back() != '{') text_ += ',';
+        string(name);
+        text_ += ':';
+    }
+    void string(std::string_view text) {
         text_ += '"';
-        for (const char character : name) {
+        for (const char character : text) {
             if (character == '"' || character == '\\') text_ += '\\';
             text_ += character;
         }
-        text_ += "\":";
+        text_ += '"';
     }
     void open() { text_ += '{'; }
     void close() { text_ += '}'; }
@@ -210,6 +267,8 @@ Snapshots readSnapshotsDocument(const std::string& path) {
     readObject(document.root(), snapshotsKeys, snapshots);
     return snapshots;
 }
+
+bool canBeName(std::string_view text) { return isName(text) && simdjson::validate_utf8(text); }
 
 Reef::UsedIdentities identitiesOf(const Snapshots& snapshots) {
     Reef::UsedIdentities identities;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "hive/PolicyMapStatus.h"
 #include "reef/UnusedIdentities.h"
@@ -25,6 +26,9 @@ inline std::string snapshotsPath(const std::string& directory) {
 Snapshots readSnapshots(const std::string& directory);
 // The same of the document's own path.
 Snapshots readSnapshotsDocument(const std::string& path);
+
+// Says whether a document can bear the text, as a name, a user or a terminal.
+bool canBeName(std::string_view text);
 
 // The identities of all records that a snapshot was taken of, with the highest snapshot of each.
 Reef::UsedIdentities identitiesOf(const Snapshots& snapshots);

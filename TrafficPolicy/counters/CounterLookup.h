@@ -38,4 +38,16 @@ U64 getInterfaceByteCount(const Orb::Ptr<const TrafficPolicy::Counter>& counter,
                           const PolicyMap::IntfCountData& intfData,
                           const Orb::String& policyName) noexcept;
 
+// Whether a live count that is shown as 0 is below its snapshot. countsBytes: bytes are shown too.
+bool isRuleBelowSnapshot(const Orb::Ptr<const TrafficPolicy::Counter>& counter,
+                         const PolicyMap::PacketDataStatus& data,
+                         const Orb::String& policyName) noexcept;
+bool isNamedBelowSnapshot(const Orb::Ptr<const TrafficPolicy::Counter>& counter,
+                          const PolicyMap::PacketDataStatus& data, const Orb::String& policyName,
+                          bool countsBytes) noexcept;
+bool isInterfaceBelowSnapshot(const Orb::Ptr<const TrafficPolicy::Counter>& counter,
+                              const PolicyMap::PacketDataStatus& data,
+                              const PolicyMap::IntfCountData& intfData,
+                              const Orb::String& policyName, bool countsBytes) noexcept;
+
 }  // namespace TrafficPolicyCli

@@ -12,8 +12,6 @@ namespace TrafficPolicyCli {
 
 using PolicyMap::IntfCountData;
 using PolicyMap::PacketDataStatus;
-using PolicyMap::Counters::PolicyMapCounters;
-using PolicyMap::Counters::PolicyMapKey;
 using TrafficPolicy::Counter;
 using TrafficPolicy::CounterKey;
 using TrafficPolicy::CounterVersion;
@@ -59,21 +57,37 @@ void removeGoneInterfaces(NamedCounterVersion& version, const std::set<Wire::Int
     }
 }
 
+// policyName: null: of all policies.
+void removeStaleSnapshots(Counter& counter,
+                          const PolicyMap::PolicyMapCounterStatusReaderBase& reader,
+                          const Orb::String* policyName) {
+    const auto isKept = [&](const Orb::String& policy) {
+        return policyName != nullptr && *policyName != policy;
+    };
+    for (auto at = counter.snapshot().begin(); at != counter.snapshot().end();) {
+        const auto& [policy, name] = at->key;
+        const bool isLive = isKept(policy) || reader.hasClassCounter({policy, ""}, name);
+        at = isLive ? at + 1 : counter.snapshotDel(at);
+    }
+    for (auto at = counter.namedSnapshot().begin(); at != counter.namedSnapshot().end();) {
+        const auto& [policy, name] = at->key;
+        if (isKept(policy)) {
+            ++at;
+            continue;
+        }
+        const auto live = reader.namedCounterIntfs({policy, ""}, name);
+        if (live) removeGoneInterfaces(*at->value, *live);
+        at = live ? at + 1 : counter.namedSnapshotDel(at);
+    }
+}
+
 }  // namespace
 
 void _cleanupStaleSnapshots(
     Orb::Ptr<Counter> counter,  // NOLINT(performance-unnecessary-value-param)
     const Orb::Ptr<const PolicyMap::PolicyMapCounterStatusReaderBase>& reader) {
     SHOW_TRACE_ENTRY();
-    for (auto at = counter->snapshot().begin(); at != counter->snapshot().end();) {
-        const bool isLive = reader->hasClassCounter({at->key.policyName, ""}, at->key.className);
-        at = isLive ? at + 1 : counter->snapshotDel(at);
-    }
-    for (auto at = counter->namedSnapshot().begin(); at != counter->namedSnapshot().end();) {
-        const auto live = reader->namedCounterIntfs({at->key.policyName, ""}, at->key.counterName);
-        if (live) removeGoneInterfaces(*at->value, *live);
-        at = live ? at + 1 : counter->namedSnapshotDel(at);
-    }
+    removeStaleSnapshots(*counter, *reader, nullptr);
 }
 
 TrafficPolicyHiveCounterSnapshotHelper::TrafficPolicyHiveCounterSnapshotHelper(
@@ -83,18 +97,28 @@ TrafficPolicyHiveCounterSnapshotHelper::TrafficPolicyHiveCounterSnapshotHelper(
 void TrafficPolicyHiveCounterSnapshotHelper::clearCounter() {
     SHOW_TRACE_ENTRY();
     if (!status()) return;
-    for (const auto& [policyName, policyStatus] : status()->policyMapStatus()) {
-        for (const auto& [name, record] : policyStatus->namedCounter()) {
-            snapshotNamed(*target(), policyName, *record, true);
-        }
-        for (const auto& [name, record] : policyStatus->classCounter()) {
-            snapshotClass(*target(), policyName, *record);
-        }
-        clearedCounters_ +=
-            U64{policyStatus->namedCounter().size()} + policyStatus->classCounter().size();
-    }
+    for (const auto& [policyName, policy] : status()->policyMapStatus()) snapshotPolicy(*policy);
     target()->timestampIs(Orb::now());
     _cleanupStaleSnapshots(target(), this);
+}
+
+void TrafficPolicyHiveCounterSnapshotHelper::clearCounterOf(const Orb::String& policyName) {
+    SHOW_TRACE_ENTRY();
+    if (!status()) return;
+    const Orb::Ptr<const PolicyMap::PolicyMapStatus> policy = status()->policyMapStatus(policyName);
+    if (policy) snapshotPolicy(*policy);
+    removeStaleSnapshots(*target(), *this, &policyName);
+}
+
+void TrafficPolicyHiveCounterSnapshotHelper::snapshotPolicy(
+    const PolicyMap::PolicyMapStatus& policy) {
+    for (const auto& [name, record] : policy.namedCounter()) {
+        snapshotNamed(*target(), policy.name(), *record, true);
+    }
+    for (const auto& [name, record] : policy.classCounter()) {
+        snapshotClass(*target(), policy.name(), *record);
+    }
+    clearedCounters_ += U64{policy.namedCounter().size()} + policy.classCounter().size();
 }
 
 TrafficPolicyReefCounterSnapshotHelper::TrafficPolicyReefCounterSnapshotHelper(
@@ -106,28 +130,41 @@ TrafficPolicyReefCounterSnapshotHelper::TrafficPolicyReefCounterSnapshotHelper(
 
 void TrafficPolicyReefCounterSnapshotHelper::clearCounter() {
     SHOW_TRACE_ENTRY();
+    clear(nullptr);
+}
+
+void TrafficPolicyReefCounterSnapshotHelper::clearCounterOf(const Orb::String& policyName) {
+    SHOW_TRACE_ENTRY();
+    clear(&policyName);
+}
+
+void TrafficPolicyReefCounterSnapshotHelper::clear(const Orb::String* policyName) {
     if (!counters()) return;
     try {
         // All is read before anything is written: a store that is damaged half-way leaves the
         // target as it was.
-        std::vector<std::pair<PolicyMapKey, PolicyMapCounters>> live;
+        std::vector<Live> live;
         for (const auto& key : counters()->policyMapKeys()) {
+            if (policyName != nullptr && key.policyName != *policyName) continue;
             live.emplace_back(key, counters()->policyMapCounters(key));
         }
-        for (const auto& [key, policy] : live) {
-            for (const auto& record : policy.namedCounter) {
-                snapshotNamed(*target(), key.policyName, *record, perInterface());
-            }
-            for (const auto& record : policy.classCounter) {
-                snapshotClass(*target(), key.policyName, *record);
-            }
-            clearedCounters_ += policy.namedCounter.size() + policy.classCounter.size();
-        }
-        target()->timestampIs(Orb::now());
-        _cleanupStaleSnapshots(target(), this);
+        for (const Live& policy : live) snapshotPolicy(policy);
+        if (policyName == nullptr) target()->timestampIs(Orb::now());
+        removeStaleSnapshots(*target(), *this, policyName);
     } catch (const Cairn::CorruptionDetectedException& corruption) {
         ReefValueMapBase::handleCorruptionDetected(corruption.what(), counters()->manager());
     }
+}
+
+void TrafficPolicyReefCounterSnapshotHelper::snapshotPolicy(const Live& policy) {
+    const auto& [key, counters] = policy;
+    for (const auto& record : counters.namedCounter) {
+        snapshotNamed(*target(), key.policyName, *record, perInterface());
+    }
+    for (const auto& record : counters.classCounter) {
+        snapshotClass(*target(), key.policyName, *record);
+    }
+    clearedCounters_ += counters.namedCounter.size() + counters.classCounter.size();
 }
 
 DEFINE_FACTORY_AND_CREATOR(

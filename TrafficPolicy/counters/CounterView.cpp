@@ -1,5 +1,6 @@
 #include "counters/CounterView.h"
 
+#include "base/Time.h"
 #include "counters/CounterLookup.h"
 #include "frame/Trace.h"
 
@@ -33,6 +34,24 @@ struct Counted {
     bool byteSwitch;
 };
 
+// Why a figure is 0, where the live count fell below what it was at the last clear.
+void renderBelow(RendererV2& renderer, bool isBelow) {
+    if (isBelow) renderer.pair("belowSnapshot", true);
+}
+
+// Since when the figures of a policy count, and who had them begin then, where that is known.
+void renderLastClear(RendererV2& renderer, const PolicyState& policyState,
+                     const Direction& direction) {
+    const auto& snapshots = direction.snapshots(policyState);
+    if (!snapshots) return;
+    const TrafficPolicy::Clear clear = snapshots->lastClear(policyState.name());
+    if (!clear.isKnown()) return;
+    const auto object = renderer.object("lastClear");
+    renderer.pair("time", Base::timeText(clear.time));
+    renderer.pair("user", clear.user);
+    if (!clear.terminal.empty()) renderer.pair("terminal", clear.terminal);
+}
+
 void renderInterfaces(RendererV2& renderer, const Counted& counted,
                       const PolicyMap::PacketDataStatus& data, U32 indent) {
     const auto interfaces = renderer.object("interfaces");
@@ -43,6 +62,8 @@ void renderInterfaces(RendererV2& renderer, const Counted& counted,
         const auto object = renderer.object(intfId.stringValue());
         renderer.pair("packetCount", packets);
         if (counted.byteSwitch) renderer.pair("byteCount", bytes);
+        renderBelow(renderer, isInterfaceBelowSnapshot(counted.snapshots, data, *intfData,
+                                                       policyName, counted.byteSwitch));
         renderer.indent(indent).name(intfId.stringValue()).text(": ");
         renderCounts(renderer, packets, bytes, counted.byteSwitch);
         renderer.endLine();
@@ -68,6 +89,8 @@ void renderNamedCounterInfo(RendererV2& renderer, const Counted& counted,
     const auto totals = renderer.object("totals");
     renderer.pair("packetTotal", packets);
     if (counted.byteSwitch) renderer.pair("byteTotal", bytes);
+    renderBelow(renderer,
+                isNamedBelowSnapshot(counted.snapshots, *data, policyName, counted.byteSwitch));
 }
 
 // Sorts the count actions of a policy's rules, whose names the direction's status entries give.
@@ -145,6 +168,8 @@ void renderPolicyUnnamedCountersInfo(RendererV2& renderer, const PolicyState& po
         const auto rule = renderer.object(className);
         const auto totals = renderer.object("totals");
         renderer.pair("packetTotal", packets);
+        renderBelow(renderer, isRuleBelowSnapshot(direction.snapshots(policyState), *data,
+                                                  policyState.name()));
     }
 }
 
@@ -177,6 +202,7 @@ void _renderTrafficPolicyCounters(RendererV2& renderer, const PolicyRecords& pol
         const auto object = renderer.object(name);
         renderPolicyNamedCountersInfo(renderer, *record, named, byteSwitch, side);
         renderPolicyUnnamedCountersInfo(renderer, *record, unnamed, side);
+        if (!named.empty() || !unnamed.empty()) renderLastClear(renderer, *record, direction);
     }
 }
 

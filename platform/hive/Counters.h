@@ -168,6 +168,15 @@ class ORB_EXPORT NamedCounterVersion : public Orb::PtrInterface {
     ORB_ATTRIBUTE(perIntfCount, Orb::RbTreeMap<Wire::IntfId, Orb::Ptr<PolicyMap::IntfCountData>>)
 };
 
+// A clear: when it was, and whose.
+struct Clear {
+    Orb::Seconds time{0};  // 0: never
+    Orb::String user;      // empty: not known
+    Orb::String terminal;  // as "pts/3"; empty: none, or not known
+    bool isKnown() const { return time.count() > 0 && !user.empty(); }
+    Orb::String stringValue() const { return std::to_string(time.count()) + " " + user; }
+};
+
 // The snapshots of one target that the last clears left.
 class ORB_EXPORT Counter : public Orb::PtrInterface {
     ORB_TYPE(Counter)
@@ -176,6 +185,17 @@ class ORB_EXPORT Counter : public Orb::PtrInterface {
     // namedSnapshotIs(key, uniqueId) makes an empty version with that identity.
     ORB_ATTRIBUTE(namedSnapshot, Orb::HashMap2018<NamedCounterKey, Orb::Ptr<NamedCounterVersion>>)
     ORB_ATTRIBUTE(timestamp, Orb::Seconds)  // of the last clear; 0: never cleared
+    // Whose that clear was; empty: not known.
+    ORB_ATTRIBUTE(user, Orb::String)
+    ORB_ATTRIBUTE(terminal, Orb::String)
+    // Of policies that were cleared alone since then.
+    ORB_ATTRIBUTE(policyClear, Orb::HashMap2018<Orb::String, Clear>)
+
+    // The last clear of a policy.
+    Clear lastClear(const Orb::String& policyName) const {
+        const Clear* const own = policyClear(policyName);
+        return own != nullptr ? *own : Clear{timestamp(), user(), terminal()};
+    }
 };
 
 }  // namespace TrafficPolicy

@@ -240,6 +240,105 @@ TEST_F(ClearCounters, writesNothingWhereNothingChanged) {
     EXPECT_EQ(contentsOf(document_), before);
 }
 
+// Policies P and Q in every target, live at 9 packets; their snapshots at 3, each with one of a
+// rule that is gone.
+class ScopedClear : public ClearCounters {
+  protected:
+    ScopedClear() {
+        const auto both = [](const std::string& text) {
+            return "{\"P\": " + text + ", \"Q\": " + text + "}";
+        };
+        const auto figures = [](int identity, int packets) {
+            return "{\"uniqueId\": " + std::to_string(identity) +
+                   ", \"packets\": " + std::to_string(packets) + "}";
+        };
+        std::string status;
+        std::string snapshots;
+        for (const char* name : {"cpu", "interfaceInput", "interfaceOutput"}) {
+            const std::string key = ", \"" + std::string(name) + "\": ";
+            status += key + R"({"policyMapStatus": )" +
+                      both(R"({"classCounter": {"r": )" + figures(1, 9) +
+                           R"(}, "namedCounter": {"c": )" + figures(2, 9) + "}}") +
+                      "}";
+            snapshots += key + R"({"timestamp": 7, "user": "before", "snapshot": )" +
+                         both("{\"r\": " + figures(1, 3) + ", \"gone\": " + figures(5, 3) + "}") +
+                         R"(, "namedSnapshot": )" + both("{\"c\": " + figures(2, 3) + "}") + "}";
+        }
+        hiveStatus_ = R"({"hwStatus": {})" + status + "}";
+        reefStatus_ = R"({"hwStatus": {"countersInReef": true})" + status + "}";
+        before_ = "{" + snapshots.substr(2) + "}";
+    }
+
+    // "+P -Q": P was cleared, Q stands as it was; whose clear each is, where it is not of before.
+    static std::string textOf(const TrafficPolicy::Counter& target) {
+        std::string text;
+        for (const std::string policy : {"P", "Q"}) {
+            const auto* const rule = target.snapshot(TrafficPolicy::CounterKey{policy, "r"});
+            const auto* const named =
+                target.namedSnapshot(TrafficPolicy::NamedCounterKey{policy, "c"});
+            const bool hasGone =
+                target.snapshot(TrafficPolicy::CounterKey{policy, "gone"}) != nullptr;
+            const U64 packets = rule == nullptr ? 0 : rule->packets;
+            EXPECT_TRUE(named != nullptr && named->totalCount().packets == packets);
+            const bool isCleared = packets == 9 && !hasGone;
+            text += isCleared ? "+" : packets == 3 && hasGone ? "-" : "?";
+            text += policy;
+            const auto clear = target.lastClear(policy);
+            if ((clear.user != "before") != isCleared || (clear.time.count() == 7) == isCleared) {
+                text += "!";
+            }
+        }
+        return text;
+    }
+
+    std::string hiveStatus_, reefStatus_, before_;
+};
+
+TEST_F(ScopedClear, leavesEverythingElseAsItWas) {
+    const std::string none = "-P-Q";
+    const std::string all = "+P+Q";
+    const std::string onlyP = "+P-Q";
+    const struct {
+        Cli::ClearScope scope;
+        std::vector<std::string> targets;  // the CPU, input, output
+        int counters;
+    } rows[] = {
+        {{}, {all, all, all}, 12},
+        {{"P"}, {onlyP, onlyP, onlyP}, 6},
+        {{"", true, false, false}, {all, none, none}, 4},
+        {{"", false, true, true}, {none, all, all}, 8},
+        {{"", false, true, false}, {none, all, none}, 4},
+        {{"P", false, false, true}, {none, none, onlyP}, 2},
+        {{"P", true, false, false}, {onlyP, none, none}, 2},
+        {{"NOPE"}, {none, none, none}, 0},
+    };
+    for (const bool isReef : {false, true}) {
+        fileIs(folder_.file("status.json"), isReef ? reefStatus_ : hiveStatus_);
+        if (isReef) makeStore();
+        for (const auto& row : rows) {
+            SCOPED_TRACE(row.counters);
+            fileIs(document_, before_);
+            const Captured::MemoryFile output;
+            testing::internal::CaptureStderr();
+            EXPECT_EQ(Cli::clearCounters(session(static_cast<U32>(output.fd())), row.scope), 0);
+            EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                      row.counters == 0 ? "tpcli: there is no traffic policy \"NOPE\"\n" : "");
+            EXPECT_EQ(output.text(),
+                      "Cleared " + std::to_string(row.counters) + " traffic-policy counters\n");
+            const auto snapshots = StateDirectory::readSnapshots(folder_.path());
+            EXPECT_EQ((std::vector{textOf(*snapshots.cpu), textOf(*snapshots.interfaceInput),
+                                   textOf(*snapshots.interfaceOutput)}),
+                      row.targets);
+        }
+    }
+    // A clear of all policies is theirs, too.
+    Cli::ClearScope scope{"P"};
+    const Captured::MemoryFile output;
+    EXPECT_EQ(Cli::clearCounters(session(static_cast<U32>(output.fd())), scope), 0);
+    EXPECT_EQ(Cli::clearCounters(session(static_cast<U32>(output.fd()))), 0);
+    EXPECT_TRUE(StateDirectory::readSnapshots(folder_.path()).cpu->policyClear().empty());
+}
+
 // The store is mapped, then cut: the input direction is read whole, the output one cannot be.
 TEST_F(ClearCounters, keepsBothDirectionsOfAStoreThatIsCutInBetween) {
     std::string rules;

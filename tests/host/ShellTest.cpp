@@ -101,7 +101,7 @@ TEST_F(ShellOfCommands, tellsOfTheState) {
     runTpcli(with({"clear", "traffic-policy", "counters"}));
     const std::string text = runTpcli(with({"show", "traffic-policy", "state"})).output;
     for (const char* line : {"   status.json: 106 bytes, changed ", "Policies: 1\nRules: 0\n",
-                             "Last clear of CPU: 20", "Failed installations: 1\n",
+                             "Last clear of CPU: 20", "Z, by ", "Failed installations: 1\n",
                              "Last clear of interface input: never\n", "not available: "}) {
         EXPECT_THAT(text, HasSubstr(line));
     }

@@ -21,6 +21,11 @@ class TrafficPolicyHiveCounterSnapshotHelper : public PolicyMap::PolicyMapHiveCo
     // Writes the value of every live counter into the target, stamps it with the time, and removes
     // snapshots whose counter is gone. Without a source it does nothing.
     virtual void clearCounter();
+    // The same of one policy: the snapshots of all others stay, and so does the time of the target.
+    ORB_EXPORT void clearCounterOf(const Orb::String& policyName);
+
+  private:
+    void snapshotPolicy(const PolicyMap::PolicyMapStatus& policy);
 };
 
 class TrafficPolicyReefCounterSnapshotHelper : public PolicyMap::PolicyMapReefCounterStatusReader {
@@ -37,6 +42,14 @@ class TrafficPolicyReefCounterSnapshotHelper : public PolicyMap::PolicyMapReefCo
     // The same. A damaged store is handed to the corruption handler, and the target stays as it
     // was. A single record that is not available keeps its former snapshot.
     virtual void clearCounter();
+    ORB_EXPORT void clearCounterOf(const Orb::String& policyName);
+
+  private:
+    using Live =
+        std::pair<PolicyMap::Counters::PolicyMapKey, PolicyMap::Counters::PolicyMapCounters>;
+    // policyName: null: of all policies.
+    void clear(const Orb::String* policyName);
+    void snapshotPolicy(const Live& policy);
 };
 
 // Removes the snapshots, and those of single interfaces, whose live record the reader does not
