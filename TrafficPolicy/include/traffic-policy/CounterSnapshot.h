@@ -22,7 +22,7 @@ class TrafficPolicyHiveCounterSnapshotHelper : public PolicyMap::PolicyMapHiveCo
     // snapshots whose counter is gone. Without a source it does nothing.
     virtual void clearCounter();
     // The same of one policy: the snapshots of all others stay, and so does the time of the target.
-    ORB_EXPORT void clearCounterOf(const Orb::String& policyName);
+    virtual void clearCounterOf(const Orb::String& policyName);
 
   private:
     void snapshotPolicy(const PolicyMap::PolicyMapStatus& policy);
@@ -42,7 +42,7 @@ class TrafficPolicyReefCounterSnapshotHelper : public PolicyMap::PolicyMapReefCo
     // The same. A damaged store is handed to the corruption handler, and the target stays as it
     // was. A single record that is not available keeps its former snapshot.
     virtual void clearCounter();
-    ORB_EXPORT void clearCounterOf(const Orb::String& policyName);
+    virtual void clearCounterOf(const Orb::String& policyName);
 
   private:
     using Live =
