@@ -9,7 +9,7 @@ export LC_ALL=C.UTF-8
 cores=$(nproc)
 # shellcheck disable=SC2034 # read by the scripts that source this file
 build_packages=(g++ cmake ninja-build libsimdjson-dev libmimalloc-dev libedit-dev libpcap-dev
-    libtins-dev)
+    libtins-dev libmicrohttpd-dev zlib1g-dev)
 
 die() {
     printf '%s: %s\n' "$script" "$*" >&2
@@ -38,7 +38,12 @@ stage() {
 install_packages() {
     # An unreachable source among several is no reason to stop; a missing package is.
     apt-get -q update || echo "apt-get update failed, going on with the lists that are there"
-    DEBIAN_FRONTEND=noninteractive apt-get -q -y --no-install-recommends install "$@"
+    # Servers that the tests start themselves must not be started by their packages.
+    local policy=/usr/sbin/policy-rc.d status=0 own=
+    [[ -e $policy ]] || { own=$policy && printf '#!/bin/sh\nexit 101\n' >"$own" && chmod 755 "$own"; }
+    DEBIAN_FRONTEND=noninteractive apt-get -q -y --no-install-recommends install "$@" || status=$?
+    [[ -z $own ]] || rm "$own"
+    return "$status"
 }
 
 # need_packages PACKAGE...: installs those Debian packages that are missing, and says nothing when

@@ -374,4 +374,13 @@ Installed Attachments::installed(const Attachment& attachment, MatchOption optio
                                        : other->errorText};
 }
 
+bool Attachments::isTold(const Attachment& attachment, MatchOption option, Target target) const {
+    if (option == MatchOption::ipv4 || option == MatchOption::ipv6) return true;
+    const Reports& reports = target == Target::kernel ? attachment.kernel : attachment.hardware;
+    return target == Target::hardware &&
+           (reports.empty() || std::ranges::any_of(reports, [&](const auto* report) {
+                return report->installation(option) != nullptr;
+            }));
+}
+
 }  // namespace TrafficPolicyCli::Diagnosis

@@ -76,6 +76,9 @@ class Attachments {
     std::vector<Attachment> at(Place place, const Orb::String& point) const;
 
     Installed installed(const Attachment& attachment, MatchOption option, Target target) const;
+    // Says whether the platform would have told of the family, had it done something: of MAC and
+    // MPLS it may say nothing, which means nothing then.
+    bool isTold(const Attachment& attachment, MatchOption option, Target target) const;
 
     // The current version of a policy; null: there is none, or no such policy.
     const PolicyMap::PolicyMapSubConfig* versionOf(const Orb::String& policy) const;

@@ -11,13 +11,12 @@ namespace {
 struct Family {
     MatchOption option;
     Orb::String label;
-    bool isAlwaysReported;  // else a platform may say nothing of it, which means nothing then
 };
 const Family families[] = {
-    {MatchOption::ipv4, "IPv4", true},
-    {MatchOption::ipv6, "IPv6", true},
-    {MatchOption::mac, "MAC", false},
-    {MatchOption::mpls, "MPLS", false},
+    {MatchOption::ipv4, "IPv4"},
+    {MatchOption::ipv6, "IPv6"},
+    {MatchOption::mac, "MAC"},
+    {MatchOption::mpls, "MPLS"},
 };
 
 Orb::String withReason(const Orb::String& text, const Orb::String& reason) {
@@ -72,22 +71,12 @@ class PointProblems {
             if (installed.outcome == Outcome::failed) {
                 add(ProblemKind::installationFailed, target, family,
                     withReason("failed", installed.reason));
-            } else if (installed.outcome == Outcome::notProcessed && isTold(family, target)) {
+            } else if (installed.outcome == Outcome::notProcessed &&
+                       attachments_.isTold(attachment_, family.option, target)) {
                 add(ProblemKind::notProcessed, target, family,
                     withReason("pending", installed.reason));
             }
         }
-    }
-
-    // Says whether the platform would have told of the family, had it done something.
-    bool isTold(const Family& family, Target target) const {
-        if (family.isAlwaysReported) return true;
-        const Reports& reports =
-            target == Target::kernel ? attachment_.kernel : attachment_.hardware;
-        return target == Target::hardware &&
-               (reports.empty() || std::ranges::any_of(reports, [&](const auto* report) {
-                    return report->installation(family.option) != nullptr;
-                }));
     }
 
     void findLeftOver(Target target) {

@@ -7,7 +7,7 @@ namespace TrafficPolicyCli::Diagnosis {
 
 namespace {
 
-constexpr std::string_view problemKeys[] = {
+constexpr std::string_view keys[] = {
     "unknownPolicy",       "noCurrentVersion",     "notAttached",          "unknownVrf",
     "unknownInterface",    "installationFailed",   "notProcessed",         "removedPolicy",
     "notConfigured",       "ruleNotTaken",         "removedRule",          "undefinedFieldSet",
@@ -61,7 +61,8 @@ void addUnknownInterfaces(const DiagnosisSources& sources, const Orb::String& on
 
 }  // namespace
 
-std::string_view keyOf(ProblemKind kind) { return problemKeys[static_cast<std::size_t>(kind)]; }
+std::string_view keyOf(ProblemKind kind) { return keys[static_cast<std::size_t>(kind)]; }
+std::span<const std::string_view> problemKeys() { return keys; }
 
 bool vrfExists(const DiagnosisSources& sources, const L3::VrfName& vrf) {
     return !sources.allVrfConfig || vrf == "default" || sources.allVrfConfig->vrf().contains(vrf);

@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <span>
 
 #include "diagnosis/Attachments.h"
 #include "diagnosis/NaturalOrder.h"
@@ -36,6 +37,8 @@ enum class ProblemKind : U8 {
 
 // "unknownPolicy" and so on.
 std::string_view keyOf(ProblemKind kind);
+// Those of all kinds, in their order.
+std::span<const std::string_view> problemKeys();
 
 struct ProblemPoint {
     Place place;

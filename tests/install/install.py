@@ -43,7 +43,7 @@ def check_programs(prefix, *chroot):
     if typed.returncode or complaint:
         faults.append(f"the shell ends with {typed.returncode} and says {complaint!r}")
     version = (ROOT / "platform/base/Version.h").read_text().split('version = "')[1].split('"')[0]
-    for program in ("tpcli", "counteragent"):
+    for program in ("tpcli", "counteragent", "tpexporter"):
         found = run(*chroot, prefix / "bin" / program, "--version")
         if found != f"{program} {version}\n":
             faults.append(f"{program} --version says {found!r}")
