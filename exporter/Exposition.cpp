@@ -1,7 +1,7 @@
 #include "exporter/Exposition.h"
 
+#include <algorithm>
 #include <charconv>
-#include <cstdio>
 
 #include "base/Version.h"
 
@@ -29,8 +29,7 @@ class Samples {
     Samples& begin();
     Samples& label(std::string_view name, std::string_view value) {
         if (value.empty()) return *this;
-        out_ += hasLabels_ ? ',' : '{';
-        hasLabels_ = true;
+        out_ += out_.size() > labelsAt_ ? ',' : '{';
         out_.append(name).append("=\"");
         appendEscaped(value);
         out_ += '"';
@@ -42,29 +41,45 @@ class Samples {
         out_.append(digits, std::to_chars(std::begin(digits), std::end(digits), number).ptr);
         out_ += '\n';
     }
+    // With three digits behind the point.
     void seconds(double number) {
-        char digits[40];
+        char digits[32];
         endLabels();
-        const int size = std::snprintf(digits, sizeof digits, "%.3f\n", number);
-        out_.append(digits, static_cast<std::size_t>(size));
+        const auto milliseconds = static_cast<U64>(std::max(number, 0.0) * 1000 + 0.5);
+        char* end = std::to_chars(std::begin(digits), std::end(digits), milliseconds / 1000).ptr;
+        *end++ = '.';
+        for (const U64 digit : {milliseconds / 100, milliseconds / 10, milliseconds}) {
+            *end++ = static_cast<char>('0' + digit % 10);
+        }
+        *end++ = '\n';
+        out_.append(digits, end);
     }
+    // Begins a sample with the labels of the last one.
+    Samples& again(std::string_view suffix);
 
   private:
-    void endLabels() { out_ += hasLabels_ ? "} " : " "; }
+    void endLabels() {
+        labelsSize_ = out_.size() - labelsAt_;
+        out_ += labelsSize_ > 0 ? "} " : " ";
+    }
     void appendEscaped(std::string_view value) {
-        for (std::size_t at = 0; (at = value.find_first_of("\\\"\n")) != value.npos;) {
-            out_.append(value.substr(0, at)).append(1, '\\');
-            out_ += value[at] == '\n' ? 'n' : value[at];
-            value.remove_prefix(at + 1);
+        const auto isPlain = [](char byte) { return byte != '"' && byte != '\\' && byte != '\n'; };
+        while (!value.empty()) {
+            const auto end = std::ranges::find_if_not(value, isPlain);
+            out_.append(value.begin(), end);
+            if (end == value.end()) return;
+            out_ += '\\';
+            out_ += *end == '\n' ? 'n' : *end;
+            value.remove_prefix(static_cast<std::size_t>(end - value.begin()) + 1);
         }
-        out_ += value;
     }
 
     std::string& out_;
     Format format_;
     const Family& family_;
     const Reading& reading_;
-    bool hasLabels_ = false;
+    std::size_t labelsAt_ = 0;
+    std::size_t labelsSize_ = 0;
 };
 
 struct Family {
@@ -79,8 +94,13 @@ struct Family {
 
 Samples& Samples::begin(std::string_view suffix) {
     out_.append(family_.name).append(suffix);
-    hasLabels_ = false;
+    labelsAt_ = out_.size();
     return label("switch", reading_.name);
+}
+Samples& Samples::again(std::string_view suffix) {
+    out_.append(family_.name).append(suffix).append(out_, labelsAt_, labelsSize_);
+    labelsAt_ = out_.size() - labelsSize_;
+    return *this;
 }
 Samples& Samples::begin() { return begin(suffixes[static_cast<std::size_t>(family_.type)]); }
 
@@ -102,8 +122,8 @@ struct Counter {
     bool isDrop;
 };
 
-Samples& beginCounter(Samples& samples, const Counter& counter, std::string_view suffix) {
-    return samples.begin(suffix)
+Samples& beginCounter(Samples& samples, const Counter& counter) {
+    return samples.begin("_total")
         .label("policy", counter.group.policy)
         .label(counter.isOfRule ? "rule" : "counter", counter.name)
         .label("action", counter.isDrop ? "drop" : "")
@@ -116,7 +136,7 @@ void writeTotal(Samples& samples, std::size_t item, bool ofRules, U64 PacketAndB
     const GroupTotal& total = samples.reading().totals[item / 2];
     const bool isDrop = item % 2 != 0;
     if (ofRules ? !group.hasRules.at(item % 2) : isDrop || group.firstNamed == group.endRow) return;
-    beginCounter(samples, {group, "", ofRules, isDrop}, "_total")
+    beginCounter(samples, {group, "", ofRules, isDrop})
         .value(ofRules ? total.rulePackets.at(item % 2) : total.named.*count);
 }
 
@@ -129,9 +149,9 @@ void writeCounter(Samples& samples, std::size_t item, bool ofRules, U64 PacketAn
     const CounterRow& row = reading.plan->rows[item];
     if (!reading.counts[item] || reading.plan->isRule(row, item) != ofRules) return;
     const Counter counter{reading.plan->groups[row.group], row.name, ofRules, row.isDrop};
-    beginCounter(samples, counter, "_total").value((*reading.counts[item]).*count);
+    beginCounter(samples, counter).value((*reading.counts[item]).*count);
     if (samples.isOpenMetrics() && row.created > 0) {
-        beginCounter(samples, counter, "_created").seconds(row.created);
+        samples.again("_created").seconds(row.created);
     }
 }
 
