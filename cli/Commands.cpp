@@ -246,7 +246,10 @@ const std::vector<Command>& commands() {
          "vlan VLAN | policy NAME)",
          "the packets of a capture file, by the rules that would take them", planCapture},
         {"show traffic-policy problems [NAME]",
-         "what is wrong with policies; --exit-code for monitoring", planProblems},
+         "what is wrong with policies; --exit-code for monitoring",
+         planProblems,
+         {},
+         true},
         {"show traffic-policy references (policy | field-set | counter | vrf | nexthop-group) NAME",
          "the rules that name it, and where their policies are attached", planReferences},
         {"show traffic-policy state", "the state directory: documents, counts, last clear",
@@ -269,6 +272,10 @@ Plan planOf(const Words& words) {
     } catch (const CommandError& error) {
         throw withReason(error, words);
     }
+}
+
+bool findsProblems(const Words& words) {
+    return commands()[grammar().match(words).command].findsProblems;
 }
 
 CommandError withReason(const CommandError& error, const Words& words) {

@@ -21,6 +21,7 @@ struct Command {
     Plan (*plan)(const Match& match);
     // The words in full, where the line shows them shortened; empty: the line is full.
     std::string_view grammar = {};
+    bool findsProblems = false;  // may return ExitStatus::problemsFound
 };
 
 const std::vector<Command>& commands();
@@ -29,6 +30,8 @@ const Grammar& grammar();
 
 // Reads the words of one command. Throws CommandError.
 Plan planOf(const Words& words);
+// Says whether the words, which planOf took, are of a command that finds problems.
+bool findsProblems(const Words& words);
 // An error of the words, with the reason why no command begins like them, if there is a special
 // one.
 CommandError withReason(const CommandError& error, const Words& words);

@@ -22,6 +22,7 @@ namespace Cli {
 namespace {
 
 using PolicyMap::Counters::Direction;
+using TrafficPolicyCli::AskedPoint;
 using TrafficPolicyCli::HoldingKind;
 using TrafficPolicyCli::PolicyViewShown;
 using TrafficPolicyCli::ReferenceKind;
@@ -42,6 +43,53 @@ constexpr ReferenceWord referenceWords[] = {
     {"nexthop-group", ReferenceKind::nexthopGroup, "next-hop group", nexthopGroupNames},
 };
 
+// Gives all frames to the report. Who captures until an interrupt wants to see what was captured,
+// so the interrupt ends the reading only. Returns the exit status.
+int countFrames(CaptureFile& file, const std::string& name,
+                TrafficPolicyCli::ShowTrafficPolicyCapture& show) {
+    const auto say = [&](const std::string& why) {
+        std::fprintf(stderr, "tpcli: %s: %s; what stands before is counted\n", name.c_str(),
+                     why.c_str());
+    };
+    std::string fault;
+    try {
+        CaptureFile::Frame frame;
+        while (!Orb::interruptRequested() && file.next(frame)) {
+            const Decoded decoded = decode(file.linkType(), frame.bytes);
+            if (decoded.packet) {
+                show.packetIs(*decoded.packet, frame.length);
+            } else {
+                show.undecodedIs(decoded.reason);
+            }
+        }
+    } catch (const std::exception& error) {
+        fault = inQuotes(error.what());
+    }
+    if (Orb::interruptRequested()) {
+        Orb::interruptRequestedIs(false);
+        say("interrupted");
+        return ExitStatus::interrupted;
+    }
+    if (fault.empty()) return ExitStatus::success;
+    say(fault);
+    return ExitStatus::badState;
+}
+
+// A line about a point, or a policy, that the state does not know.
+void reportUnknown(const AskedPoint& point, const StateDirectory::State& state) {
+    switch (point.kind) {
+        case AskedPoint::Kind::input:
+        case AskedPoint::Kind::output:
+            return reportUnknownPoint(point.name, "interface", interfaceNames(state));
+        case AskedPoint::Kind::cpu:
+            return reportUnknownPoint(point.name, "VRF", vrfNames(state));
+        case AskedPoint::Kind::vlan:
+            return reportUnknownPoint(point.name, "policy on VLAN", vlanNumbers(state));
+        case AskedPoint::Kind::policy:
+            return reportUnknownName(point.name, "traffic policy", policyNames(state));
+    }
+}
+
 }  // namespace
 
 TrafficPolicyCli::DiagnosisSources diagnosisSources(const Session& session) {
@@ -61,9 +109,11 @@ TrafficPolicyCli::DiagnosisSources diagnosisSourcesSinceClear(const Session& ses
 Plan planPacket(const Match& match) {
     return [point = pointOf(match), packet = packetOf(match),
             detail = match.has("detail")](const Session& session) {
-        return print(TrafficPolicyCli::showTrafficPolicyPacketFactory(
-                         diagnosisSourcesSinceClear(session), point, packet, detail),
-                     session);
+        const int status = print(TrafficPolicyCli::showTrafficPolicyPacketFactory(
+                                     diagnosisSourcesSinceClear(session), point, packet, detail),
+                                 session);
+        if (status == ExitStatus::success) reportUnknown(point, session.state());
+        return status;
     };
 }
 
@@ -85,24 +135,11 @@ Plan planCapture(const Match& match) {
             refuse("has frames of the link type " + file->linkTypeName(),
                    "a capture of Ethernet, raw IP, Linux cooked or loopback frames");
         }
-        int status = ExitStatus::success;
-        try {
-            CaptureFile::Frame frame;
-            while (!Orb::interruptRequested() && file->next(frame)) {
-                const Decoded decoded = decode(file->linkType(), frame.bytes);
-                if (decoded.packet) {
-                    show->packetIs(*decoded.packet, frame.length);
-                } else {
-                    show->undecodedIs(decoded.reason);
-                }
-            }
-        } catch (const std::exception& error) {
-            std::fprintf(stderr, "tpcli: %s: %s; what stands before is counted\n",
-                         inQuotes(path.text).c_str(), inQuotes(error.what()).c_str());
-            status = ExitStatus::badState;
-        }
+        const int status = countFrames(*file, inQuotes(path.text), *show);
         const int printed = print(show, session);
-        return printed == ExitStatus::success ? status : printed;
+        if (printed != ExitStatus::success) return printed;
+        reportUnknown(point, session.state());
+        return status;
     };
 }
 
@@ -115,8 +152,9 @@ Plan planAttachments(const Match& match) {
                                      diagnosisSources(session), interfaceName, vrfName, vlanName),
                                  session);
         if (status != ExitStatus::success) return status;
-        reportUnknownName(interfaceName, "interface", interfaceNames(session.state()));
-        reportUnknownName(vrfName, "VRF", vrfNames(session.state()));
+        reportUnknownPoint(interfaceName, "interface", interfaceNames(session.state()));
+        reportUnknownPoint(vrfName, "VRF", vrfNames(session.state()));
+        reportUnknownPoint(vlanName, "policy on VLAN", vlanNumbers(session.state()));
         return status;
     };
 }

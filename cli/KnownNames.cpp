@@ -103,6 +103,16 @@ void forEachVersion(const StateDirectory::State& state, Visit visit) {
     }
 }
 
+void report(const std::string& name, std::string line, const Names& known) {
+    if (name.empty() || known.contains(name)) return;
+    const std::vector<std::string_view> candidates(known.begin(), known.end());
+    line += " " + inQuotes(name);
+    if (candidates.empty()) line += ", nor any other";
+    const std::string_view nearest = Orb::nearest(name, candidates);
+    if (!nearest.empty()) line += "; the nearest name is " + inQuotes(nearest);
+    say(line);
+}
+
 }  // namespace
 
 Names policyNames(const StateDirectory::State& state) {
@@ -185,6 +195,20 @@ Names vrfNames(const StateDirectory::State& state) {
     return names;
 }
 
+Names vlanNumbers(const StateDirectory::State& state) {
+    Names intfIds;
+    if (state.intfConfigBridged) addInterfaces(intfIds, state.intfConfigBridged->intf());
+    if (state.vlan) {
+        for (const auto& policy : state.vlan->policyMapStatus()) {
+            addInterfaces(intfIds, policy.second->intfStatus());
+        }
+    }
+    Names numbers;
+    for (const auto& intfId : intfIds)
+        numbers.insert(intfId.substr(std::string_view("Vlan").size()));
+    return numbers;
+}
+
 Names nexthopGroupNames(const StateDirectory::State& state) {
     Names names;
     forEachVersion(state, [&](const PolicyMap::PolicyMapSubConfig& version) {
@@ -201,15 +225,12 @@ Names nexthopGroupNames(const StateDirectory::State& state) {
 }
 
 void reportUnknownName(const std::string& name, std::string_view noun, const Names& known) {
-    if (name.empty() || known.contains(name)) return;
-    const std::vector<std::string_view> candidates(known.begin(), known.end());
-    std::string line = "there is no " + std::string(noun) + " " + inQuotes(name);
-    if (candidates.empty()) line += ", nor any other";
-    const std::string_view nearest = Orb::nearest(name, candidates);
-    if (!nearest.empty()) line += "; the nearest name is " + inQuotes(nearest);
-    say(line);
+    report(name, "there is no " + std::string(noun), known);
 }
 
+void reportUnknownPoint(const std::string& name, std::string_view noun, const Names& known) {
+    report(name, "the state knows no " + std::string(noun), known);
+}
 void reportMissingPolicy(const std::string& name, PolicyKind kind,
                          const StateDirectory::State& state) {
     if (name.empty()) return;

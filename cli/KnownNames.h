@@ -28,12 +28,15 @@ Names counterNames(const StateDirectory::State& state);   // declared by a polic
 // Interfaces that are configured, reported on, or in a VRF.
 Names interfaceNames(const StateDirectory::State& state);
 Names vrfNames(const StateDirectory::State& state);
+Names vlanNumbers(const StateDirectory::State& state);
 Names nexthopGroupNames(const StateDirectory::State& state);  // those that rules name
 
 // Says on standard error that the state knows no such thing, and which known name is near. noun:
 // what the name would be of, as "VLAN field set". Does nothing when the name is known, or is empty
 // (none was asked for).
 void reportUnknownName(const std::string& name, std::string_view noun, const Names& known);
+// The same of an interface, a VRF or a VLAN: the state need not know each that there is.
+void reportUnknownPoint(const std::string& name, std::string_view noun, const Names& known);
 // The same of a policy; of one that is known, but not on that kind of place, says where it is.
 void reportMissingPolicy(const std::string& name, PolicyKind kind,
                          const StateDirectory::State& state);

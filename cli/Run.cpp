@@ -65,6 +65,10 @@ int runCommand(const Plan& plan, const Options& options) {
 int runOptions(const Options& options) {
     const bool isOneCommand = options.commands.empty() && !options.words.empty();
     const Plan plan = isOneCommand ? planOf(options.words) : Plan();
+    if (isOneCommand && options.exitCode && !findsProblems(options.words)) {
+        throw OptionError("--exit-code: this command finds no problems, expected " +
+                          inQuotes("show traffic-policy problems"));
+    }
     for (const auto& [facility, level] : options.traces) {
         Orb::traceFacility(facility).levelIs(level);
     }

@@ -87,12 +87,14 @@ class Attachments {
     // The platform has something to report of the kernel.
     bool hasKernel() const { return sources_.kernel.status != nullptr; }
     const SideSources& sideOf(Place place, Target target) const;
+    // What the platform reports of a policy there; null: nothing.
+    const PolicyMap::PolicyMapStatus* statusOf(Place place, Target target,
+                                               const Orb::String& policy) const;
 
   private:
     using PolicyStatus = PolicyMap::PolicyMapStatus;
 
     const PolicyMap::IntfConfig* intfConfigOf(Place place) const;
-    const PolicyStatus* statusOf(Place place, Target target, const Orb::String& policy) const;
     const L3::VrfName* vrfOf(const Wire::IntfId& intfId) const;
     bool vrfHasInterface(const L3::VrfName& vrf) const;
     Reports reportsIn(const L3::VrfName& vrf, const PolicyStatus* status) const;

@@ -155,7 +155,8 @@ class PacketView {
             renderer_.pair(isHardware ? "installationError" : "softwareInstallationError", reason);
         }
         renderer_.text(isHardware ? "   Hardware: " : "   Kernel: ");
-        renderer_.text(installationText(outcome));
+        const bool isNothingThere = outcome == Outcome::notAsked && !reason.empty();
+        renderer_.text(isNothingThere ? "not asked" : installationText(outcome));
         if (!reason.empty()) renderer_.text(" (").name(reason).text(")");
         renderer_.endLine();
     }
@@ -229,10 +230,13 @@ class PacketView {
             for (const Orb::String& rule : decidedBy) renderer_.item(rule);
         }
         rules(at, truth, answer, decidedBy, inText, actions);
-        if (!decidedBy.empty() && (renderer_.isJson() || inText)) {
+        if (!decidedBy.empty() && renderer_.isJson()) {
             actions.render(renderer_, decidedBy.back(), 9);
         }
-        if (answer.verdict() == Verdict::undecided) possible(answer, inText);
+        if (answer.verdict() == Verdict::undecided) {
+            possible(answer, inText);
+            limits(answer);
+        }
     }
 
     void heading(const Truth& truth, const TruthAnswer& answer, const std::string& labels) {
@@ -276,10 +280,10 @@ class PacketView {
                     [this](std::string_view field) { renderer_.item(field); });
             }
             if (inText && isListed) ruleText(at, name, rule);
-            // The actions of the rule that decides stand behind all rules.
-            const bool isOnTheWay =
-                std::ranges::find(decidedBy, name) != decidedBy.end() && name != decidedBy.back();
-            if (isOnTheWay && (renderer_.isJson() || inText)) actions.render(renderer_, name, 9);
+            // In JSON the actions of the rule that decides stand behind all rules.
+            if (std::ranges::find(decidedBy, name) == decidedBy.end()) continue;
+            const bool isShown = renderer_.isJson() ? name != decidedBy.back() : inText;
+            if (isShown) actions.render(renderer_, name, 9);
         }
         if (inText) tellPassedOver(passedOver);
     }
@@ -349,6 +353,11 @@ class PacketView {
             renderer_.text("         Not every one of these need be possible.").endLine();
         }
         if (inText && !answer.answer.isComplete) renderer_.text("         and more").endLine();
+    }
+    // Not said of a list that is whole.
+    void limits(const TruthAnswer& answer) {
+        if (!answer.answer.isExact) renderer_.pair("mayBeImpossible", true);
+        if (!answer.answer.isComplete) renderer_.pair("andMore", true);
     }
 
     void closing(const PolicyAtPoint& at, const std::vector<TruthAnswer>& answers, bool differs) {

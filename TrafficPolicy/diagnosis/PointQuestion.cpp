@@ -75,13 +75,24 @@ Truth PointQuestion::installedTruth(const PolicyAtPoint& at, MatchOption family,
     Truth truth(isKernel ? "software" : "hardware", isKernel ? "in the kernel" : "in hardware");
     if (attachment.policy.empty()) return truth;
     truth.installed = attachments_.installed(attachment, family, target);
-    const auto& status = attachments_.sideOf(attachment.place, target).status;
-    truth.status = status ? status->policyMapStatus(attachment.policy) : nullptr;
+    truth.status = attachments_.statusOf(attachment.place, target, attachment.policy);
     const Outcome outcome = truth.installed.outcome;
     const bool isThere = outcome == Outcome::applied || outcome == Outcome::notConfigured;
     if (!isThere || truth.status == nullptr) return truth;
 
     const auto* const version = attachments_.versionOf(attachment.policy);
+    if (isKernel && truth.status->classMapStatus().empty()) {
+        // The kernel need not tell its rules: they are the configured ones. Of a policy that is not
+        // configured any more the hardware may know them.
+        const auto* const inHardware =
+            attachments_.statusOf(attachment.place, Target::hardware, attachment.policy);
+        truth.status = version == nullptr ? inHardware : nullptr;
+        if (truth.status == nullptr) {
+            truth.policy = std::make_shared<const CompiledPolicy>(version, family, fieldSets_);
+            if (attachment.isConfigured) truth.policy = at.truths.front().policy;
+            return truth;
+        }
+    }
     for (const auto& [name, rule] : truth.status->classMapStatus()) {
         if (!rule || !rule->match().contains(family)) continue;
         const auto* const configured =
@@ -104,6 +115,7 @@ TruthAnswer askTruth(const Truth& truth, const Packet& packet) {
     TruthAnswer result;
     if (!truth.policy) return result;
     result.answer = askPolicy(*truth.policy, packet);
+    if (truth.unknownRules.empty()) result.rules = truth.policy.get();
     for (const Ending& ending : result.answer.endings) {
         NamedEnding named{ending.verdict, ending.redirects, {}, ending.hangsOn};
         for (const U32 rule : ending.decidedBy) named.decidedBy.push_back(truth.policy->name(rule));
@@ -141,6 +153,7 @@ void Together::add(const Orb::String& policy, const TruthAnswer& answer) {
 }
 
 bool TruthAnswer::agreesWith(const TruthAnswer& other) const {
+    if (this == &other || (rules != nullptr && rules == other.rules)) return true;
     const std::vector<NamedEnding> none = {NamedEnding{}};
     const auto& mine = isFiltered() ? endings : none;
     const auto& others = other.isFiltered() ? other.endings : none;

@@ -64,6 +64,8 @@ struct NamedEnding {
 struct TruthAnswer {
     PolicyAnswer answer{};
     std::vector<NamedEnding> endings{};  // empty: nothing filters here
+    // The rules that were asked, when they are all that counts: the same ones answer the same.
+    const CompiledPolicy* rules = nullptr;
 
     bool isFiltered() const { return !endings.empty(); }
     bool isDecided() const { return answer.isComplete && endings.size() == 1; }

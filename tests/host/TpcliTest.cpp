@@ -74,6 +74,75 @@ TEST_F(Tpcli, endsWellWithAnUnknownName) {
     }
 }
 
+TEST_F(Tpcli, saysThatTheStateDoesNotKnowAPoint) {
+    struct {
+        std::string point, errors;
+    } const rows[] = {
+        {"interface Ethernet2 input",
+         "tpcli: the state knows no interface \"Ethernet2\"; the nearest name is \"Ethernet1\"\n"},
+        {"interface Ethernet1 output", ""},
+        {"cpu red", "tpcli: the state knows no VRF \"red\", nor any other\n"},
+        {"vlan 7", "tpcli: the state knows no policy on VLAN \"7\", nor any other\n"},
+        {"policy EDG", "tpcli: there is no traffic policy \"EDG\"; the nearest name is \"EDGE\"\n"},
+        {"policy EDGE", ""},
+    };
+    for (const auto& row : rows) {
+        for (const std::string& command : {"packet " + row.point + " source 10.0.0.1",
+                                           "capture " EXAMPLES_DIR "/uplink.pcap " + row.point}) {
+            const Outcome outcome = run("show traffic-policy " + command);
+            EXPECT_EQ(outcome.status, 0) << command;
+            EXPECT_EQ(outcome.errors, row.errors) << command;
+        }
+    }
+}
+
+// For monitoring: 5 when there is a problem, and only when it was asked for.
+TEST_F(Tpcli, endsByTheExitCodeOfProblems) {
+    const std::string problems = "show traffic-policy problems ";
+    EXPECT_EQ(run("--exit-code " + problems).status, 0);
+    fileIs(state_.file("status.json"), "{}");
+    EXPECT_EQ(run("--exit-code " + problems).status, 5);
+    EXPECT_EQ(run("--exit-code --json " + problems + "EDGE").status, 5);
+    EXPECT_EQ(run("--exit-code " + problems + "EDG").status, 0);
+    EXPECT_EQ(run(problems).status, 0);
+    for (const std::string words : {"show traffic-policy cpu", "clear traffic-policy counters"}) {
+        const Outcome refused = run("--exit-code " + words);
+        EXPECT_EQ(refused.status, 1);
+        EXPECT_EQ(refused.output + refused.errors,
+                  "tpcli: --exit-code: this command finds no problems, expected \"show "
+                  "traffic-policy problems\"\n");
+    }
+    const Arguments both = {
+        "--state", state_.path(), "--exit-code", "-c", "show traffic-policy cpu", "-c", problems};
+    EXPECT_EQ(runTpcli(both).status, 5);
+}
+
+// On a terminal only, and behind the report.
+TEST_F(Tpcli, hintsAtProblemsOnATerminal) {
+    fileIs(state_.file("status.json"), "{}");
+    const auto shown = [&](const std::string& line, bool errorsToo) {
+        int terminal = -1;
+        int process = -1;
+        EXPECT_EQ(::openpty(&terminal, &process, nullptr, nullptr, nullptr), 0);
+        const TemporaryFolder directory;
+        const int errors = errorsToo ? ::dup(process) : -1;
+        const pid_t child = startTpcli(over(state_, line), directory, process, [errors] {
+            if (errors >= 0) ::dup2(errors, STDERR_FILENO);
+        });
+        if (errors >= 0) ::close(errors);
+        std::string text = readAll(terminal);
+        EXPECT_EQ(waitFor(child), 0);
+        return text;
+    };
+    const std::string hint =
+        "tpcli: 1 problem is not shown here: show traffic-policy problems EDGE\r\n";
+    EXPECT_TRUE(shown("show traffic-policy EDGE interface", true).ends_with(hint));
+    EXPECT_THAT(shown("show traffic-policy EDGE interface", false), Not(HasSubstr("problem")));
+    EXPECT_THAT(shown("--json show traffic-policy EDGE interface", true),
+                Not(HasSubstr("problem")));
+    EXPECT_THAT(run("show traffic-policy EDGE interface").errors, IsEmpty());
+}
+
 TEST_F(Tpcli, refusesWrongCommandLines) {
     struct {
         std::string line, errors;
