@@ -65,43 +65,54 @@ constexpr Key<CountAction> countKeys[] = {
 
 constexpr Key<OtherAction> otherKeys[] = {
     {"text", [](const Node& node, OtherAction& to) { to.textIs(readText(node)); },
-     Presence::required},
+     ATTRIBUTE_WRITER(OtherAction, text), Presence::required},
 };
-
-template <ActionType type>
-Orb::Ptr<const Action> readPlain(const Node& node) {
-    auto action = Orb::make<Action>(type);
-    readObject(node, std::span<const Key<Action>>(), *action);
-    return action;
-}
-
-template <class Type, const auto& keys>
-Orb::Ptr<const Action> readAs(const Node& node) {
-    auto action = Orb::make<Type>();
-    readObject(node, keys, *action);
-    return action;
-}
 
 struct ActionForm {
     ActionType type;
     Orb::Ptr<const Action> (*read)(const Node& node);
+    void (*write)(Writer& writer, const Action& action);
+};
+
+template <ActionType type>
+constexpr ActionForm plain = {
+    type,
+    [](const Node& node) {
+        auto action = Orb::make<Action>(type);
+        readObject(node, std::span<const Key<Action>>(), *action);
+        return Orb::Ptr<const Action>(action);
+    },
+    [](Writer& writer, const Action&) { writer.object([] {}); },
+};
+
+template <ActionType type, class Type, const auto& keys>
+constexpr ActionForm form = {
+    type,
+    [](const Node& node) {
+        auto action = Orb::make<Type>();
+        readObject(node, keys, *action);
+        return Orb::Ptr<const Action>(action);
+    },
+    [](Writer& writer, const Action& action) {
+        writeObject(writer, keys, static_cast<const Type&>(action));
+    },
 };
 
 constexpr ActionForm actionForms[] = {
-    {ActionType::drop, readPlain<ActionType::drop>},
-    {ActionType::gotoMatch, readAs<GotoAction, gotoKeys>},
-    {ActionType::redirectNexthop, readAs<RedirectNexthopAction, nexthopKeys>},
-    {ActionType::redirectNexthopGroup, readAs<RedirectNexthopGroupAction, nexthopGroupKeys>},
-    {ActionType::setAggGroup, readAs<SetAggGroupAction, aggGroupKeys>},
-    {ActionType::setVrf, readAs<SetVrfAction, setVrfKeys>},
-    {ActionType::setDscp, readAs<SetDscpAction, setDscpKeys>},
-    {ActionType::setTc, readAs<SetTcAction, setTcKeys>},
-    {ActionType::stripHeaderBytes, readAs<StripHeaderBytesAction, stripHeaderBytesKeys>},
-    {ActionType::setIdentityTag, readAs<SetIdentityTagAction, identityTagKeys>},
-    {ActionType::police, readAs<PoliceAction, policeKeys>},
-    {ActionType::log, readPlain<ActionType::log>},
-    {ActionType::count, readAs<CountAction, countKeys>},
-    {ActionType::other, readAs<OtherAction, otherKeys>},
+    plain<ActionType::drop>,
+    form<ActionType::gotoMatch, GotoAction, gotoKeys>,
+    form<ActionType::redirectNexthop, RedirectNexthopAction, nexthopKeys>,
+    form<ActionType::redirectNexthopGroup, RedirectNexthopGroupAction, nexthopGroupKeys>,
+    form<ActionType::setAggGroup, SetAggGroupAction, aggGroupKeys>,
+    form<ActionType::setVrf, SetVrfAction, setVrfKeys>,
+    form<ActionType::setDscp, SetDscpAction, setDscpKeys>,
+    form<ActionType::setTc, SetTcAction, setTcKeys>,
+    form<ActionType::stripHeaderBytes, StripHeaderBytesAction, stripHeaderBytesKeys>,
+    form<ActionType::setIdentityTag, SetIdentityTagAction, identityTagKeys>,
+    form<ActionType::police, PoliceAction, policeKeys>,
+    plain<ActionType::log>,
+    form<ActionType::count, CountAction, countKeys>,
+    form<ActionType::other, OtherAction, otherKeys>,
 };
 static_assert(isRowPerAction(actionForms));
 
@@ -116,6 +127,17 @@ ActionType actionTypeKey(const Node& member, std::string_view key) {
 ActionMap readActions(const Node& node) {
     return readMap<ActionMap>(node, actionTypeKey, [](const Node& member, ActionType type) {
         return actionForms[placeOfAction(type)].read(member);
+    });
+}
+
+void writeActions(Writer& writer, const ActionMap& actions) {
+    writer.object([&] {
+        for (const auto& [type, action] : actions) {
+            const std::size_t place = placeOfAction(type);
+            if (!action || place == std::size(actionForms)) continue;
+            writer.member(actionNames[place]);
+            actionForms[place].write(writer, *action);
+        }
     });
 }
 

@@ -1,5 +1,5 @@
 // Rows of tables of keys that follow from an attribute: the key is its name, and its type says how
-// the value is read.
+// the value is read and written.
 //
 //     constexpr Key<PortField> portFieldKeys[] = {ATTRIBUTE_KEY(PortField, sport), ...};
 //
@@ -54,54 +54,88 @@ concept HasBounds = requires {
 };
 
 template <class T>
-struct ValueReader;
+struct ValueForm;
 template <>
-struct ValueReader<bool> {
+struct ValueForm<bool> {
     static bool read(const Node& node) { return node.boolean(); }
+    static void write(Writer& writer, bool value) { writer.boolean(value); }
 };
 template <>
-struct ValueReader<Orb::String> {
+struct ValueForm<Orb::String> {
     static Orb::String read(const Node& node) { return readName(node); }
+    static void write(Writer& writer, const Orb::String& value) { writer.text(value); }
 };
 template <std::unsigned_integral Number>
-struct ValueReader<Number> {
+struct ValueForm<Number> {
     static Number read(const Node& node) {
         return static_cast<Number>(node.number({0, std::numeric_limits<Number>::max()}));
     }
+    static void write(Writer& writer, Number value) { writer.number(U64{value}); }
 };
 template <HasWords Enumeration>
-struct ValueReader<Enumeration> {
+struct ValueForm<Enumeration> {
     static Enumeration read(const Node& node) {
         return static_cast<Enumeration>(node.oneOf(wordsOf(Enumeration())));
     }
+    static void write(Writer& writer, Enumeration value) {
+        writer.text(wordsOf(value)[static_cast<std::size_t>(value)]);
+    }
 };
 template <>
-struct ValueReader<Wire::IpGenAddr> {
+struct ValueForm<Wire::IpGenAddr> {
     static Wire::IpGenAddr read(const Node& node) { return readAddress(node); }
+    static void write(Writer& writer, const Wire::IpGenAddr& value) {
+        writer.text(value.stringValue());
+    }
 };
 template <>
-struct ValueReader<Wire::EthAddr> {
+struct ValueForm<Wire::EthAddr> {
     static Wire::EthAddr read(const Node& node) { return readMacAddress(node); }
+    static void write(Writer& writer, const Wire::EthAddr& value) {
+        writer.text(value.stringValue());
+    }
 };
 template <HasBounds Range>
-struct ValueReader<Range> {
+struct ValueForm<Range> {
     static Range read(const Node& node) {
         const Classification::NumericalRange range = readRange(node, Range::bounds);
         return {range.low, range.high};
     }
+    static void write(Writer& writer, const Range& range) { writeRange(writer, range); }
 };
-template <class Element>
-struct ValueReader<Orb::HashSet2018<Element>> {
-    static Orb::HashSet2018<Element> read(const Node& node) {
-        return readSet<Orb::HashSet2018<Element>>(node, ValueReader<Element>::read);
+template <class Set>
+struct SetForm {
+    using Element = typename MapTypes<Set>::Key;
+    static Set read(const Node& node) { return readSet<Set>(node, ValueForm<Element>::read); }
+    static void write(Writer& writer, const Set& set) {
+        writeSet(writer, set,
+                 [&](const Element& value) { ValueForm<Element>::write(writer, value); });
     }
 };
 template <class Element>
-struct ValueReader<Orb::RbTreeSet<Element>> {
-    static Orb::RbTreeSet<Element> read(const Node& node) {
-        return readSet<Orb::RbTreeSet<Element>>(node, ValueReader<Element>::read);
+struct ValueForm<Orb::HashSet2018<Element>> : SetForm<Orb::HashSet2018<Element>> {};
+template <class Element>
+struct ValueForm<Orb::RbTreeSet<Element>> : SetForm<Orb::RbTreeSet<Element>> {};
+
+// Says whether a value is what an absent key means.
+inline bool isDefault(Classification::ContentsSource value) {
+    return value == Classification::ContentsSource::configured;
+}
+template <class Value>
+bool isDefault(const Value& value) {
+    if constexpr (requires { value.empty(); }) {
+        return value.empty();
+    } else {
+        return value == Value();
     }
-};
+}
+
+// Writes the value of a member, which is left out when that means the same.
+template <class Value>
+void writeValue(Writer& writer, const Value& value) {
+    if (writer.mayBeAbsent() && isDefault(value)) return;
+    ValueForm<Value>::write(writer, value);
+}
 
 // The record that a target of a table is about: the target itself, or its record() when it holds
 // what else must be known to read one.
@@ -121,8 +155,8 @@ auto& recordOf(Target& target) {
 #attribute,                                                                        \
             [](const ::StateDirectory::Node& node, Target& to) {                           \
                 using Value = std::remove_cvref_t<decltype(recordOf(to).attribute())>;     \
-                recordOf(to).attribute##Is(::StateDirectory::ValueReader<Value>::read(node)); \
-            } __VA_OPT__(, ) __VA_ARGS__ \
+                recordOf(to).attribute##Is(::StateDirectory::ValueForm<Value>::read(node)); \
+            }, ATTRIBUTE_WRITER(Target, attribute) __VA_OPT__(, ) __VA_ARGS__ \
     }
 
 // The same of an attribute whose numbers have narrower bounds than its type.
@@ -132,5 +166,12 @@ auto& recordOf(Target& target) {
             [](const ::StateDirectory::Node& node, Target& to) {                       \
                 using Value = std::remove_cvref_t<decltype(recordOf(to).attribute())>; \
                 recordOf(to).attribute##Is(static_cast<Value>(node.number(bounds)));   \
-            } __VA_OPT__(, ) __VA_ARGS__ \
+            }, ATTRIBUTE_WRITER(Target, attribute) __VA_OPT__(, ) __VA_ARGS__ \
+    }
+
+// What writes an attribute, for the rows whose reading is written by hand too.
+#define ATTRIBUTE_WRITER(Target, attribute)                                                \
+    [](::StateDirectory::Writer& writer, const ::StateDirectory::SourceOf<Target>& from) { \
+        using Value = std::remove_cvref_t<decltype(from.attribute())>;                     \
+        ::StateDirectory::writeValue<Value>(writer, from.attribute());                     \
     }

@@ -1,5 +1,5 @@
 // The walks over objects with known keys, over maps by name and over lists of distinct values.
-// Types of objects are tables: one row per key, with the function that reads its value.
+// Types of objects are tables: one row per key, with the functions that read and write its value.
 #pragma once
 
 #include <utility>
@@ -8,15 +8,33 @@
 #include "orb/HashMap2018.h"
 #include "orb/RbTreeMap.h"
 #include "state/Node.h"
+#include "state/Writer.h"
 
 namespace StateDirectory {
 
 enum class Presence : bool { optional, required };
 
+// What an object is written from: the target itself, or its Source when it is a form that exists
+// for the reading only.
+template <class Target>
+struct SourceOfTarget {
+    using Type = Target;
+};
+template <class Target>
+requires requires { typename Target::Source; }
+struct SourceOfTarget<Target> {
+    using Type = typename Target::Source;
+};
+template <class Target>
+using SourceOf = typename SourceOfTarget<Target>::Type;
+
 template <class Target>
 struct Key {
     std::string_view name;
     void (*read)(const Node& value, Target& target);
+    // Writes the value of the member that the writer was told, or nothing: what an absent one
+    // means.
+    void (*write)(Writer& writer, const SourceOf<Target>& source);
     Presence presence = Presence::optional;
 };
 
@@ -68,6 +86,23 @@ void readObject(const Node& node, const Key<Target> (&keys)[count],
                 std::type_identity_t<Target>& target) {
     static_assert(count <= 64);
     readObject(node, std::span<const Key<Target>>(keys), target);
+}
+
+// Writes an object by the same table. The Source of a target has to be told by its table.
+template <class Target>
+void writeObject(Writer& writer, std::span<const Key<Target>> keys,
+                 const std::type_identity_t<SourceOf<Target>>& source) {
+    writer.object([&] {
+        for (const Key<Target>& key : keys) {
+            writer.member(key.name, key.presence == Presence::optional);
+            key.write(writer, source);
+        }
+    });
+}
+template <class Target, std::size_t count>
+void writeObject(Writer& writer, const Key<Target> (&keys)[count],
+                 const std::type_identity_t<SourceOf<Target>>& source) {
+    writeObject(writer, std::span<const Key<Target>>(keys), source);
 }
 
 template <class Map>
@@ -122,6 +157,15 @@ Set readSet(const Node& node, ReadValue readValue) {
         enterNew(set, std::move(value));
     }
     return set;
+}
+
+// Writes the values of a set as a list. An empty one is left out where that means the same.
+template <class Set, class Write>
+void writeSet(Writer& writer, const Set& set, Write write) {
+    if (set.empty() && writer.mayBeAbsent()) return;
+    writer.list([&] {
+        for (const auto& value : set) write(value);
+    });
 }
 
 // Calls read(item) for each element of a list.

@@ -15,31 +15,53 @@ namespace {
 
 // A rule being read. Its match and its actions bear its name, so they wait until that is known.
 struct Rule {
+    struct Source {
+        const Orb::String& name;
+        U32 priority;
+        const ClassMapConfig* match;
+        const PolicyClassAction* action;  // null: none
+    };
+
     Orb::String name;
     U32 priority = 0;
     bool hasMatch = false;
     bool hasAction = false;
 };
 
-constexpr Key<Rule> ruleKeys[] = {
-    {"name", [](const Node& node, Rule& to) { to.name = readName(node); }, Presence::required},
-    {"priority",
-     [](const Node& node, Rule& to) {
-         to.priority = static_cast<U32>(node.number({0, ~U32{0}}));
-     },
-     Presence::required},
-    {"match", [](const Node&, Rule& to) { to.hasMatch = true; }},
-    {"action", [](const Node&, Rule& to) { to.hasAction = true; }},
-};
-
 struct MatchParts {
+    using Source = ClassMapMatch;
+
     ClassMapMatchOption option;
     Orb::Ptr<const Classification::StructuredFilter> filter;
 };
 
 constexpr Key<MatchParts> matchKeys[] = {
     {"structuredFilter",
-     [](const Node& node, MatchParts& to) { to.filter = readStructuredFilter(node, to.option); }},
+     [](const Node& node, MatchParts& to) { to.filter = readStructuredFilter(node, to.option); },
+     [](Writer& writer, const ClassMapMatch& from) {
+         if (from.structuredFilter()) writeStructuredFilter(writer, *from.structuredFilter());
+     }},
+};
+
+constexpr Key<Rule> ruleKeys[] = {
+    {"name", [](const Node& node, Rule& to) { to.name = readName(node); },
+     [](Writer& writer, const Rule::Source& from) { writer.text(from.name); }, Presence::required},
+    {"priority",
+     [](const Node& node, Rule& to) {
+         to.priority = static_cast<U32>(node.number({0, ~U32{0}}));
+     },
+     [](Writer& writer, const Rule::Source& from) { writer.number(from.priority); },
+     Presence::required},
+    {"match", [](const Node&, Rule& to) { to.hasMatch = true; },
+     [](Writer& writer, const Rule::Source& from) {
+         if (from.match == nullptr) return;
+         writeMap(writer, from.match->match(),
+                  [&](const auto& match) { writeObject(writer, matchKeys, *match); });
+     }},
+    {"action", [](const Node&, Rule& to) { to.hasAction = true; },
+     [](Writer& writer, const Rule::Source& from) {
+         if (from.action != nullptr) writeActions(writer, from.action->action());
+     }},
 };
 
 Orb::Ptr<const ClassMapConfig> readClassMap(const Node& node, const Rule& rule) {
@@ -90,9 +112,19 @@ void readRules(const Node& node, PolicyMapSubConfig& version) {
     version.policyActionIs(std::move(policyAction));
 }
 
+void writeRules(Writer& writer, const PolicyMapSubConfig& version) {
+    if (version.classPriority().empty()) return;
+    writer.list([&] {
+        for (const auto& [priority, name] : version.classPriority()) {
+            writeObject(writer, ruleKeys,
+                        {name, priority, version.classMap(name), version.policyAction(name)});
+        }
+    });
+}
+
 constexpr Key<PolicyMapSubConfig> versionKeys[] = {
     ATTRIBUTE_KEY(PolicyMapSubConfig, namedCounter),
-    {"rules", readRules},
+    {"rules", readRules, writeRules},
 };
 
 constexpr Key<PolicyMapConfig> policyKeys[] = {
@@ -101,6 +133,9 @@ constexpr Key<PolicyMapConfig> policyKeys[] = {
          auto version = Orb::make<PolicyMapSubConfig>(to.name());
          readObject(node, versionKeys, *version);
          to.currCfgIs(Orb::Ptr<const PolicyMapSubConfig>(version));
+     },
+     [](Writer& writer, const PolicyMapConfig& from) {
+         if (from.currCfg()) writeObject(writer, versionKeys, *from.currCfg());
      }},
 };
 
@@ -166,8 +201,26 @@ Orb::Ptr<const VrfConfig> readVrfConfig(const Node& node) {
 
 Orb::Ptr<const Ip::AllVrfConfig> readAllVrfConfig(const Node& node) {
     auto config = Orb::make<Ip::AllVrfConfig>();
-    config->vrfIs(ValueReader<Orb::HashSet2018<L3::VrfName>>::read(node));
+    config->vrfIs(ValueForm<Orb::HashSet2018<L3::VrfName>>::read(node));
     return config;
+}
+
+// A name, or a list of names where there are several.
+template <class Config>
+void writeAttachments(Writer& writer, const Config& config) {
+    writer.object([&] {
+        for (const auto& [point, first] : firstPolicies(config)) {
+            writer.namedMember(keyText(point));
+            const MorePolicies* const more = config.morePolicies().find(point);
+            if (more == nullptr || more->empty()) {
+                writer.text(first);
+                continue;
+            }
+            writer.list([&] {
+                forEachPolicyAt(config, point, [&](const Orb::String& name) { writer.text(name); });
+            });
+        }
+    });
 }
 
 constexpr Key<L3::Intf::Status> l3IntfKeys[] = {
@@ -186,21 +239,51 @@ Orb::Ptr<const L3::Intf::StatusDir> readL3IntfStatusDir(const Node& node) {
     return dir;
 }
 
+// A row of the points of one kind.
+#define ATTACHMENTS_KEY(attribute, ...)                                                         \
+    Key<State> {                                                                                \
+#attribute, [](const Node& node, State& to) { to.attribute = __VA_ARGS__; },                  \
+            [](Writer& writer, const State& from) {                                             \
+                if (from.attribute) writeAttachments(writer, *from.attribute);                  \
+            } \
+    }
+
 constexpr Key<State> configKeys[] = {
-    {"policyMapConfig", [](const Node& node, State& to) { to.config = readPolicies(node); }},
+    {"policyMapConfig", [](const Node& node, State& to) { to.config = readPolicies(node); },
+     [](Writer& writer, const State& from) {
+         if (!from.config) return;
+         writer.member("policyMapConfig", false);
+         writeMap(writer, from.config->policyMapConfig(),
+                  [&](const auto& policy) { writeObject(writer, policyKeys, *policy); });
+     }},
     {"fieldSetConfig",
-     [](const Node& node, State& to) { to.fieldSetConfig = readFieldSetConfig(node); }},
-    {"fieldSetMacAddr", [](const Node& node, State& to) { to.macDir = readMacDir(node); }},
-    {"intfConfigInput",
-     [](const Node& node, State& to) { to.intfConfigInput = readIntfConfig(node, intfKey); }},
-    {"intfConfigOutput",
-     [](const Node& node, State& to) { to.intfConfigOutput = readIntfConfig(node, intfKey); }},
-    {"intfConfigBridged",
-     [](const Node& node, State& to) { to.intfConfigBridged = readIntfConfig(node, vlanIntfKey); }},
-    {"vrfConfig", [](const Node& node, State& to) { to.vrfConfig = readVrfConfig(node); }},
-    {"allVrfConfig", [](const Node& node, State& to) { to.allVrfConfig = readAllVrfConfig(node); }},
+     [](const Node& node, State& to) { to.fieldSetConfig = readFieldSetConfig(node); },
+     [](Writer& writer, const State& from) {
+         if (from.fieldSetConfig) writeFieldSetConfig(writer, *from.fieldSetConfig);
+     }},
+    {"fieldSetMacAddr", [](const Node& node, State& to) { to.macDir = readMacDir(node); },
+     [](Writer& writer, const State& from) {
+         if (from.macDir) writeMacDir(writer, *from.macDir);
+     }},
+    ATTACHMENTS_KEY(intfConfigInput, readIntfConfig(node, intfKey)),
+    ATTACHMENTS_KEY(intfConfigOutput, readIntfConfig(node, intfKey)),
+    ATTACHMENTS_KEY(intfConfigBridged, readIntfConfig(node, vlanIntfKey)),
+    ATTACHMENTS_KEY(vrfConfig, readVrfConfig(node)),
+    {"allVrfConfig", [](const Node& node, State& to) { to.allVrfConfig = readAllVrfConfig(node); },
+     [](Writer& writer, const State& from) {
+         if (!from.allVrfConfig) return;
+         writer.list([&] {
+             for (const auto& vrf : from.allVrfConfig->vrf()) writer.text(vrf);
+         });
+     }},
     {"l3IntfStatusDir",
-     [](const Node& node, State& to) { to.l3IntfStatusDir = readL3IntfStatusDir(node); }},
+     [](const Node& node, State& to) { to.l3IntfStatusDir = readL3IntfStatusDir(node); },
+     [](Writer& writer, const State& from) {
+         if (!from.l3IntfStatusDir) return;
+         writer.member("l3IntfStatusDir", false);
+         writeMap(writer, from.l3IntfStatusDir->intfStatus(),
+                  [&](const auto& intf) { writeObject(writer, l3IntfKeys, *intf); });
+     }},
 };
 
 }  // namespace
@@ -209,5 +292,7 @@ void readConfig(const Node& root, State& state) {
     readObject(root, configKeys, state);
     if (!state.macDir) state.macDir = emptyMacDir();
 }
+
+void writeConfig(Writer& writer, const State& state) { writeObject(writer, configKeys, state); }
 
 }  // namespace StateDirectory

@@ -14,17 +14,25 @@ struct Counts {
 inline Keel::UniqueId readUniqueId(const Node& node) { return {node.number({1, ~U64{0}})}; }
 inline U64 readCount(const Node& node) { return node.number({}); }
 
+inline void writeUniqueId(Writer& writer, Keel::UniqueId uniqueId) {
+    if (uniqueId.value == 0) throw StateError("counts without an identity, expected one");
+    writer.number(uniqueId.value);
+}
+
 // The keys of counts, as rows of the table of any target that has them as its member `counts`.
 template <class Target>
 constexpr Key<Target> uniqueIdKey = {
     "uniqueId", [](const Node& node, Target& to) { to.counts.uniqueId = readUniqueId(node); },
+    [](Writer& writer, const Target& from) { writeUniqueId(writer, from.counts.uniqueId); },
     Presence::required};
 template <class Target>
 constexpr Key<Target> packetsKey = {
-    "packets", [](const Node& node, Target& to) { to.counts.count.packets = readCount(node); }};
+    "packets", [](const Node& node, Target& to) { to.counts.count.packets = readCount(node); },
+    [](Writer& writer, const Target& from) { writer.number(from.counts.count.packets); }};
 template <class Target>
 constexpr Key<Target> bytesKey = {
-    "bytes", [](const Node& node, Target& to) { to.counts.count.bytes = readCount(node); }};
+    "bytes", [](const Node& node, Target& to) { to.counts.count.bytes = readCount(node); },
+    [](Writer& writer, const Target& from) { writer.number(from.counts.count.bytes); }};
 
 struct IntfCounts {
     Counts counts;
@@ -55,6 +63,11 @@ constexpr Key<RecordParts<IntfData>> recordKeys[] = {
                  data->countDataIs(parts.counts.count);
                  return Orb::Ptr<IntfData>(data);
              });
+     },
+     [](Writer& writer, const RecordParts<IntfData>& from) {
+         writeMap(writer, from.perIntfCount, [&](const auto& data) {
+             writeObject(writer, intfCountsKeys, {{data->uniqueId(), data->countData()}});
+         });
      }},
 };
 

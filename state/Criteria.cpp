@@ -19,6 +19,7 @@ struct Filter {
     std::optional<AddressFamily> family;  // of its prefixes; none: both
     bool takesProtocols;
 
+    using Source = StructuredFilter;
     StructuredFilter& record() const { return filter; }
 };
 
@@ -36,6 +37,11 @@ void readVlanTags(const Node& node, StructuredFilter& filter) {
         }
         filter.vlanTagsIs(filter.vlanTags().size(), Orb::Ptr<const VlanRangeSet>(tag));
     });
+}
+
+void writeVlanTags(Writer& writer, const StructuredFilter& filter) {
+    writeSet(writer, filter.vlanTags(),
+             [&](const auto& tag) { writeObject(writer, vlanTagKeys, *tag); });
 }
 
 constexpr Key<PortField> portFieldKeys[] = {
@@ -58,11 +64,13 @@ constexpr Key<TcpFlagAndMask> tcpFlagKeys[] = {
      [](const Node& node, TcpFlagAndMask& to) {
          to.mask = static_cast<U16>(node.number({0, 0xffff}));
      },
+     [](Writer& writer, const TcpFlagAndMask& from) { writer.number(from.mask); },
      Presence::required},
     {"flag",
      [](const Node& node, TcpFlagAndMask& to) {
          to.flag = static_cast<U16>(node.number({0, 0xffff}));
      },
+     [](Writer& writer, const TcpFlagAndMask& from) { writer.number(from.flag); },
      Presence::required},
 };
 
@@ -119,11 +127,13 @@ constexpr Key<IcmpTypeRange> icmpTypeKeys[] = {
          to.low = range.low;
          to.high = range.high;
      },
+     [](Writer& writer, const IcmpTypeRange& from) { writeRange(writer, from); },
      Presence::required},
     {"codes",
      [](const Node& node, IcmpTypeRange& to) {
-         to.codes = ValueReader<Orb::HashSet2018<IcmpCodeRange>>::read(node);
-     }},
+         to.codes = ValueForm<Orb::HashSet2018<IcmpCodeRange>>::read(node);
+     },
+     [](Writer& writer, const IcmpTypeRange& from) { writeValue(writer, from.codes); }},
 };
 
 void readIcmpTypes(const Node& node, ProtoField& proto) {
@@ -140,12 +150,24 @@ void readIcmpTypes(const Node& node, ProtoField& proto) {
 }
 
 constexpr Key<ProtoField> protoFieldKeys[] = {
-    {"portFields", readPortFields},
+    {"portFields", readPortFields,
+     [](Writer& writer, const ProtoField& from) {
+         writeSet(writer, from.portFields(),
+                  [&](const auto& field) { writeObject(writer, portFieldKeys, *field); });
+     }},
     {"tcpFlags",
      [](const Node& node, ProtoField& to) {
          to.tcpFlagsIs(readSet<Orb::HashSet2018<TcpFlagAndMask>>(node, readTcpFlagGroup));
+     },
+     [](Writer& writer, const ProtoField& from) {
+         writeSet(writer, from.tcpFlags(),
+                  [&](const auto& group) { writeObject(writer, tcpFlagKeys, group); });
      }},
-    {"icmpTypes", readIcmpTypes},
+    {"icmpTypes", readIcmpTypes,
+     [](Writer& writer, const ProtoField& from) {
+         writeSet(writer, from.icmpTypes(),
+                  [&](const auto& types) { writeObject(writer, icmpTypeKeys, types); });
+     }},
 };
 
 // Null when nothing is asked of the layer-4 header, as for most protocols.
@@ -169,7 +191,20 @@ void readProtocols(const Node& node, Filter& to) {
     to.filter.protocolsIs(std::move(protocols));
 }
 
+void writeProtocols(Writer& writer, const StructuredFilter& filter) {
+    writeMap(writer, filter.protocols(), [&](const Orb::Ptr<const ProtoField>& proto) {
+        if (proto) {
+            writeObject(writer, protoFieldKeys, *proto);
+        } else {
+            writer.object([] {});
+        }
+    });
+}
+
+constexpr std::string_view fragmentWords[] = {"matchAll", "matchOffset"};
+
 struct FragmentParts {
+    using Source = Fragment;
     FragmentType type = FragmentType::matchAll;
     Orb::HashSet2018<FragmentOffsetRange> offset;
 };
@@ -177,14 +212,18 @@ struct FragmentParts {
 constexpr Key<FragmentParts> fragmentKeys[] = {
     {"type",
      [](const Node& node, FragmentParts& to) {
-         static constexpr std::string_view words[] = {"matchAll", "matchOffset"};
-         to.type = node.oneOf(words) == 0 ? FragmentType::matchAll : FragmentType::matchOffset;
+         to.type =
+             node.oneOf(fragmentWords) == 0 ? FragmentType::matchAll : FragmentType::matchOffset;
+     },
+     [](Writer& writer, const Fragment& from) {
+         writer.text(fragmentWords[from.type() == FragmentType::matchAll ? 0 : 1]);
      },
      Presence::required},
     {"offset",
      [](const Node& node, FragmentParts& to) {
-         to.offset = ValueReader<Orb::HashSet2018<FragmentOffsetRange>>::read(node);
-     }},
+         to.offset = ValueForm<Orb::HashSet2018<FragmentOffsetRange>>::read(node);
+     },
+     ATTRIBUTE_WRITER(FragmentParts, offset)},
 };
 
 void readFragment(const Node& node, Filter& to) {
@@ -195,7 +234,16 @@ void readFragment(const Node& node, Filter& to) {
     to.filter.fragmentIs(Orb::Ptr<const Fragment>(fragment));
 }
 
+void writeFragment(Writer& writer, const StructuredFilter& filter) {
+    if (filter.fragment()) writeObject(writer, fragmentKeys, *filter.fragment());
+}
+
+constexpr std::string_view familyWords[] = {"ipv4", "ipv6"};
+
+void writeFilter(Writer& writer, const StructuredFilter& filter);
+
 struct InnerMatchParts {
+    using Source = InnerMatch;
     AddressFamily family = AddressFamily::ipv4;
     EncapsulationType encapsulation = EncapsulationType::gtpv1;
 };
@@ -203,17 +251,24 @@ struct InnerMatchParts {
 constexpr Key<InnerMatchParts> innerMatchKeys[] = {
     {"af",
      [](const Node& node, InnerMatchParts& to) {
-         static constexpr std::string_view words[] = {"ipv4", "ipv6"};
-         to.family = node.oneOf(words) == 0 ? AddressFamily::ipv4 : AddressFamily::ipv6;
+         to.family = node.oneOf(familyWords) == 0 ? AddressFamily::ipv4 : AddressFamily::ipv6;
+     },
+     [](Writer& writer, const InnerMatch& from) {
+         writer.text(familyWords[from.af() == AddressFamily::ipv4 ? 0 : 1]);
      },
      Presence::required},
     {"encapType",
      [](const Node& node, InnerMatchParts& to) {
-         to.encapsulation = ValueReader<EncapsulationType>::read(node);
+         to.encapsulation = ValueForm<EncapsulationType>::read(node);
+     },
+     ATTRIBUTE_WRITER(InnerMatchParts, encapType), Presence::required},
+    // Read when the family of its prefixes is known.
+    {"structuredFilter", [](const Node&, InnerMatchParts&) {},
+     [](Writer& writer, const InnerMatch& from) {
+         writeFilter(writer, from.structuredFilter() ? *from.structuredFilter()
+                                                     : *Orb::make<StructuredFilter>());
      },
      Presence::required},
-    // Read when the family of its prefixes is known.
-    {"structuredFilter", [](const Node&, InnerMatchParts&) {}, Presence::required},
 };
 
 Orb::Ptr<const StructuredFilter> readFilter(const Node& node, std::optional<AddressFamily> family,
@@ -227,25 +282,34 @@ void readInnerMatch(const Node& node, Filter& to) {
     to.filter.innerMatchIs(Orb::Ptr<const InnerMatch>(inner));
 }
 
+void writeInnerMatch(Writer& writer, const StructuredFilter& filter) {
+    if (filter.innerMatch()) writeObject(writer, innerMatchKeys, *filter.innerMatch());
+}
+
+// A row of prefixes, which are of the filter's family.
+#define PREFIXES_KEY(attribute)                                                                   \
+    Key<Filter> {                                                                                 \
+#attribute,                                                                                     \
+            [](const Node& node, Filter& to) {                                                    \
+                to.filter.attribute##Is(readPrefixes(node, to.family));                           \
+            }, [](Writer& writer,                                                                 \
+                  const StructuredFilter& from) { writePrefixes(writer, from.attribute()); } \
+    }
+
 constexpr Key<Filter> filterKeys[] = {
-    {"vlanTags", [](const Node& node, Filter& to) { readVlanTags(node, to.filter); }},
-    {"sources",
-     [](const Node& node, Filter& to) { to.filter.sourcesIs(readPrefixes(node, to.family)); }},
+    {"vlanTags", [](const Node& node, Filter& to) { readVlanTags(node, to.filter); },
+     writeVlanTags},
+    PREFIXES_KEY(sources),
     ATTRIBUTE_KEY(Filter, srcPrefixSets),
-    {"sourceLpms",
-     [](const Node& node, Filter& to) { to.filter.sourceLpmsIs(readPrefixes(node, to.family)); }},
+    PREFIXES_KEY(sourceLpms),
     ATTRIBUTE_KEY(Filter, srcLpmPrefixSets),
-    {"destinations",
-     [](const Node& node, Filter& to) { to.filter.destinationsIs(readPrefixes(node, to.family)); }},
+    PREFIXES_KEY(destinations),
     ATTRIBUTE_KEY(Filter, dstPrefixSets),
-    {"destinationLpms",
-     [](const Node& node, Filter& to) {
-         to.filter.destinationLpmsIs(readPrefixes(node, to.family));
-     }},
+    PREFIXES_KEY(destinationLpms),
     ATTRIBUTE_KEY(Filter, dstLpmPrefixSets),
-    {"protocols", readProtocols},
+    {"protocols", readProtocols, writeProtocols},
     ATTRIBUTE_KEY(Filter, length),
-    {"fragment", readFragment},
+    {"fragment", readFragment, writeFragment},
     ATTRIBUTE_KEY(Filter, dscp),
     ATTRIBUTE_KEY(Filter, ecn),
     ATTRIBUTE_KEY(Filter, ttl),
@@ -256,9 +320,14 @@ constexpr Key<Filter> filterKeys[] = {
     {"otherCriteria",
      [](const Node& node, Filter& to) {
          to.filter.otherCriteriaIs(readSet<Orb::HashSet2018<Orb::String>>(node, readText));
-     }},
-    {"innerMatch", readInnerMatch},
+     },
+     ATTRIBUTE_WRITER(Filter, otherCriteria)},
+    {"innerMatch", readInnerMatch, writeInnerMatch},
 };
+
+void writeFilter(Writer& writer, const StructuredFilter& filter) {
+    writeObject(writer, filterKeys, filter);
+}
 
 struct AddressForm {
     std::string_view key;
@@ -309,6 +378,10 @@ Orb::Ptr<const StructuredFilter> readStructuredFilter(const Node& node,
             break;
     }
     return readFilter(node, std::nullopt, false);
+}
+
+void writeStructuredFilter(Writer& writer, const StructuredFilter& filter) {
+    writeFilter(writer, filter);
 }
 
 }  // namespace StateDirectory

@@ -1,9 +1,10 @@
-// Reads the match criteria of rules.
+// Reads and writes the match criteria of rules.
 #pragma once
 
 #include "hive/MatchOption.h"
 #include "hive/StructuredFilter.h"
 #include "state/Node.h"
+#include "state/Writer.h"
 
 namespace StateDirectory {
 
@@ -12,5 +13,7 @@ namespace StateDirectory {
 // groups that contradict themselves.
 Orb::Ptr<const Classification::StructuredFilter> readStructuredFilter(
     const Node& node, PolicyMap::ClassMapMatchOption option);
+
+void writeStructuredFilter(Writer& writer, const Classification::StructuredFilter& filter);
 
 }  // namespace StateDirectory

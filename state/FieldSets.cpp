@@ -16,9 +16,11 @@ constexpr Key<FieldSetIpPrefixSubConfig> prefixSetKeys[] = {
     ATTRIBUTE_KEY(FieldSetIpPrefixSubConfig, contentsSource),
     ATTRIBUTE_KEY(FieldSetIpPrefixSubConfig, urlPath),
     ATTRIBUTE_KEY(FieldSetIpPrefixSubConfig, urlVrf),
-    {"prefixes", [](const Node& node, auto& to) { to.prefixesIs(readPrefixes(node, family)); }},
+    {"prefixes", [](const Node& node, auto& to) { to.prefixesIs(readPrefixes(node, family)); },
+     [](Writer& writer, const auto& from) { writePrefixes(writer, from.prefixes()); }},
     {"exceptPrefixes",
-     [](const Node& node, auto& to) { to.exceptPrefixesIs(readPrefixes(node, family)); }},
+     [](const Node& node, auto& to) { to.exceptPrefixesIs(readPrefixes(node, family)); },
+     [](Writer& writer, const auto& from) { writePrefixes(writer, from.exceptPrefixes()); }},
 };
 
 constexpr Key<FieldSetL4PortSubConfig> portSetKeys[] = {
@@ -50,56 +52,70 @@ Orb::Ptr<const Version> readVersion(const Node& node) {
 }
 
 template <class Set, class Version, const auto& keys>
-Orb::Ptr<const Set> readFieldSet(const Node& node, const Orb::String& name) {
-    static constexpr Key<Set> setKeys[] = {
-        {"currCfg",
-         [](const Node& version, Set& to) { to.currCfgIs(readVersion<Version, keys>(version)); }},
-    };
-    auto set = Orb::make<Set>(name);
-    readObject(node, setKeys, *set);
-    return set;
-}
+constexpr Key<Set> setKeys[] = {
+    {"currCfg", [](const Node& node, Set& to) { to.currCfgIs(readVersion<Version, keys>(node)); },
+     [](Writer& writer, const Set& from) {
+         if (from.currCfg()) writeObject(writer, keys, *from.currCfg());
+     }},
+};
 
-template <class Set, class Version, const auto& keys>
-auto readFieldSets(const Node& node) {
+template <class SetType, class Version, const auto& keys>
+struct FieldSets {
+    using Set = SetType;
     using Sets = Orb::HashMap2018<Orb::String, Orb::Ptr<const Set>>;
-    return readMap<Sets>(node, nameKey, readFieldSet<Set, Version, keys>);
-}
+
+    static Orb::Ptr<const Set> readSet(const Node& node, const Orb::String& name) {
+        auto set = Orb::make<Set>(name);
+        readObject(node, setKeys<Set, Version, keys>, *set);
+        return set;
+    }
+    static void writeSet(Writer& writer, const Set& set) {
+        writeObject(writer, setKeys<Set, Version, keys>, set);
+    }
+    static Sets read(const Node& node) { return readMap<Sets>(node, nameKey, readSet); }
+    static void write(Writer& writer, const Sets& sets) {
+        writeMap(writer, sets, [&](const auto& set) { writeSet(writer, *set); });
+    }
+};
 
 template <AddressFamily family>
-auto readPrefixSets(const Node& node) {
-    return readFieldSets<FieldSetIpPrefixConfig, FieldSetIpPrefixSubConfig, prefixSetKeys<family>>(
-        node);
-}
+using PrefixSets =
+    FieldSets<FieldSetIpPrefixConfig, FieldSetIpPrefixSubConfig, prefixSetKeys<family>>;
+using PortSets = FieldSets<FieldSetL4PortConfig, FieldSetL4PortSubConfig, portSetKeys>;
+using VlanSets = FieldSets<FieldSetVlanConfig, FieldSetVlanSubConfig, vlanSetKeys>;
+using MacSets = FieldSets<FieldSetMacAddrConfig, FieldSetMacAddrSubConfig, macSetKeys>;
+
+#define KIND_KEY(attribute, ...)                                                               \
+    Key<FieldSetConfig> {                                                                      \
+#attribute,                                                                                  \
+            [](const Node& node, FieldSetConfig& to) {                                         \
+                to.attribute##Is(__VA_ARGS__::read(node));                                     \
+            }, [](Writer& writer,                                                              \
+                  const FieldSetConfig& from) { __VA_ARGS__::write(writer, from.attribute()); } \
+    }
 
 constexpr Key<FieldSetConfig> kindKeys[] = {
-    {"fieldSetIpPrefix",
-     [](const Node& node, FieldSetConfig& to) {
-         to.fieldSetIpPrefixIs(readPrefixSets<AddressFamily::ipv4>(node));
-     }},
-    {"fieldSetIpv6Prefix",
-     [](const Node& node, FieldSetConfig& to) {
-         to.fieldSetIpv6PrefixIs(readPrefixSets<AddressFamily::ipv6>(node));
-     }},
-    {"fieldSetL4Port",
-     [](const Node& node, FieldSetConfig& to) {
-         to.fieldSetL4PortIs(
-             readFieldSets<FieldSetL4PortConfig, FieldSetL4PortSubConfig, portSetKeys>(node));
-     }},
-    {"fieldSetVlan",
-     [](const Node& node, FieldSetConfig& to) {
-         to.fieldSetVlanIs(
-             readFieldSets<FieldSetVlanConfig, FieldSetVlanSubConfig, vlanSetKeys>(node));
-     }},
+    KIND_KEY(fieldSetIpPrefix, PrefixSets<AddressFamily::ipv4>),
+    KIND_KEY(fieldSetIpv6Prefix, PrefixSets<AddressFamily::ipv6>),
+    KIND_KEY(fieldSetL4Port, PortSets),
+    KIND_KEY(fieldSetVlan, VlanSets),
 };
 
 using Entries = Orb::RbTreeMap<Orb::String, Orb::Ptr<const Orb::PtrInterface>>;
 
 Orb::Ptr<const Orb::PtrInterface> readMacSource(const Node& node, const Orb::String& name) {
     auto source = Orb::make<Orb::Dir>(name);
-    source->entryIs(readMap<Entries>(
-        node, nameKey, readFieldSet<FieldSetMacAddrConfig, FieldSetMacAddrSubConfig, macSetKeys>));
+    source->entryIs(readMap<Entries>(node, nameKey, MacSets::readSet));
     return source;
+}
+
+void writeMacSource(Writer& writer, const Orb::PtrInterface& source) {
+    writer.object([&] {
+        for (const auto& [name, set] : static_cast<const Orb::Dir&>(source).entry()) {
+            writer.namedMember(name);
+            MacSets::writeSet(writer, static_cast<const MacSets::Set&>(*set));
+        }
+    });
 }
 
 Orb::Ptr<Orb::Dir> newMacDir() { return Orb::make<Orb::Dir>("fieldSetMacAddr"); }
@@ -116,6 +132,14 @@ Orb::Ptr<const Orb::Dir> readMacDir(const Node& node) {
     auto dir = newMacDir();
     dir->entryIs(readMap<Entries>(node, nameKey, readMacSource));
     return dir;
+}
+
+void writeFieldSetConfig(Writer& writer, const FieldSetConfig& config) {
+    writeObject(writer, kindKeys, config);
+}
+
+void writeMacDir(Writer& writer, const Orb::Dir& dir) {
+    writeMap(writer, dir.entry(), [&](const auto& source) { writeMacSource(writer, *source); });
 }
 
 Orb::Ptr<const Orb::Dir> emptyMacDir() { return newMacDir(); }

@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <charconv>
 #include <map>
 #include <vector>
 
@@ -26,8 +25,10 @@ namespace {
 
 constexpr Key<CounterVersion> ruleSnapshotKeys[] = {
     {"uniqueId", [](const Node& node, CounterVersion& to) { to.uniqueId = readUniqueId(node); },
+     [](Writer& writer, const CounterVersion& from) { writeUniqueId(writer, from.uniqueId); },
      Presence::required},
-    {"packets", [](const Node& node, CounterVersion& to) { to.packets = readCount(node); }},
+    {"packets", [](const Node& node, CounterVersion& to) { to.packets = readCount(node); },
+     [](Writer& writer, const CounterVersion& from) { writer.number(from.packets); }},
 };
 
 Orb::Ptr<NamedCounterVersion> readNamedVersion(const Node& node) {
@@ -58,18 +59,63 @@ void readByPolicy(const Node& node, Enter enter) {
     });
 }
 
+// Writes an object of objects: the entries of the map by policy and, inside, by the other name.
+template <class Map, class Member, class Write>
+void writeByPolicy(Writer& writer, const Map& map, Member other, Write write) {
+    std::vector<typename Map::Iterator> sorted;
+    sorted.reserve(map.size());
+    for (auto entry = map.begin(); entry != map.end(); ++entry) sorted.push_back(entry);
+    std::sort(sorted.begin(), sorted.end(), [](auto a, auto b) { return a->key < b->key; });
+    writer.object([&] {
+        for (auto entry = sorted.begin(); entry != sorted.end();) {
+            const Orb::String& policy = (*entry)->key.policyName;
+            writer.namedMember(policy);
+            writer.object([&] {
+                for (; entry != sorted.end() && (*entry)->key.policyName == policy; ++entry) {
+                    writer.namedMember((*entry)->key.*other);
+                    write((*entry)->value);
+                }
+            });
+        }
+    });
+}
+
+// The reader refuses an empty name; what is not told has none.
+void writeName(Writer& writer, const Orb::String& name) {
+    if (!name.empty()) writer.name(name);
+}
+
 constexpr Key<Clear> clearKeys[] = {
     {"timestamp", [](const Node& node, Clear& to) { to.time = Orb::Seconds(node.seconds()); },
+     [](Writer& writer, const Clear& from) { writer.number(from.time.count()); },
      Presence::required},
-    {"user", [](const Node& node, Clear& to) { to.user = readName(node); }},
-    {"terminal", [](const Node& node, Clear& to) { to.terminal = readName(node); }},
+    {"user", [](const Node& node, Clear& to) { to.user = readName(node); },
+     [](Writer& writer, const Clear& from) { writeName(writer, from.user); }},
+    {"terminal", [](const Node& node, Clear& to) { to.terminal = readName(node); },
+     [](Writer& writer, const Clear& from) { writeName(writer, from.terminal); }},
 };
+
+// In the order of the names, nothing without any.
+void writePolicyClears(Writer& writer, const Counter& counter) {
+    if (counter.policyClear().empty()) return;
+    std::map<std::string_view, const Clear*> sorted;
+    for (const auto& [policy, clear] : counter.policyClear()) sorted[policy] = &clear;
+    writer.object([&] {
+        for (const auto& [policy, clear] : sorted) {
+            writer.namedMember(policy);
+            writeObject(writer, clearKeys, *clear);
+        }
+    });
+}
 
 constexpr Key<Counter> counterKeys[] = {
     {"timestamp",
-     [](const Node& node, Counter& to) { to.timestampIs(Orb::Seconds(node.seconds())); }},
-    {"user", [](const Node& node, Counter& to) { to.userIs(readName(node)); }},
-    {"terminal", [](const Node& node, Counter& to) { to.terminalIs(readName(node)); }},
+     [](const Node& node, Counter& to) { to.timestampIs(Orb::Seconds(node.seconds())); },
+     [](Writer& writer, const Counter& from) { writer.number(from.timestamp().count()); }},
+    {"user", [](const Node& node, Counter& to) { to.userIs(readName(node)); },
+     [](Writer& writer, const Counter& from) { writeName(writer, from.user()); }},
+    {"terminal", [](const Node& node, Counter& to) { to.terminalIs(readName(node)); },
+     [](Writer& writer, const Counter& from) { writeName(writer, from.terminal()); }},
     {"policyClear",
      [](const Node& node, Counter& to) {
          for (const auto& [name, element] : node.object()) {
@@ -80,7 +126,8 @@ constexpr Key<Counter> counterKeys[] = {
              if (to.policyClear(policy) != nullptr) member.refuseRepeated();
              to.policyClearIs(policy, clear);
          }
-     }},
+     },
+     writePolicyClears},
     {"snapshot",
      [](const Node& node, Counter& to) {
          readByPolicy(node,
@@ -89,6 +136,12 @@ constexpr Key<Counter> counterKeys[] = {
                           readObject(member, ruleSnapshotKeys, version);
                           to.snapshotIs(CounterKey{policy, rule}, version);
                       });
+     },
+     [](Writer& writer, const Counter& from) {
+         writeByPolicy(writer, from.snapshot(), &CounterKey::className,
+                       [&](const CounterVersion& version) {
+                           writeObject(writer, ruleSnapshotKeys, version);
+                       });
      }},
     {"namedSnapshot",
      [](const Node& node, Counter& to) {
@@ -96,161 +149,31 @@ constexpr Key<Counter> counterKeys[] = {
              node, [&](const Orb::String& policy, const Orb::String& counter, const Node& member) {
                  to.namedSnapshotIs(NamedCounterKey{policy, counter}, readNamedVersion(member));
              });
+     },
+     [](Writer& writer, const Counter& from) {
+         writeByPolicy(writer, from.namedSnapshot(), &NamedCounterKey::counterName,
+                       [&](const Orb::Ptr<NamedCounterVersion>& version) {
+                           writeObject(writer, recordKeys<IntfCountData>,
+                                       {{version->uniqueId(), version->totalCount()},
+                                        version->perIntfCount()});
+                       });
      }},
 };
 
+// A row of one target.
+#define TARGET_KEY(target)                                                                    \
+    Key<Snapshots> {                                                                          \
+#target,                                                                                    \
+            [](const Node& node, Snapshots& to) { readObject(node, counterKeys, *to.target); }, \
+            [](Writer& writer, const Snapshots& from) {                                       \
+                writeObject(writer, counterKeys, *from.target);                               \
+            } \
+    }
+
 constexpr Key<Snapshots> snapshotsKeys[] = {
-    {"cpu", [](const Node& node, Snapshots& to) { readObject(node, counterKeys, *to.cpu); }},
-    {"interfaceInput",
-     [](const Node& node, Snapshots& to) { readObject(node, counterKeys, *to.interfaceInput); }},
-    {"interfaceOutput",
-     [](const Node& node, Snapshots& to) { readObject(node, counterKeys, *to.interfaceOutput); }},
-};
-
-class Writer {
-  public:
-    void snapshots(const Snapshots& snapshots) {
-        open();
-        target("cpu", *snapshots.cpu);
-        target("interfaceInput", *snapshots.interfaceInput);
-        target("interfaceOutput", *snapshots.interfaceOutput);
-        close();
-        text_ += '\n';
-    }
-    std::string take() { return std::move(text_); }
-
-  private:
-    void target(std::string_view name, const Counter& counter) {
-        key(name);
-        open();
-        clear({counter.timestamp(), counter.user(), counter.terminal()});
-        policyClears(counter);
-        key("snapshot");
-        byPolicy(counter.snapshot(), &CounterKey::className, [&](const CounterVersion& version) {
-            identity(version.uniqueId);
-            number("packets", version.packets);
-        });
-        key("namedSnapshot");
-        byPolicy(counter.namedSnapshot(), &NamedCounterKey::counterName,
-                 [&](const Orb::Ptr<NamedCounterVersion>& version) { named(*version); });
-        close();
-    }
-
-    void clear(const Clear& clear) {
-        key("timestamp");
-        append(clear.time.count());
-        value("user", clear.user);
-        value("terminal", clear.terminal);
-    }
-    // In the order of the names, nothing without any.
-    void policyClears(const Counter& counter) {
-        if (counter.policyClear().empty()) return;
-        std::map<std::string_view, const Clear*> sorted;
-        for (const auto& [policy, clear] : counter.policyClear()) sorted[policy] = &clear;
-        key("policyClear");
-        open();
-        for (const auto& [policy, own] : sorted) {
-            name(policy);
-            open();
-            clear(*own);
-            close();
-        }
-        close();
-    }
-
-    void named(const NamedCounterVersion& version) {
-        counts(version.uniqueId(), version.totalCount());
-        if (version.perIntfCount().empty()) return;
-        key("perIntfCount");
-        open();
-        for (const auto& [intfId, data] : version.perIntfCount()) {
-            name(intfId.stringValue());
-            open();
-            counts(data->uniqueId(), data->countData());
-            close();
-        }
-        close();
-    }
-
-    // An object of objects: the entries of the map by policy and, inside, by the other name.
-    template <class Map, class Member, class Write>
-    void byPolicy(const Map& map, Member other, Write write) {
-        std::vector<typename Map::Iterator> sorted;
-        sorted.reserve(map.size());
-        for (auto entry = map.begin(); entry != map.end(); ++entry) sorted.push_back(entry);
-        std::sort(sorted.begin(), sorted.end(), [](auto a, auto b) { return a->key < b->key; });
-        const Orb::String* policy = nullptr;
-        open();
-        for (const auto entry : sorted) {
-            if (policy == nullptr || *policy != entry->key.policyName) {
-                if (policy != nullptr) close();
-                policy = &entry->key.policyName;
-                name(*policy);
-                open();
-            }
-            name(entry->key.*other);
-            open();
-            write(entry->value);
-            close();
-        }
-        if (policy != nullptr) close();
-        close();
-    }
-
-    void counts(Keel::UniqueId uniqueId, const PolicyMap::PacketAndByte& count) {
-        identity(uniqueId);
-        number("packets", count.packets);
-        number("bytes", count.bytes);
-    }
-    void identity(Keel::UniqueId uniqueId) {
-        if (uniqueId.value == 0) throw StateError("a snapshot without an identity, expected one");
-        number("uniqueId", uniqueId.value);
-    }
-    void number(std::string_view name, U64 value) {
-        key(name);
-        append(value);
-    }
-
-    // A key from outside.
-    void name(std::string_view name) {
-        checkName(name);
-        key(name);
-    }
-    // A key with a name from outside; nothing when that is empty.
-    void value(std::string_view name, std::string_view value) {
-        if (value.empty()) return;
-        checkName(value);
-        key(name);
-        string(value);
-    }
-    static void checkName(std::string_view name) {
-        if (canBeName(name)) return;
-        throw StateError("a snapshot of the name " + inQuotes(name) +
-                         ", expected a name without control characters");
-    }
-    void key(std::string_view name) {
-        if (text_.back() != '{') text_ += ',';
-        string(name);
-        text_ += ':';
-    }
-    void string(std::string_view text) {
-        text_ += '"';
-        for (const char character : text) {
-            if (character == '"' || character == '\\') text_ += '\\';
-            text_ += character;
-        }
-        text_ += '"';
-    }
-    void open() { text_ += '{'; }
-    void close() { text_ += '}'; }
-    template <class Number>
-    void append(Number number) {
-        char buffer[32];
-        const auto result = std::to_chars(std::begin(buffer), std::end(buffer), number);
-        text_.append(std::begin(buffer), result.ptr);
-    }
-
-    std::string text_;
+    TARGET_KEY(cpu),
+    TARGET_KEY(interfaceInput),
+    TARGET_KEY(interfaceOutput),
 };
 
 }  // namespace
@@ -293,7 +216,7 @@ Reef::UsedIdentities identitiesOf(const Snapshots& snapshots) {
 
 std::string snapshotsText(const Snapshots& snapshots) {
     Writer writer;
-    writer.snapshots(snapshots);
+    writeObject(writer, snapshotsKeys, snapshots);
     return writer.take();
 }
 

@@ -27,4 +27,21 @@ State readState(const std::string& directory) {
     return state;
 }
 
+namespace {
+
+// Of objects nested less deep each member has a line: a rule in config.json, a record of a policy
+// in status.json.
+constexpr U32 linesToDepth = 6;
+
+std::string textOf(const State& state, void (*write)(Writer& writer, const State& state)) {
+    Writer writer(linesToDepth);
+    write(writer, state);
+    return writer.take();
+}
+
+}  // namespace
+
+std::string configText(const State& state) { return textOf(state, writeConfig); }
+std::string statusText(const State& state) { return textOf(state, writeStatus); }
+
 }  // namespace StateDirectory

@@ -45,4 +45,9 @@ struct State {
 // unreadable, larger than 1 GiB or has a mistake; of two faulty documents config.json is reported.
 State readState(const std::string& directory);
 
+// The documents that are read back as the same state. A line for each rule and each record of the
+// status. Throws StateError when the state holds a name that the reader would refuse.
+std::string configText(const State& state);
+std::string statusText(const State& state);
+
 }  // namespace StateDirectory

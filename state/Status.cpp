@@ -13,19 +13,31 @@ namespace {
 
 using ReadIntfKey = Wire::IntfId (*)(const Node& member, std::string_view key);
 
+constexpr std::string_view installStateWords[] = {"notReported", "programmed", "failed"};
+
 InstallState readInstallState(const Node& node) {
-    static constexpr std::string_view words[] = {"notReported", "programmed", "failed"};
     constexpr Base::Bounds anyState{0, ~U32{0}};
     if (node.element().is_number()) return static_cast<InstallState>(node.number(anyState));
     return static_cast<InstallState>(
-        node.oneOf(words, "a whole number from " + anyState.stringValue()));
+        node.oneOf(installStateWords, "a whole number from " + anyState.stringValue()));
+}
+
+void writeInstallState(Writer& writer, InstallState state) {
+    const auto number = static_cast<U32>(state);
+    if (number < std::size(installStateWords)) {
+        writer.text(installStateWords[number]);
+    } else {
+        writer.number(number);
+    }
 }
 
 constexpr Key<Installation> installationKeys[] = {
     {"state", [](const Node& node, Installation& to) { to.state = readInstallState(node); },
+     [](Writer& writer, const Installation& from) { writeInstallState(writer, from.state); },
      Presence::required},
     {"errorText",
-     [](const Node& node, Installation& to) { to.errorText = Orb::String(node.text()); }},
+     [](const Node& node, Installation& to) { to.errorText = Orb::String(node.text()); },
+     [](Writer& writer, const Installation& from) { writeValue(writer, from.errorText); }},
 };
 
 Orb::Ptr<const IntfStatus> readIntfStatus(const Node& node, const Wire::IntfId& intfId) {
@@ -59,8 +71,15 @@ Orb::Ptr<const PacketDataStatus> readCounter(const Node& node, const Orb::String
     return counter;
 }
 
+void writeCounter(Writer& writer, const PacketDataStatus& counter) {
+    writeObject(writer, recordKeys<const IntfCountData>,
+                {{counter.uniqueId(), counter.count()}, counter.perIntfCount()});
+}
+
 // A policy's status being read, with the function that checks the ids of its interfaces.
 struct PolicyStatus {
+    using Source = PolicyMapStatus;
+
     PolicyMapStatus& status;
     ReadIntfKey readIntfKey;
 };
@@ -73,24 +92,51 @@ constexpr Key<PolicyStatus> policyStatusKeys[] = {
      [](const Node& node, PolicyStatus& to) {
          to.status.classMapStatusIs(
              readMap<ByName<ClassMapStatus>>(node, nameKey, readClassMapStatus));
+     },
+     [](Writer& writer, const PolicyMapStatus& from) {
+         writeMap(writer, from.classMapStatus(), [&](const auto& rule) {
+             writer.list([&] {
+                 for (const auto option : rule->match()) writer.text(matchOptionName(option));
+             });
+         });
      }},
     {"intfStatus",
      [](const Node& node, PolicyStatus& to) {
          using ByIntf = Orb::RbTreeMap<Wire::IntfId, Orb::Ptr<const IntfStatus>>;
          to.status.intfStatusIs(readMap<ByIntf>(node, to.readIntfKey, readIntfStatus));
+     },
+     [](Writer& writer, const PolicyMapStatus& from) {
+         writeMap(writer, from.intfStatus(), [&](const auto& intf) {
+             writer.object([&] {
+                 for (const auto& [option, installation] : intf->installation()) {
+                     writer.member(matchOptionName(option));
+                     writeObject(writer, installationKeys, installation);
+                 }
+             });
+         });
      }},
     {"classCounter",
      [](const Node& node, PolicyStatus& to) {
          to.status.classCounterIs(readMap<ByName<PacketDataStatus>>(node, nameKey, readCounter));
+     },
+     [](Writer& writer, const PolicyMapStatus& from) {
+         writeMap(writer, from.classCounter(),
+                  [&](const auto& counter) { writeCounter(writer, *counter); });
      }},
     {"namedCounter",
      [](const Node& node, PolicyStatus& to) {
          to.status.namedCounterIs(readMap<ByName<PacketDataStatus>>(node, nameKey, readCounter));
+     },
+     [](Writer& writer, const PolicyMapStatus& from) {
+         writeMap(writer, from.namedCounter(),
+                  [&](const auto& counter) { writeCounter(writer, *counter); });
      }},
 };
 
 // A status object being read, likewise.
 struct TypeStatus {
+    using Source = TrafficPolicy::Status;
+
     TrafficPolicy::Status& status;
     ReadIntfKey readIntfKey;
 
@@ -109,11 +155,14 @@ constexpr Key<TypeStatus> typeStatusKeys[] = {
                  readObject(member, policyStatusKeys, reading);
                  return Orb::Ptr<const PolicyMapStatus>(policy);
              }));
+     },
+     [](Writer& writer, const TrafficPolicy::Status& from) {
+         writeMap(writer, from.policyMapStatus(),
+                  [&](const auto& policy) { writeObject(writer, policyStatusKeys, *policy); });
      }},
 };
 
-Orb::Ptr<const TrafficPolicy::Status> readTypeStatus(const Node& node,
-                                                     ReadIntfKey readIntfKey = intfKey) {
+Orb::Ptr<const TrafficPolicy::Status> readTypeStatus(const Node& node, ReadIntfKey readIntfKey) {
     auto status = Orb::make<TrafficPolicy::Status>();
     TypeStatus reading{*status, readIntfKey};
     readObject(node, typeStatusKeys, reading);
@@ -146,24 +195,37 @@ Orb::Seconds readTime(const Node& node) {
     return *time;
 }
 
+// Rows of the objects of one form.
+#define RECORD_KEY(attribute, Type, keys)                                                         \
+    Key<State> {                                                                                  \
+#attribute, [](const Node& node, State& to) { to.attribute = readRecordOf<Type, keys>(node); }, \
+            [](Writer& writer, const State& from) {                                             \
+                if (from.attribute) writeObject(writer, keys, *from.attribute);                 \
+            } \
+    }
+#define TYPE_STATUS_KEY(attribute, readIntfKey)                                                 \
+    Key<State> {                                                                                \
+#attribute, [](const Node& node,                                                              \
+                       State& to) { to.attribute = readTypeStatus(node, readIntfKey); },        \
+            [](Writer& writer, const State& from) {                                             \
+                if (from.attribute) writeObject(writer, typeStatusKeys, *from.attribute);       \
+            } \
+    }
+
 constexpr Key<State> statusKeys[] = {
-    {"source", [](const Node& node, State& to) { to.source = readText(node); }},
-    {"time", [](const Node& node, State& to) { to.time = readTime(node); }},
-    {"hwStatus",
-     [](const Node& node, State& to) {
-         to.hwStatus = readRecordOf<TrafficPolicy::HwStatus, hwStatusKeys>(node);
+    {"source", [](const Node& node, State& to) { to.source = readText(node); },
+     [](Writer& writer, const State& from) { writeValue(writer, from.source); }},
+    {"time", [](const Node& node, State& to) { to.time = readTime(node); },
+     [](Writer& writer, const State& from) {
+         if (from.time) writer.text(Base::timeText(*from.time));
      }},
-    {"intfParamStatus",
-     [](const Node& node, State& to) {
-         to.intfParamStatus = readRecordOf<TrafficPolicyIntfParamStatus, intfParamKeys>(node);
-     }},
-    {"interfaceInput",
-     [](const Node& node, State& to) { to.interfaceInput = readTypeStatus(node); }},
-    {"interfaceOutput",
-     [](const Node& node, State& to) { to.interfaceOutput = readTypeStatus(node); }},
-    {"cpu", [](const Node& node, State& to) { to.cpu = readTypeStatus(node); }},
-    {"cpuSoftware", [](const Node& node, State& to) { to.cpuSoftware = readTypeStatus(node); }},
-    {"vlan", [](const Node& node, State& to) { to.vlan = readTypeStatus(node, vlanIntfKey); }},
+    RECORD_KEY(hwStatus, TrafficPolicy::HwStatus, hwStatusKeys),
+    RECORD_KEY(intfParamStatus, TrafficPolicyIntfParamStatus, intfParamKeys),
+    TYPE_STATUS_KEY(interfaceInput, intfKey),
+    TYPE_STATUS_KEY(interfaceOutput, intfKey),
+    TYPE_STATUS_KEY(cpu, intfKey),
+    TYPE_STATUS_KEY(cpuSoftware, intfKey),
+    TYPE_STATUS_KEY(vlan, vlanIntfKey),
 };
 
 Orb::String onlyOption(const ClassMapStatus& status) {
@@ -199,5 +261,7 @@ void readStatus(const Node& root, State& state) {
     readObject(root, statusKeys, state);
     checkDirections(root, state);
 }
+
+void writeStatus(Writer& writer, const State& state) { writeObject(writer, statusKeys, state); }
 
 }  // namespace StateDirectory

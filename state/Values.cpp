@@ -132,6 +132,19 @@ Orb::HashSet2018<IpGenPrefix> readPrefixes(const Node& node, std::optional<Addre
         node, [family](const Node& item) { return readPrefix(item, family); });
 }
 
+void writeRange(Writer& writer, const NumericalRange& range) {
+    if (range.low == range.high) {
+        writer.number(range.low);
+    } else {
+        writer.text(range.stringValue());
+    }
+}
+
+void writePrefixes(Writer& writer, const Orb::HashSet2018<IpGenPrefix>& prefixes) {
+    writeSet(writer, prefixes,
+             [&](const IpGenPrefix& prefix) { writer.text(prefix.stringValue()); });
+}
+
 Orb::String nameKey(const Node& member, std::string_view key) {
     checkName(member, key, "key", Spot::key);
     return Orb::String(key);

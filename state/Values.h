@@ -30,6 +30,10 @@ Classification::NumericalRange readRange(const Node& node, Base::Bounds bounds);
 Orb::HashSet2018<Wire::IpGenPrefix> readPrefixes(const Node& node,
                                                  std::optional<Wire::AddressFamily> family);
 
+// A number, or "low-high".
+void writeRange(Writer& writer, const Classification::NumericalRange& range);
+void writePrefixes(Writer& writer, const Orb::HashSet2018<Wire::IpGenPrefix>& prefixes);
+
 // Keys of maps. Each refuses a key that is none.
 Orb::String nameKey(const Node& member, std::string_view key);
 Wire::IntfId intfKey(const Node& member, std::string_view key);
@@ -37,6 +41,30 @@ Wire::IntfId intfKey(const Node& member, std::string_view key);
 Wire::IntfId vlanIntfKey(const Node& member, std::string_view key);
 PolicyMap::ClassMapMatchOption matchOptionKey(const Node& member, std::string_view key);
 Classification::ProtocolRange protocolKey(const Node& member, std::string_view key);
+
+// The texts of such keys.
+inline const Orb::String& keyText(const Orb::String& name) { return name; }
+inline const Orb::String& keyText(const Wire::IntfId& intfId) { return intfId.stringValue(); }
+inline Orb::String keyText(const Classification::ProtocolRange& range) {
+    return range.stringValue();
+}
+inline std::string_view keyText(PolicyMap::ClassMapMatchOption option) {
+    return PolicyMap::matchOptionName(option);
+}
+
+// Writes the members of a map as an object; write(value) writes each. An empty map is left out
+// where that means the same.
+template <class Map, class Write>
+void writeMap(Writer& writer, const Map& map, Write write) {
+    if (map.empty() && writer.mayBeAbsent()) return;
+    writer.object([&] {
+        for (const auto& [key, value] : map) {
+            const auto& text = keyText(key);
+            writer.namedMember(text);
+            write(value);
+        }
+    });
+}
 
 // The words of match options, by their values.
 std::span<const std::string_view> matchOptionWords();

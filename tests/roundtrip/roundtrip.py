@@ -128,6 +128,15 @@ def compare(folder, config, state, validators, kind):
     return count, set(schemas.used_keys(policies))
 
 
+def compare_rewritten(folder, kind):
+    """What is read and written again gives the same report."""
+    with tempfile.TemporaryDirectory() as rewritten:
+        subprocess.run([os.environ["REWRITE_PATH"], folder, rewritten], check=True)
+        for options in ((), ("--json",)):
+            found = show(rewritten, kind, "detail", *options) == show(folder, kind, "detail", *options)
+            expect(kind, f"report of the state written again {options}", found, True)
+
+
 def main(kind):
     generator = Generator(20240611)
     config = generator.config(POLICIES)
@@ -137,6 +146,7 @@ def main(kind):
         for name, document in (("config", config), ("status", status)):
             (pathlib.Path(folder) / f"{name}.json").write_text(json.dumps(document))
         count, keys = compare(folder, config, state, schemas.load("policy"), kind)
+        compare_rewritten(folder, kind)
     if kind == "interface":
         expect(kind, "keys that no policy has shown", sorted(all_keys() - keys), [])
     for fault in faults[:20]:
