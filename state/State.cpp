@@ -4,6 +4,7 @@
 
 #include "state/Config.h"
 #include "state/Document.h"
+#include "state/ImportedDirectory.h"
 #include "state/Status.h"
 
 namespace StateDirectory {
@@ -18,13 +19,29 @@ void readDocument(const std::string& path, State& state,
 
 }  // namespace
 
-State readState(const std::string& directory) {
+namespace {
+
+State readFolder(const std::string& folder) {
     // The documents fill different members, so that two threads may fill one state.
     State state;
-    auto status = std::async([&] { readDocument(directory + "/status.json", state, readStatus); });
-    readDocument(directory + "/config.json", state, readConfig);
+    auto status = std::async([&] { readDocument(folder + "/status.json", state, readStatus); });
+    readDocument(folder + "/config.json", state, readConfig);
     status.get();
     return state;
+}
+
+}  // namespace
+
+State readState(const std::string& directory) {
+    for (;;) {
+        const std::string folder = documentsFolder(directory);
+        try {
+            return readFolder(folder);
+        } catch (const UnreadableError&) {
+            // Imports that came meanwhile have removed what was in force at first.
+            if (documentsFolder(directory) == folder) throw;
+        }
+    }
 }
 
 namespace {

@@ -41,7 +41,8 @@ struct State {
     Orb::Ptr<const TrafficPolicy::Status> vlan;
 };
 
-// Reads config.json and status.json, on two threads. Throws StateError when either is missing,
+// Reads config.json and status.json, on two threads; of a directory that is imported into those of
+// one import. Throws StateError when either is missing,
 // unreadable, larger than 1 GiB or has a mistake; of two faulty documents config.json is reported.
 State readState(const std::string& directory);
 
