@@ -1,0 +1,286 @@
+#include "import/Follow.h"
+
+#include <poll.h>
+#include <signal.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <ctime>
+
+#include "import/LiveCounters.h"
+#include "import/Report.h"
+#include "import/Sonic.h"
+#include "import/SonicRedis.h"
+#include "state/ImportedDirectory.h"
+
+namespace Import {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+constexpr milliseconds counterInterval(2000);
+constexpr milliseconds pollInterval(5000);    // where the server does not tell of changes
+constexpr milliseconds quiet(10);             // after a change, for others that belong to it
+constexpr milliseconds longestGathering(60);  // of changes that come one after the other
+constexpr milliseconds firstBackOff(100);
+constexpr milliseconds longestBackOff(5000);
+
+std::string timeOfDay() {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    ::localtime_r(&now, &local);
+    char text[16];
+    return {text, std::strftime(text, sizeof text, "%H:%M:%S", &local)};
+}
+
+// The signals to end, as a descriptor.
+class StopSignals {
+  public:
+    StopSignals() {
+        sigset_t signals;
+        ::sigemptyset(&signals);
+        ::sigaddset(&signals, SIGTERM);
+        ::sigaddset(&signals, SIGINT);
+        descriptor_ = ::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+    }
+    StopSignals(const StopSignals&) = delete;
+    StopSignals& operator=(const StopSignals&) = delete;
+    ~StopSignals() { ::close(descriptor_); }
+
+    // Waits for a signal, for something to read from the descriptor (-1: none), or so long at most.
+    // Says whether there was a signal.
+    bool wait(int descriptor, milliseconds longest) const {
+        pollfd ready[] = {{descriptor_, POLLIN, 0}, {descriptor, POLLIN, 0}};
+        const nfds_t count = descriptor < 0 ? 1 : 2;
+        ::poll(ready, count, static_cast<int>(std::max<long>(longest.count(), 0)));
+        return ready[0].revents != 0;
+    }
+
+  private:
+    int descriptor_;
+};
+
+// A subscription to what changes in the databases.
+class Changes {
+  public:
+    using Keys = std::map<const SonicDatabase*, std::set<std::string>>;
+
+    // Has the server tell of changes, when it does not yet.
+    explicit Changes(const RedisAddress& address) : connection_(address) {
+        try {
+            const RedisReply set = connection_.ask({"CONFIG", "GET", "notify-keyspace-events"});
+            const std::string flags = set->type == REDIS_REPLY_ARRAY && set->elements == 2
+                                          ? textOf(*set->element[1])
+                                          : "";
+            // K: by key; A, or h and g: hashes and removals.
+            const auto has = [&](char flag) { return flags.find(flag) != flags.npos; };
+            if (!has('K') || !(has('A') || (has('h') && has('g')))) {
+                connection_.ask({"CONFIG", "SET", "notify-keyspace-events", "KEA"});
+            }
+            isTold_ = true;
+        } catch (const RedisError&) {
+            return;  // the server does not let us
+        }
+        std::vector<std::string> command = {"PSUBSCRIBE"};
+        for (const auto& database : sonicDatabases) {
+            command.push_back(prefixOf(database) + "ACL_*");
+        }
+        command.push_back(prefixOf(sonicDatabases[0]) + "PORTCHANNEL_MEMBER|*");
+        connection_.ask(command);
+    }
+
+    bool isTold() const { return isTold_; }
+    int descriptor() const { return connection_.descriptor(); }
+
+    // Adds the keys of the changes that have arrived.
+    void take(Keys& keys) {
+        while (const RedisReply message = connection_.arrived()) {
+            if (message->type != REDIS_REPLY_ARRAY || message->elements != 4) continue;
+            const std::string channel = textOf(*message->element[2]);
+            for (const auto& database : sonicDatabases) {
+                const std::string prefix = prefixOf(database);
+                if (!channel.starts_with(prefix)) continue;
+                const std::string key = channel.substr(prefix.size());
+                if (isOfAcls(database, key)) keys[&database].insert(key);
+            }
+        }
+    }
+
+  private:
+    static std::string prefixOf(const SonicDatabase& database) {
+        return "__keyspace@" + std::to_string(database.number) + "__:";
+    }
+
+    RedisConnection connection_;
+    bool isTold_ = false;
+};
+
+class Follower {
+  public:
+    explicit Follower(const ImportOptions& options)
+        : options_(options), directory_(options.output), counters_(options.output) {}
+
+    int run() {
+        milliseconds backOff = firstBackOff;
+        for (;;) {
+            try {
+                followConnection(backOff);
+                return statusOf(findings_);
+            } catch (const RedisError& error) {
+                if (!isInForce_) throw;
+                if (isLost_) {
+                    // Said already.
+                } else {
+                    say(std::string(error.what()) + "; the state stays that of " + timeInForce_ +
+                        ", trying again");
+                }
+                isLost_ = true;
+            }
+            if (stop_.wait(-1, backOff)) return statusOf(findings_);
+            backOff = std::min(backOff * 2, longestBackOff);
+        }
+    }
+
+  private:
+    // Returns when it is told to stop.
+    void followConnection(milliseconds& backOff) {
+        Changes changes(*options_.redis);  // before all is read: nothing is missed between
+        SonicRedis redis(*options_.redis);
+        readAll(redis);
+        if (isLost_) say("connected again; the state is up to date");
+        isLost_ = false;
+        backOff = firstBackOff;
+        if (!changes.isTold() && !isPollingSaid_) {
+            say("the server does not tell of changes; looking every 5 s");
+            isPollingSaid_ = true;
+        }
+        auto nextCounters = Clock::now() + counterInterval;
+        auto nextPoll = Clock::now() + pollInterval;
+        for (;;) {
+            const auto next = changes.isTold() ? nextCounters : std::min(nextCounters, nextPoll);
+            const auto wait = std::chrono::ceil<milliseconds>(next - Clock::now());
+            if (stop_.wait(changes.descriptor(), wait)) return;
+            if (followChanges(changes, redis)) return;
+            if (!changes.isTold() && Clock::now() >= nextPoll) {
+                readAll(redis);
+                nextPoll = Clock::now() + pollInterval;
+            }
+            if (Clock::now() >= nextCounters) {
+                readCounters(redis);
+                nextCounters = Clock::now() + counterInterval;
+            }
+        }
+    }
+
+    // True: it is told to stop.
+    bool followChanges(Changes& changes, SonicRedis& redis) {
+        Changes::Keys keys;
+        changes.take(keys);
+        if (keys.empty()) return false;
+        const auto end = Clock::now() + longestGathering;
+        for (std::size_t known = 0; known != countOf(keys) && Clock::now() < end;) {
+            known = countOf(keys);
+            if (stop_.wait(changes.descriptor(), quiet)) return true;
+            changes.take(keys);
+        }
+        SonicDatabases databases = databases_;
+        for (const auto& [database, names] : keys) {
+            redis.readKeys(*database, names, databases, readingFindings_);
+        }
+        // New rules have counters.
+        redis.readCounters(databases, readingFindings_);
+        publish(std::move(databases));
+        return false;
+    }
+
+    static std::size_t countOf(const Changes::Keys& keys) {
+        std::size_t count = 0;
+        for (const auto& [database, names] : keys) count += names.size();
+        return count;
+    }
+
+    void readAll(SonicRedis& redis) {
+        readingFindings_ = Findings();
+        publish(redis.readAll(readingFindings_));
+    }
+
+    // Counts go into the store; a counter that comes or goes changes the documents.
+    void readCounters(SonicRedis& redis) {
+        SonicDatabases databases = databases_;
+        redis.readCounters(databases, readingFindings_);
+        const auto hasSameKeys = [](const SonicTable& a, const SonicTable& b) {
+            return std::ranges::equal(a, b, {}, &SonicTable::value_type::first,
+                                      &SonicTable::value_type::first);
+        };
+        if (!hasSameKeys(databases.counters, databases_.counters)) {
+            publish(std::move(databases));
+            return;
+        }
+        if (databases.counters == databases_.counters) return;
+        databases_ = std::move(databases);
+        counters_.countsAre(countsByIdentity(databases_));
+    }
+
+    static bool sameButCounts(const SonicDatabases& a, const SonicDatabases& b) {
+        const auto map = [](const SonicDatabases& databases) {
+            const auto found = databases.counters.find(std::string(counterMapKey));
+            return found == databases.counters.end() ? SonicFields() : found->second;
+        };
+        return a.config == b.config && a.state == b.state && map(a) == map(b) &&
+               std::ranges::equal(a.counters, b.counters, {}, &SonicTable::value_type::first,
+                                  &SonicTable::value_type::first);
+    }
+
+    void publish(SonicDatabases databases) {
+        const bool isSame = isInForce_ && sameButCounts(databases, databases_);
+        databases_ = std::move(databases);
+        if (isSame) {
+            counters_.countsAre(countsByIdentity(databases_));
+            return;
+        }
+        Findings findings = readingFindings_;
+        Gathered gathered = gatherSonic(databases_, findings);
+        gathered.countersInReef = true;
+        gathered.source = "sonic " + options_.redis->text();
+        const StateDirectory::State state = stateOf(gathered);
+        try {
+            directory_.documentsAre(configText(state), statusText(state));
+            counters_.stateIs(state);
+        } catch (const StateDirectory::StateError& error) {
+            throw OutputError(error.what());
+        } catch (const std::bad_alloc&) {
+            throw;
+        } catch (const std::exception& error) {
+            throw OutputError(error.what());
+        }
+        timeInForce_ = timeOfDay();
+        if (!isInForce_ || findings.report() != findings_.report()) {
+            say(timeInForce_ + " " + summaryOf(state));
+            tellFindings(findings, options_.report);
+        }
+        isInForce_ = true;
+        findings_ = std::move(findings);
+    }
+
+    const ImportOptions& options_;
+    const StopSignals stop_;
+    StateDirectory::ImportedDirectory directory_;
+    LiveCounters counters_;
+    SonicDatabases databases_;
+    Findings readingFindings_;  // of the databases
+    Findings findings_;         // of the state in force
+    std::string timeInForce_;
+    bool isInForce_ = false;
+    bool isLost_ = false;
+    bool isPollingSaid_ = false;
+};
+
+}  // namespace
+
+int follow(const ImportOptions& options) { return Follower(options).run(); }
+
+}  // namespace Import

@@ -1,0 +1,34 @@
+// One hash of ACL_RULE as a rule. A field asks by itself; one without a counterpart is carried word
+// for word.
+#pragma once
+
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "import/Findings.h"
+#include "import/SonicDatabases.h"
+#include "import/StateBuilder.h"
+
+namespace Import {
+
+// What a table says of all its rules.
+struct SonicTableForm {
+    std::set<ClassMapMatchOption> families;  // that its rules may look at
+    bool takesIpv6Fields = false;            // although ipv6 is not among them
+    std::vector<std::string> services;       // of the switch itself; empty: not told
+};
+
+// The criteria and the actions. place: of the rule, for findings. The rule has no name and no
+// reports yet.
+Rule ruleOfHash(const SonicFields& fields, const SonicTableForm& form, const std::string& place,
+                Findings& findings);
+
+// "a,b" without empty ones.
+std::vector<std::string> commaSeparated(std::string_view text);
+
+// A number in decimal or 0x form.
+std::optional<U64> parseAnyNumber(std::string_view text, Base::Bounds bounds);
+
+}  // namespace Import
