@@ -17,7 +17,7 @@ Orb::Ptr<const ProtoField> FilterDraft::layer4() const {
         ports->sportFieldSetsIs(sourcePortSets);
         ports->dportIs(destinationPorts);
         ports->dportFieldSetsIs(destinationPortSets);
-        proto->portFieldsIs(Orb::Ptr<const PortField>(ports));
+        proto->portFieldsIs(0, Orb::Ptr<const PortField>(ports));
     }
     if (tcpFlags) proto->tcpFlagsIs(tcpFlags);
     if (icmpTypes || icmpCodes) {
@@ -27,7 +27,7 @@ Orb::Ptr<const ProtoField> FilterDraft::layer4() const {
         types.low = range.low;
         types.high = range.high;
         if (icmpCodes) types.codes.is(IcmpCodeRange(icmpCodes->low, icmpCodes->high));
-        proto->icmpTypesIs(std::move(types));
+        proto->icmpTypesIs(0, std::move(types));
     }
     if (proto->portFields().empty() && !tcpFlags && proto->icmpTypes().empty()) return nullptr;
     return proto;

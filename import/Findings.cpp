@@ -1,7 +1,7 @@
 #include "import/Findings.h"
 
+#include "base/Escape.h"
 #include "base/Text.h"
-#include "orb/Escape.h"
 
 namespace Import {
 
@@ -35,9 +35,9 @@ std::vector<std::string> Findings::counts() const {
 std::string Findings::report() const {
     std::string lines;
     for (const Finding& finding : findings_) {
-        lines += Orb::escaped(finding.place) + ": " + textOf(finding.kind) + ": " +
-                 Orb::escaped(finding.statement) +
-                 (finding.text.empty() ? "" : ": " + Orb::escaped(finding.text)) + "\n";
+        lines += Base::escaped(finding.place) + ": " + textOf(finding.kind) + ": " +
+                 Base::escaped(finding.statement) +
+                 (finding.text.empty() ? "" : ": " + Base::escaped(finding.text)) + "\n";
     }
     return lines;
 }

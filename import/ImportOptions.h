@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "base/Options.h"
+#include "base/OptionTable.h"
 #include "import/RedisAddress.h"
 
 namespace Import {

@@ -5,8 +5,8 @@
 
 #include <cstring>
 
+#include "base/Escape.h"
 #include "base/Text.h"
-#include "orb/Escape.h"
 
 namespace Import {
 
@@ -18,7 +18,7 @@ constexpr timeval answerTimeout{10, 0};
 }  // namespace
 
 RedisConnection::RedisConnection(const RedisAddress& address)
-    : name_("Redis server " + Orb::escaped(address.text())),
+    : name_("Redis server " + Base::escaped(address.text())),
       context_(address.path.empty()
                    ? ::redisConnectWithTimeout(address.host.c_str(), address.port, connectTimeout)
                    : ::redisConnectUnixWithTimeout(address.path.c_str(), connectTimeout)) {
@@ -29,7 +29,7 @@ RedisConnection::RedisConnection(const RedisAddress& address)
 }
 
 void RedisConnection::fail() const {
-    throw RedisError(name_ + ": " + Orb::escaped(context_->errstr));
+    throw RedisError(name_ + ": " + Base::escaped(context_->errstr));
 }
 
 void RedisConnection::send(const std::vector<std::string>& command) {

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <fstream>
 
-#include "orb/Escape.h"
+#include "base/Escape.h"
 
 namespace Import {
 
@@ -47,7 +47,7 @@ void tellFindings(const Findings& findings, const std::string& reportFile) {
     report << findings.report();
     report.close();
     if (!report) {
-        throw OutputError(Orb::escaped(reportFile) +
+        throw OutputError(Base::escaped(reportFile) +
                           ": cannot be written: " + std::strerror(errno));
     }
 }

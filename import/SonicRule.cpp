@@ -165,7 +165,7 @@ bool readVlan(const std::string& text, FilterDraft& draft) {
     if (!id) return false;
     auto tag = Orb::make<VlanRangeSet>();
     tag->vlansIs(VlanRange(*id, *id));
-    draft.filter().vlanTagsIs(Orb::Ptr<const VlanRangeSet>(tag));
+    draft.filter().vlanTagsIs(0, Orb::Ptr<const VlanRangeSet>(tag));
     return true;
 }
 

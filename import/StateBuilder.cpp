@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <set>
 
-#include "orb/Escape.h"
+#include "base/Escape.h"
 #include "orb/Hash.h"
 #include "state/Values.h"
 
@@ -211,7 +211,7 @@ void attach(Config& config, const Point& point, const std::string& policy) {
     if (firstPolicies(config).contains(point)) {
         MorePolicies more;
         if (const MorePolicies* const others = config.morePolicies().find(point)) more = *others;
-        more.is(Orb::String(policy));
+        more.is(more.size(), Orb::String(policy));
         config.morePoliciesIs(point, std::move(more));
     } else if constexpr (std::is_same_v<Point, Wire::IntfId>) {
         config.intfIs(point, Orb::String(policy));
@@ -256,7 +256,7 @@ void addAttachments(StateDirectory::State& state, const Gathered& gathered) {
 std::string nameOf(std::string_view text) {
     if (text.empty()) return "(no name)";
     if (StateDirectory::isName(text) && simdjson::validate_utf8(text)) return std::string(text);
-    return Orb::escaped(text);
+    return Base::escaped(text);
 }
 
 U64 identityOf(std::initializer_list<std::string_view> parts) {

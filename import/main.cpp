@@ -5,13 +5,13 @@
 #include <cstdio>
 #include <new>
 
+#include "base/Escape.h"
 #include "import/Follow.h"
 #include "import/OpenConfig.h"
 #include "import/OpenConfigInput.h"
 #include "import/Report.h"
 #include "import/Sonic.h"
 #include "import/SonicRedis.h"
-#include "orb/Escape.h"
 #include "state/ImportedDirectory.h"
 
 namespace Import {
@@ -23,7 +23,7 @@ Gathered gatherFiles(const ImportOptions& options, Findings& findings) {
     for (const std::string& file : options.files) readOpenConfig(file, tree, findings);
     Gathered gathered = gatherOpenConfig(tree, findings);
     gathered.source = "openconfig";
-    for (const std::string& file : options.files) gathered.source += " " + Orb::escaped(file);
+    for (const std::string& file : options.files) gathered.source += " " + Base::escaped(file);
     return gathered;
 }
 
@@ -37,12 +37,12 @@ Gathered gatherDatabases(const ImportOptions& options, Findings& findings) {
     for (std::size_t i = 0; i < std::size(sonicDatabases); ++i) {
         const std::string& file = options.databaseFiles[i];
         if (file.empty()) continue;
-        source += (source.empty() ? "" : " ") + Orb::escaped(file);
+        source += (source.empty() ? "" : " ") + Base::escaped(file);
         readSonicFile(file, sonicDatabases[i], databases, findings);
     }
     if (!holdsAcls(databases)) {
         throw StateDirectory::StateError(
-            Orb::escaped(source) +
+            Base::escaped(source) +
             ": there is no ACL in it, expected keys such as \"ACL_TABLE|NAME\" in CONFIG_DB");
     }
     Gathered gathered = gatherSonic(databases, findings);
@@ -65,7 +65,7 @@ int importOnce(const ImportOptions& options) {
             throw OutputError(error.what());
         }
     }
-    say((options.dryRun ? "not written: " : Orb::escaped(options.output) + ": ") +
+    say((options.dryRun ? "not written: " : Base::escaped(options.output) + ": ") +
         summaryOf(state));
     tellFindings(findings, options.report);
     return statusOf(findings);

@@ -12,8 +12,8 @@
 #include <string_view>
 #include <vector>
 
+#include "base/Escape.h"
 #include "base/Number.h"
-#include "orb/Escape.h"
 
 namespace StateDirectory {
 
@@ -26,7 +26,7 @@ constexpr const char* documentNames[] = {"config.json", "status.json"};
 constexpr std::string_view generationPrefix = "generation-";
 
 [[noreturn]] void fail(const std::string& path, const char* doing) {
-    throw StateError(Orb::escaped(path) + ": " + doing + ": " + std::strerror(errno));
+    throw StateError(Base::escaped(path) + ": " + doing + ": " + std::strerror(errno));
 }
 
 // Where a link leads; empty when the path is no link.
@@ -94,13 +94,13 @@ ImportedDirectory::ImportedDirectory(std::string directory) : directory_(std::mo
     std::error_code error;
     std::filesystem::create_directories(directory_, error);
     if (error) {
-        throw StateError(Orb::escaped(directory_) + ": cannot be made: " + error.message());
+        throw StateError(Base::escaped(directory_) + ": cannot be made: " + error.message());
     }
     for (const char* const name : documentNames) {
         struct stat status {};
         if (::lstat(pathOf(name).c_str(), &status) != 0) continue;
         if (targetOf(pathOf(name)) == std::string(currentName) + "/" + name) continue;
-        throw StateError(Orb::escaped(pathOf(name)) +
+        throw StateError(Base::escaped(pathOf(name)) +
                          ": was not written by an import, expected a new directory or an imported "
                          "one");
     }
@@ -111,7 +111,7 @@ ImportedDirectory::ImportedDirectory(std::string directory) : directory_(std::mo
     const bool isTaken = errno == EWOULDBLOCK;
     ::close(lock_);
     if (!isTaken) fail(path, "cannot lock");
-    throw StateError(Orb::escaped(directory_) +
+    throw StateError(Base::escaped(directory_) +
                      ": another import is writing it, expected one at a time");
 }
 
