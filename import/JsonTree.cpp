@@ -79,7 +79,8 @@ class Merging {
 
     void mergeMember(JsonTree& node, const std::string& name, Element value,
                      const std::string& place) {
-        if (keysOf(name) != nullptr) {
+        // A leaf may have the name of a list: the interface that a reference names.
+        if (keysOf(name) != nullptr && (value.is_array() || value.is_object())) {
             mergeList(node.childIs(name, place), name, value, place);
         } else if (value.is_object()) {
             merge(node.childIs(name, place), value, place);
