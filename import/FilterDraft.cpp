@@ -6,6 +6,13 @@ namespace Import {
 
 using namespace Classification;
 
+std::optional<Wire::IpGenPrefix> prefixOf(const std::string& text) {
+    if (const auto prefix = Wire::IpGenPrefix::parse(text)) return prefix->masked();
+    const auto address = Wire::IpGenAddr::parse(text);
+    if (!address) return std::nullopt;
+    return Wire::IpGenPrefix(*address, address->family() == Wire::AddressFamily::ipv4 ? 32 : 128);
+}
+
 void FilterDraft::other(const std::string& text) { filter_->otherCriteriaIs(nameOf(text)); }
 
 // What is asked beside the protocol; null: nothing.

@@ -37,6 +37,10 @@ constexpr ClassMapMatchOption familyOf(U32 etherType) {
                                         : ClassMapMatchOption::mac;
 }
 
+// A prefix without its host bits, or an address as the prefix of it alone; nothing when the text is
+// neither.
+std::optional<Wire::IpGenPrefix> prefixOf(const std::string& text);
+
 class FilterDraft {
   public:
     explicit FilterDraft(ClassMapMatchOption option) : option_(option) {}

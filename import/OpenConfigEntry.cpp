@@ -31,13 +31,6 @@ std::optional<U32> numberIn(const Leaf& leaf, Base::Bounds bounds) {
     return number ? std::optional(static_cast<U32>(*number)) : std::nullopt;
 }
 
-std::optional<Wire::IpGenPrefix> prefixOf(const std::string& text) {
-    if (const auto prefix = Wire::IpGenPrefix::parse(text)) return prefix->masked();
-    const auto address = Wire::IpGenAddr::parse(text);
-    if (!address) return std::nullopt;
-    return Wire::IpGenPrefix(*address, address->family() == Wire::AddressFamily::ipv4 ? 32 : 128);
-}
-
 // Prefixes or names of sets: a filter has one form of each side.
 template <auto isPresent, auto enter>
 bool readAddress(const Leaf& leaf, const Context& context) {

@@ -61,13 +61,6 @@ Families ipTypeFamilies(const std::string& text) {
 // Reads a field into the draft. False: it cannot be said there.
 using Read = bool (*)(const std::string& text, FilterDraft& draft);
 
-std::optional<Wire::IpGenPrefix> prefixOf(const std::string& text) {
-    if (const auto prefix = Wire::IpGenPrefix::parse(text)) return prefix->masked();
-    const auto address = Wire::IpGenAddr::parse(text);
-    if (!address) return std::nullopt;
-    return Wire::IpGenPrefix(*address, address->family() == Wire::AddressFamily::ipv4 ? 32 : 128);
-}
-
 template <bool isSource>
 bool readPrefix(const std::string& text, FilterDraft& draft) {
     const auto prefix = prefixOf(text);

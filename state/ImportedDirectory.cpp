@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "base/Escape.h"
+#include "base/File.h"
 #include "base/Number.h"
 
 namespace StateDirectory {
@@ -37,28 +38,17 @@ std::string targetOf(const std::string& path) {
 }
 
 void sync(const std::string& folder) {
-    const int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    const bool isSynced = fd >= 0 && ::fsync(fd) == 0;
-    const int error = errno;
-    if (fd >= 0) ::close(fd);
-    errno = error;
-    if (!isSynced) fail(folder, "cannot sync the directory");
+    const Base::FileDescriptor file = Base::openFolder(folder);
+    if (!file.isOpen() || ::fsync(file.number()) != 0) fail(folder, "cannot sync the directory");
 }
 
 void writeSynced(const std::string& path, std::string_view text) {
-    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (fd < 0) fail(path, "cannot be made");
-    while (!text.empty()) {
-        const ssize_t written = ::write(fd, text.data(), text.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written < 0) break;
-        text.remove_prefix(static_cast<std::size_t>(written));
+    const Base::FileDescriptor file(
+        ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    if (!file.isOpen()) fail(path, "cannot be made");
+    if (!Base::writeAll(file.number(), text) || ::fsync(file.number()) != 0) {
+        fail(path, "cannot write");
     }
-    const bool isWritten = text.empty() && ::fsync(fd) == 0;
-    const int error = errno;
-    ::close(fd);
-    errno = error;
-    if (!isWritten) fail(path, "cannot write");
 }
 
 void linkIs(const std::string& path, const std::string& target) {
@@ -105,17 +95,14 @@ ImportedDirectory::ImportedDirectory(std::string directory) : directory_(std::mo
                          "one");
     }
     const std::string path = pathOf(lockName);
-    lock_ = ::open(path.c_str(), O_RDONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0644);
-    if (lock_ < 0) fail(path, "cannot open the lock");
-    if (::flock(lock_, LOCK_EX | LOCK_NB) == 0) return;
-    const bool isTaken = errno == EWOULDBLOCK;
-    ::close(lock_);
-    if (!isTaken) fail(path, "cannot lock");
+    lock_ = Base::FileDescriptor(
+        ::open(path.c_str(), O_RDONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0644));
+    if (!lock_.isOpen()) fail(path, "cannot open the lock");
+    if (::flock(lock_.number(), LOCK_EX | LOCK_NB) == 0) return;
+    if (errno != EWOULDBLOCK) fail(path, "cannot lock");
     throw StateError(Base::escaped(directory_) +
                      ": another import is writing it, expected one at a time");
 }
-
-ImportedDirectory::~ImportedDirectory() { ::close(lock_); }
 
 void ImportedDirectory::documentsAre(const std::string& config, const std::string& status) {
     const std::string generation = newGeneration();

@@ -13,6 +13,7 @@
 
 #include <string>
 
+#include "base/File.h"
 #include "state/StateError.h"
 
 namespace StateDirectory {
@@ -27,9 +28,6 @@ class ImportedDirectory {
     // Makes the directory when there is none. Throws StateError when it holds documents that
     // somebody wrote by hand, when another import holds it, or when it cannot be written.
     explicit ImportedDirectory(std::string directory);
-    ~ImportedDirectory();
-    ImportedDirectory(const ImportedDirectory&) = delete;
-    ImportedDirectory& operator=(const ImportedDirectory&) = delete;
 
     // Puts new documents in the place of the former ones. Whatever instant the program dies at, the
     // former ones or the new ones are in force, whole. Throws StateError, after which the former
@@ -43,7 +41,7 @@ class ImportedDirectory {
     void removeAllBut(const std::string& generation, const std::string& former) const;
 
     std::string directory_;
-    int lock_ = -1;
+    Base::FileDescriptor lock_;
 };
 
 }  // namespace StateDirectory
