@@ -1,13 +1,11 @@
 #include "import/StateBuilder.h"
 
-#include <simdjson.h>
-
 #include <algorithm>
 #include <set>
 
 #include "base/Escape.h"
 #include "orb/Hash.h"
-#include "state/Values.h"
+#include "state/Snapshots.h"
 
 namespace Import {
 
@@ -255,7 +253,7 @@ void addAttachments(StateDirectory::State& state, const Gathered& gathered) {
 
 std::string nameOf(std::string_view text) {
     if (text.empty()) return "(no name)";
-    if (StateDirectory::isName(text) && simdjson::validate_utf8(text)) return std::string(text);
+    if (StateDirectory::canBeName(text)) return std::string(text);
     return Base::escaped(text);
 }
 
