@@ -300,7 +300,11 @@ class EntryReader {
 
     void readContainer(FilterDraft& draft, const std::string& name, const JsonTree& container) {
         const std::span<const Row> rows = rowsOf(name, draft.option());
-        readLeaves(draft, rows, container, name == "input-interface" ? name + " " : "");
+        // The model's own leaves speak for themselves.
+        static constexpr std::string_view known[] = {"l2",   "ip",        "ipv4",
+                                                     "ipv6", "transport", "mpls"};
+        const bool isKnown = std::ranges::find(known, name) != std::end(known);
+        readLeaves(draft, rows, container, isKnown ? "" : name + " ");
         const bool hasIcmp = rows.data() == std::begin(ipRows);
         const std::string own = draft.option() == Option::ipv4 ? "icmpv4" : "icmpv6";
         for (const auto& [below, child] : container.children()) {
