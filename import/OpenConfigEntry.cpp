@@ -44,13 +44,17 @@ bool readAddress(const Leaf& leaf, const Context& context) {
 }
 
 bool readSource(const Leaf& leaf, const Context& context) {
-    return readAddress<[](const StructuredFilter& filter) { return bool(filter.srcPrefixSets()); },
+    return readAddress<[](const StructuredFilter& filter) {
+        return filter.sources() || filter.srcPrefixSets();
+    },
                        [](StructuredFilter& filter, const Wire::IpGenPrefix& prefix) {
                            filter.sourcesIs(prefix);
                        }>(leaf, context);
 }
 bool readDestination(const Leaf& leaf, const Context& context) {
-    return readAddress<[](const StructuredFilter& filter) { return bool(filter.dstPrefixSets()); },
+    return readAddress<[](const StructuredFilter& filter) {
+        return filter.destinations() || filter.dstPrefixSets();
+    },
                        [](StructuredFilter& filter, const Wire::IpGenPrefix& prefix) {
                            filter.destinationsIs(prefix);
                        }>(leaf, context);

@@ -225,8 +225,8 @@ void addAttachments(StateDirectory::State& state, const Gathered& gathered) {
     std::set<std::tuple<Place, std::string, std::string>> known;
     for (const Attachment& attachment : gathered.attachments) {
         if (!attachment.isConfigured) continue;
-        if (!known.emplace(attachment.place, attachment.point, attachment.policy).second) continue;
         const Orb::String point = nameOf(attachment.point);
+        if (!known.emplace(attachment.place, point, attachment.policy).second) continue;
         if (attachment.place == Place::cpu) {
             attach(*cpu, point, attachment.policy);
         } else {
