@@ -1,6 +1,7 @@
 #include "cli/Commands.h"
 
 #include "cli/ClearCounters.h"
+#include "cli/CompareCommand.h"
 #include "cli/DiagnosisCommands.h"
 #include "cli/ExitStatus.h"
 #include "cli/Filters.h"
@@ -254,6 +255,9 @@ const std::vector<Command>& commands() {
          "the rules that name it, and where their policies are attached", planReferences},
         {"show traffic-policy state", "the state directory: documents, counts, last clear",
          [](const Match&) { return Plan(reportState); }},
+        {"compare DIR_BEFORE DIR_AFTER [NAME] [detail]",
+         "what differs between two state directories; exit status 1 if anything does",
+         planComparison},
         {"clear traffic-policy counters [policy NAME] [interface [input | output] | cpu]",
          "lets the counts of later shows begin now, all or only these", planClear},
     };

@@ -5,6 +5,7 @@ namespace Cli::ExitStatus {
 
 inline constexpr int success = 0;
 inline constexpr int badCommand = 1;
+inline constexpr int different = 1;  // of a comparison, whose wrong words end with badState
 inline constexpr int badState = 2;
 inline constexpr int notWritten = 3;
 inline constexpr int fault = 4;          // of the program or the machine, as memory that ran out

@@ -8,6 +8,7 @@
 
 #include "blip/Blip.h"
 #include "cli/Commands.h"
+#include "cli/CompareCommand.h"
 #include "cli/ExitStatus.h"
 #include "cli/Failures.h"
 #include "cli/Help.h"
@@ -103,7 +104,8 @@ void installSignalHandlers() {
 
 int run(const std::vector<std::string>& arguments) {
     Options options;
-    return reportFailures("", options.words, [&] {
+    bool hasRun = false;
+    const int status = reportFailures("", options.words, [&] {
         if (!arguments.empty() && arguments.front() == "--complete") {
             return printCompletions({arguments.begin() + 1, arguments.end()});
         }
@@ -115,8 +117,11 @@ int run(const std::vector<std::string>& arguments) {
             case Base::Request::run:
                 break;
         }
-        return runOptions(options);
+        const int ended = runOptions(options);
+        hasRun = true;
+        return ended;
     });
+    return hasRun ? status : failedComparisonStatus(options.words, status);
 }
 
 }  // namespace Cli

@@ -3,6 +3,7 @@
 #include "frame/Creator.h"
 #include "frame/Report.h"
 #include "frame/Trace.h"
+#include "traffic-policy/ShowComparison.h"
 
 namespace TrafficPolicyCli {
 
@@ -11,6 +12,7 @@ ORB_DEFINE_TYPE(ShowTrafficPolicyAttachments)
 ORB_DEFINE_TYPE(ShowTrafficPolicyProblems)
 ORB_DEFINE_TYPE(ShowTrafficPolicyReferences)
 ORB_DEFINE_TYPE(ShowTrafficPolicyFieldSetHolding)
+ORB_DEFINE_TYPE(ShowTrafficPolicyComparison)
 
 void ShowTrafficPolicyDiagnosis::render(U32 fd, U32 format, U32 revision) {
     SHOW_TRACE_ENTRY();
@@ -48,12 +50,20 @@ DEFINE_FACTORY_AND_CREATOR(ShowTrafficPolicyFieldSetHolding,
                                    std::move(sources), kind, address, number, mac);
                            })
 
+DEFINE_FACTORY_AND_CREATOR(
+    ShowTrafficPolicyComparison, showTrafficPolicyComparisonFactory,
+    (DiagnosisSources before, DiagnosisSources after, Orb::String policyName, bool detail), {
+        return Orb::make<ShowTrafficPolicyComparison>(std::move(before), std::move(after),
+                                                      std::move(policyName), detail);
+    })
+
 namespace {
 
 const bool registered = Orb::registerFactory<&showTrafficPolicyAttachmentsFactory>() &&
                         Orb::registerFactory<&showTrafficPolicyProblemsFactory>() &&
                         Orb::registerFactory<&showTrafficPolicyReferencesFactory>() &&
-                        Orb::registerFactory<&showTrafficPolicyFieldSetHoldingFactory>();
+                        Orb::registerFactory<&showTrafficPolicyFieldSetHoldingFactory>() &&
+                        Orb::registerFactory<&showTrafficPolicyComparisonFactory>();
 
 }  // namespace
 

@@ -15,6 +15,10 @@ struct Row {
 constexpr Row rows[] = {
     {"show", "print a report"},
     {"clear", "let counts begin anew"},
+    {"compare", "what differs between two state directories"},
+    {"DIR_BEFORE", "the state directory of before"},
+    {"DIR_AFTER", "the state directory of after"},
+    {"detail", "list what came into field sets and what went", "compare"},
     {"traffic-policy", "traffic policies of this switch"},
     {"counters", "live counts since the last clear"},
     {"counters", "the counts of all policies", "traffic-policy"},
