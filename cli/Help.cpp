@@ -83,6 +83,14 @@ Exit status:
        ends the process at once
   141  the output went to a pipe that was closed
 
+Environment:
+  TPCLI_STATE     the state directory, where --state names none
+  NO_COLOR        if not empty: no colours, unless --color says otherwise
+  PAGER           shows longer reports of the shell; if absent: less -FRX, if
+                  empty: none
+  XDG_STATE_HOME  holds the shell's history, tpcli/history; if absent:
+                  ~/.local/state
+
 A report of -c or of standard input can go through filters:
   | include REGEX, | exclude REGEX    lines that match, or that do not
   | begin REGEX       from the first line that matches

@@ -9,8 +9,7 @@ export LC_ALL=C.UTF-8
 cores=$(nproc)
 # shellcheck disable=SC2034 # read by the scripts that source this file
 build_packages=(g++ cmake ninja-build libsimdjson-dev libmimalloc-dev libedit-dev libpcap-dev
-    libtins-dev libmicrohttpd-dev zlib1g-dev libhiredis-dev
-    pkg-config)
+    libtins-dev libmicrohttpd-dev zlib1g-dev libhiredis-dev pkg-config python3)
 
 die() {
     printf '%s: %s\n' "$script" "$*" >&2

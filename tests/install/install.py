@@ -2,9 +2,11 @@
 places where it was built, the programs run where the folder is moved to, and the example host
 builds against it by CMake and by pkg-config. The arguments are the build folder and compilers."""
 
+import json
 import os
 import pathlib
 import pty
+import re
 import subprocess
 import sys
 import tempfile
@@ -49,6 +51,30 @@ def check_programs(prefix, *chroot):
             faults.append(f"{program} --version says {found!r}")
 
 
+def check_manual(prefix):
+    """The pages say every word of the help, and every key of the documents."""
+    schemas = prefix / "share/traffic-policy/schema"
+    keys = keys_of([json.loads((schemas / f"state-{document}.schema.json").read_text())
+                    for document in ("config", "status", "snapshots")])
+    headings = {"Usage:", "Commands:", "Environment:", "Exit", "status:", "Examples:"}
+    for page in (prefix / "share/man").glob("man*/*"):
+        name, section = page.name.split(".")
+        complaints = run("mandoc", "-T", "lint", "-W", "warning", page)
+        text = re.sub(".\b", "", run("mandoc", "-T", "utf8", "-O", "width=1000", page))
+        wanted = set(run(prefix / "bin" / name, "--help").split()) if section == "1" else keys
+        missing = wanted - set(text.split()) - set(re.split(r"[\s,():;]+|\.\s", text)) - headings
+        if complaints or missing:
+            faults.append(f"{page.name}: {complaints}lacks {sorted(missing)}")
+
+
+def keys_of(schema):
+    if isinstance(schema, list):
+        return {key for part in schema for key in keys_of(part)}
+    if not isinstance(schema, dict):
+        return set()
+    return set(schema.get("properties", {})) | keys_of(list(schema.values()))
+
+
 def check_embed(program, **environment):
     report = run(program, **environment)
     if "Protocol: udp" not in report or '{"trafficPolicies":{"EXAMPLE":' not in report:
@@ -63,6 +89,7 @@ def main(build, *compilers):
         prefix = (folder / "first").rename(folder / "moved")
         check_no_build_paths(prefix, build)
         check_programs(prefix)
+        check_manual(prefix)
         embed = prefix / "share/traffic-policy/examples/embed"
         libraries = next(prefix.glob("lib/**/pkgconfig")).parent
         for compiler in compilers:
