@@ -81,6 +81,27 @@ def check_embed(program, **environment):
         faults.append(f"{program} shows {report!r}")
 
 
+def check_reader(program, prefix, **environment):
+    """It shows the example's VLANs as tpcli does, and refuses a folder without documents."""
+    report = run(program, prefix / "share/traffic-policy/examples/campus", **environment)
+    if not (ROOT / "tests/golden/vlan.txt").read_text().startswith(report) or not report:
+        faults.append(f"{program} shows {report!r}")
+    if "config.json" not in (complaint := run(program, prefix, **environment)):
+        faults.append(f"{program} says {complaint!r} of no state directory")
+
+
+def built_by_cmake(source, folder, compiler, prefix):
+    run("cmake", "-S", source, "-B", folder, f"-DCMAKE_CXX_COMPILER={compiler}", f"-DCMAKE_PREFIX_PATH={prefix}")
+    run("cmake", "--build", folder)
+    return folder / source.name
+
+
+def built_by_pkg_config(source, program, compiler, package, libraries):
+    flags = run("pkg-config", "--cflags", "--libs", package, PKG_CONFIG_PATH=str(libraries / "pkgconfig")).split()
+    run(compiler, source, *flags, "-o", program)
+    return program
+
+
 def main(build, *compilers):
     build = pathlib.Path(build).resolve()
     with tempfile.TemporaryDirectory() as name:
@@ -90,17 +111,16 @@ def main(build, *compilers):
         check_no_build_paths(prefix, build)
         check_programs(prefix)
         check_manual(prefix)
-        embed = prefix / "share/traffic-policy/examples/embed"
+        embed, reader = prefix / "share/traffic-policy/examples/embed", ROOT / "tests/install/reader"
         libraries = next(prefix.glob("lib/**/pkgconfig")).parent
-        for compiler in compilers:
-            here = folder / pathlib.Path(compiler).name
-            run("cmake", "-S", embed, "-B", here, f"-DCMAKE_CXX_COMPILER={compiler}", f"-DCMAKE_PREFIX_PATH={prefix}")
-            run("cmake", "--build", here)
-            check_embed(here / "embed")
-        flags = run("pkg-config", "--cflags", "--libs", "traffic-policy-cli",
-                    PKG_CONFIG_PATH=str(libraries / "pkgconfig")).split()
-        run(compilers[0], embed / "embed.cpp", *flags, "-o", folder / "embed")
-        check_embed(folder / "embed", LD_LIBRARY_PATH=str(libraries))
+        found = {"LD_LIBRARY_PATH": str(libraries)}
+        for number, compiler in enumerate(compilers):
+            check_embed(built_by_cmake(embed, folder / f"embed{number}", compiler, prefix))
+        check_embed(built_by_pkg_config(embed / "embed.cpp", folder / "embed", compilers[0], "traffic-policy-cli",
+                                        libraries), **found)
+        check_reader(built_by_cmake(reader, folder / "reader0", compilers[0], prefix), prefix)
+        check_reader(built_by_pkg_config(reader / "reader.cpp", folder / "reader", compilers[-1],
+                                         "traffic-policy-state", libraries), prefix, **found)
     return told()
 
 
