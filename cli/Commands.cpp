@@ -195,9 +195,10 @@ Grammar grammarOf(const Rows& rows) {
     std::vector<std::string_view> lines;
     lines.reserve(std::size(rows));
     for (const auto& row : rows) {
-        lines.push_back(row.line);
-        if constexpr (requires { row.grammar; }) {
-            if (!row.grammar.empty()) lines.back() = row.grammar;
+        if constexpr (requires { row.grammarLine(); }) {
+            lines.push_back(row.grammarLine());
+        } else {
+            lines.push_back(row.line);
         }
     }
     return Grammar(lines);

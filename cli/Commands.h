@@ -20,8 +20,11 @@ struct Command {
     std::string_view purpose;  // for the help
     Plan (*plan)(const Match& match);
     // The words in full, where the line shows them shortened; empty: the line is full.
-    std::string_view grammar = {};
+    std::string_view fullLine = {};
     bool findsProblems = false;  // may return ExitStatus::problemsFound
+
+    // The line for the grammar.
+    std::string_view grammarLine() const { return fullLine.empty() ? line : fullLine; }
 };
 
 const std::vector<Command>& commands();

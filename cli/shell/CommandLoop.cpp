@@ -74,7 +74,7 @@ const std::vector<CommandLoop::BuiltIn>& CommandLoop::builtIns() {
 CommandLoop::CommandLoop(const Options& options, const std::string& stateDirectory)
     : options_(options), stateDirectory_(stateDirectory), live_(stateDirectory), grammar_([] {
           std::vector<std::string_view> lines;
-          for (const Command& row : Cli::commands()) lines.push_back(row.line);
+          for (const Command& row : Cli::commands()) lines.push_back(row.grammarLine());
           for (const BuiltIn& row : builtIns()) lines.push_back(row.line);
           return Grammar(lines);
       }()) {}

@@ -77,6 +77,23 @@ INSTANTIATE_TEST_SUITE_P(Example, Golden, testing::ValuesIn(cases()), [](const a
     return std::regex_replace(row.param.file, std::regex("[^A-Za-z0-9]"), "_");
 });
 
+// The same of all commands without options in one process of the shell.
+TEST(GoldenShell, printsTheSame) {
+    const ExampleSwitch example(true);
+    std::vector<std::string> arguments = {"--state", example.path(), "-c"};
+    std::string expected;
+    for (const Case& row : cases()) {
+        if (row.file.starts_with("packets-") || row.arguments.front().starts_with("--")) continue;
+        std::string command;
+        for (const std::string& word : row.arguments) command += word + ' ';
+        arguments.push_back(command);
+        expected += contentsOf(folder + row.file);
+    }
+    const Outcome outcome = runTpcli(arguments);
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.output, expected);
+}
+
 TEST(GoldenFiles, allHaveACommand) {
     std::vector<std::string> known = {"commands.txt"};
     for (const Case& row : cases()) known.push_back(row.file);
