@@ -210,6 +210,10 @@ Plan planFieldSetHolding(const Match& match) {
     };
 }
 
+U64 problemsOf(const Session& session) {
+    return TrafficPolicyCli::trafficPolicyProblemCount(diagnosisSourcesSinceClear(session));
+}
+
 void hintAtProblems(const Session& session, const PolicyViewShown& view) {
     const bool isText = session.format() == static_cast<U32>(textout::OutputFormat_t::text);
     if (!isText || !session.isOnTerminal() || ::isatty(STDERR_FILENO) == 0) return;

@@ -21,6 +21,8 @@ Plan planProblems(const Match& match);
 Plan planReferences(const Match& match);
 Plan planFieldSetHolding(const Match& match);
 
+// How many problems there are. Throws StateDirectory::StateError.
+U64 problemsOf(const Session& session);
 // On a terminal says on standard error how many problems the policies of a view have that it does
 // not show; says nothing when there are none.
 void hintAtProblems(const Session& session, const TrafficPolicyCli::PolicyViewShown& view);

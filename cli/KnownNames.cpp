@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <map>
 #include <optional>
-#include <vector>
 
 #include "base/Text.h"
 #include "orb/Nearest.h"
@@ -147,6 +146,18 @@ Names macFieldSetNames(const StateDirectory::State& state) {
         }
     }
     return names;
+}
+
+std::vector<std::string_view> placeWordsOf(std::string_view policy,
+                                           const StateDirectory::State& state) {
+    static constexpr std::string_view words[] = {"interface", "cpu", "vlan"};
+    std::vector<std::string_view> found;
+    for (const Place& place : placesOf(state)) {
+        if (!place.kind || (place.pointsOf(policy).empty() && !place.isInStatus(policy))) continue;
+        const std::string_view word = words[static_cast<int>(*place.kind)];
+        if (found.empty() || found.back() != word) found.push_back(word);
+    }
+    return found;
 }
 
 Names fieldSetNames(const StateDirectory::State& state) {

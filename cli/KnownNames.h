@@ -4,6 +4,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "state/State.h"
 
@@ -22,6 +23,10 @@ Names macFieldSetNames(const StateDirectory::State& state);
 
 // What a command shows policies on.
 enum class PolicyKind { interface, cpu, vlan };
+
+// The words of the kinds of places that a policy is on: "interface", "cpu", "vlan".
+std::vector<std::string_view> placeWordsOf(std::string_view policy,
+                                           const StateDirectory::State& state);
 
 Names fieldSetNames(const StateDirectory::State& state);  // of all kinds
 Names counterNames(const StateDirectory::State& state);   // declared by a policy

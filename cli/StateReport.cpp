@@ -7,6 +7,7 @@
 
 #include "base/Escape.h"
 #include "base/Time.h"
+#include "cli/DiagnosisCommands.h"
 #include "cli/ExitStatus.h"
 #include "cli/KnownNames.h"
 #include "orb/Seconds.h"
@@ -188,6 +189,7 @@ void reportCounterStore(RendererV2& renderer, const Session& session) {
 
 int reportState(const Session& session) {
     const State& state = session.state();
+    const U64 problems = problemsOf(session);
     textout::TextOutBuffer out(session.fd());
     RendererV2 renderer(out, session.format(), session.revision());
     renderer.documentBegin();
@@ -202,7 +204,8 @@ int reportState(const Session& session) {
     } counts[] = {{"policies", "Policies: ", policyNames(state).size()},
                   {"rules", "Rules: ", rulesOf(state)},
                   {"points", "Points with a policy: ", pointsOf(state)},
-                  {"failures", "Failed installations: ", failuresOf(state)}};
+                  {"failures", "Failed installations: ", failuresOf(state)},
+                  {"problems", "Problems: ", problems}};
     for (const auto& row : counts) {
         renderer.pair(row.key, row.count);
         renderer.text(row.label).number(row.count).endLine();

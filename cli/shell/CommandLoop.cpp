@@ -1,5 +1,6 @@
 #include "cli/shell/CommandLoop.h"
 
+#include "base/Escape.h"
 #include "base/Number.h"
 #include "cli/ExitStatus.h"
 #include "cli/Failures.h"
@@ -51,7 +52,7 @@ const std::vector<CommandLoop::BuiltIn>& CommandLoop::builtIns() {
              for (const std::string& line : loop.history_) {
                  const std::string digits = std::to_string(++number);
                  text.append(digits.size() < 5 ? 5 - digits.size() : 0, ' ');
-                 text += digits + "  " + line + "\n";
+                 text += digits + "  " + Base::escaped(line) + "\n";
              }
              return text;
          }},

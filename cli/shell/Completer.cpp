@@ -19,34 +19,6 @@ using StateDirectory::State;
 // Names in the order in which they are offered.
 using NameSet = std::set<std::string>;
 
-NameSet interfaceNames(const State& state) {
-    NameSet names;
-    for (const auto* config : {&state.intfConfigInput, &state.intfConfigOutput}) {
-        if (!*config) continue;
-        for (const auto& entry : (*config)->intf()) names.insert(entry.key.stringValue());
-    }
-    for (const auto* status : {&state.interfaceInput, &state.interfaceOutput}) {
-        if (!*status) continue;
-        for (const auto& [name, policy] : (*status)->policyMapStatus()) {
-            for (const auto& [intfId, point] : policy->intfStatus()) {
-                names.insert(intfId.stringValue());
-            }
-        }
-    }
-    return names;
-}
-
-NameSet vrfNames(const State& state) {
-    NameSet names;
-    if (state.vrfConfig) {
-        for (const auto& entry : state.vrfConfig->vrf()) names.insert(entry.key);
-    }
-    if (state.allVrfConfig) {
-        for (const auto& vrf : state.allVrfConfig->vrf()) names.insert(vrf);
-    }
-    return names;
-}
-
 NameSet vlanNumbers(const State& state) {
     NameSet numbers;
     if (!state.intfConfigBridged) return numbers;
@@ -57,31 +29,37 @@ NameSet vlanNumbers(const State& state) {
     return numbers;
 }
 
-NameSet counterNames(const State& state) {
-    NameSet names;
-    if (!state.config) return names;
-    for (const auto& [name, policy] : state.config->policyMapConfig()) {
-        if (!policy->currCfg()) continue;
-        for (const auto& counter : policy->currCfg()->namedCounter()) names.insert(counter);
-    }
-    return names;
+std::string_view lastLabel(const Match& before) {
+    return before.tokens.empty() ? "" : before.tokens.back().label;
 }
 
-NameSet copied(const Names& names) { return {names.begin(), names.end()}; }
+Names namesAfter(std::string_view last, const Match& before, const State& state) {
+    if (last == "vrf") return vrfNames(state);
+    if (last == "counter") return counterNames(state);
+    if (last == "nexthop-group") return nexthopGroupNames(state);
+    if (last == "field-set") return fieldSetNames(state);
+    if (last == "prefix") return prefixFieldSetNames(state, before.has("ipv4"));
+    if (last == "l4-port") return portFieldSetNames(state);
+    if (last == "mac") return macFieldSetNames(state);
+    if (last == "vlan") return vlanFieldSetNames(state);
+    return policyNames(state);
+}
 
 // The names that an argument can be, given the words before it.
 NameSet namesFor(std::string_view label, const Match& before, const State& state) {
-    const std::string_view last = before.tokens.empty() ? "" : before.tokens.back().label;
-    if (label == "INTF") return interfaceNames(state);
-    if (label == "VRF" || (label == "NAME" && last == "vrf")) return vrfNames(state);
     if (label == "VLAN") return vlanNumbers(state);
-    if (label != "NAME") return {};
-    if (last == "counter") return counterNames(state);
-    if (last == "prefix") return copied(prefixFieldSetNames(state, before.has("ipv4")));
-    if (last == "l4-port") return copied(portFieldSetNames(state));
-    if (last == "mac") return copied(macFieldSetNames(state));
-    if (last == "vlan") return copied(vlanFieldSetNames(state));
-    return last == "nexthop-group" || last == "field-set" ? NameSet() : copied(policyNames(state));
+    const Names names = label == "INTF"   ? interfaceNames(state)
+                        : label == "VRF"  ? vrfNames(state)
+                        : label == "NAME" ? namesAfter(lastLabel(before), before, state)
+                                          : Names();
+    return {names.begin(), names.end()};
+}
+
+// Whether a keyword asks for a policy on a kind of place that it is not on, while it is on others.
+bool isElsewhere(std::string_view keyword, const Match& before, const State& state) {
+    if (before.tokens.size() != 3 || lastLabel(before) != "NAME") return false;
+    const std::vector<std::string_view> words = placeWordsOf(before.name(), state);
+    return !words.empty() && std::ranges::find(words, keyword) == words.end();
 }
 
 // Whether a name reads as a keyword, whole or shortened.
@@ -111,12 +89,14 @@ bool isArgument(std::string_view label) { return label.front() >= 'A' && label.f
 void completeCommand(const Words& before, std::string_view begun, const Grammar& commands,
                      const State* state, Completion& result) {
     const Grammar::Position position = commands.after(before);
-    const std::string_view last =
-        position.before.tokens.empty() ? "" : position.before.tokens.back().label;
     for (const std::string_view label : position.labels) {
-        const std::string_view help = helpOf(label, last);
+        const std::string_view help = helpOf(label, lastLabel(position.before));
         if (!isArgument(label)) {
-            if (label.starts_with(begun)) result.choices.push_back({std::string(label), help});
+            const bool isOffered =
+                !begun.empty() || state == nullptr || !isElsewhere(label, position.before, *state);
+            if (label.starts_with(begun)) {
+                result.choices.push_back({std::string(label), help, isOffered});
+            }
             continue;
         }
         if (begun.empty()) result.choices.push_back({std::string(label), help, false});

@@ -10,7 +10,8 @@ namespace Cli::Shell {
 class HistoryFile {
   public:
     // Makes the folders and the file (mode 0600) if need be. Without a place to keep it, a history
-    // lasts as long as its session.
+    // lasts as long as its session; so it does, and standard error says so, where the file is a
+    // link, or another user's.
     HistoryFile();
 
     // The lines of the file, the newest last; at most some thousand.

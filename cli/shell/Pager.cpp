@@ -143,9 +143,13 @@ class PagerSink : public Sink {
         }
     }
     void leave() {
-        constexpr int notFound = 127;
-        if (pager_->waitFor() != notFound) return;
-        throw std::runtime_error("the pager cannot be run: " + Base::escaped(command_) +
+        constexpr int notExecutable = 126;  // as the shell says it; 127: not found
+        const int status = pager_->waitFor();
+        if (status == 0) return;
+        const std::string failure = status == notExecutable || status == notExecutable + 1
+                                        ? "cannot be run"
+                                        : "ended with status " + std::to_string(status);
+        throw std::runtime_error("the pager " + failure + ": " + Base::escaped(command_) +
                                  "; \"| no-more\" does without");
     }
 

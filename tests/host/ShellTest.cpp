@@ -106,7 +106,8 @@ TEST_F(ShellOfCommands, tellsOfTheState) {
         EXPECT_THAT(text, HasSubstr(line));
     }
     const std::string json = runTpcli(with({"--json", "show", "traffic-policy", "state"})).output;
-    EXPECT_THAT(json, HasSubstr("\"points\":0,\"failures\":1,\"lastClear\":{\"cpu\":\"20"));
+    EXPECT_THAT(
+        json, HasSubstr("\"points\":0,\"failures\":1,\"problems\":0,\"lastClear\":{\"cpu\":\"20"));
 }
 
 // What a file held before stands until the report is whole.

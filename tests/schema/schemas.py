@@ -34,7 +34,7 @@ Validator = jsonschema.validators.extend(jsonschema.Draft202012Validator, {"$ref
 
 def load(*kinds):
     schemas = {}
-    for path in sorted(p for kind in kinds for p in FOLDER.glob(f"{kind}-*.schema.json")):
+    for path in sorted(p for kind in kinds for p in FOLDER.glob(f"{kind}*.schema.json")):
         schemas[path.as_uri()] = json.loads(path.read_text())
         jsonschema.Draft202012Validator.check_schema(schemas[path.as_uri()])
     validators = {}

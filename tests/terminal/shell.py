@@ -121,6 +121,28 @@ class Keys(Shell):
         screen.wait("expected traffic-policy")
         self.assertTrue(os.path.exists(os.path.join(self.folder, "xdg", "tpcli", "history")))
 
+    def test_history_of_others_is_left_alone(self):
+        path = os.path.join(self.folder, ".local", "state", "tpcli", "history")
+        os.makedirs(os.path.dirname(path))
+        other = os.path.join(self.folder, "other")
+        with open(other, "w", encoding="utf-8") as file:
+            size = file.write("show \033]0;x\007title\n")
+        for make in (os.symlink, lambda _, name: os.mkfifo(name), os.link):
+            make(other, path)
+            screen = self.start()
+            screen.line("show nonsense")
+            shown = screen.wait("cannot stand here(.|\n)*" + IDLE)
+            self.assertEqual("the history is not kept" in shown, make != os.link)
+            screen.line("history")
+            screen.wait(r"^ *\d  show nonsense$")
+            if make == os.link:  # a file of this user; its control characters are shown, not sent
+                self.assertIn(r"show \x1b]0;x\x07title", screen.text())
+            else:
+                self.assertEqual(os.path.getsize(other), size)
+            screen.line("exit")
+            screen.exit_status()
+            os.unlink(path)
+
 
 class Reports(Shell):
     def test_pipes(self):
@@ -157,6 +179,10 @@ class Reports(Shell):
         screen.wait(IDLE)  # less -F itself looks at the screen
         screen.line("terminal length many")
         screen.wait("expected lines of the screen")
+        for pager, complaint in [("false", "ended with status 1: false"), ("/nowhere/more", "cannot be run: /nowhere")]:
+            screen = self.start(environment={"PAGER": pager})
+            screen.line("show traffic-policy interface")
+            screen.wait("the pager " + complaint)
 
     def test_colours_on_terminals_only(self):
         for options, colour in ([], True), (["--color", "never"], False), (["--color=always"], True):
