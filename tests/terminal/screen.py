@@ -71,6 +71,17 @@ class Screen:
                 raise AssertionError("the screen never shows %r:\n%s" % (wanted, shown))
             time.sleep(0.02)
 
+    def wait_typing(self, key, wanted, **how):
+        """The same with a key that is typed now and then: who handles a signal may drop keys."""
+        deadline = time.monotonic() + PATIENCE
+        while time.monotonic() < deadline:
+            self.type(key)
+            for _ in range(25):
+                if re.search(wanted, self.text(**how), re.MULTILINE):
+                    return
+                time.sleep(0.02)
+        raise AssertionError("the screen never shows %r:\n%s" % (wanted, self.text(**how)))
+
     def resize(self, columns, lines):
         self._tmux("resize-window", "-x", str(columns), "-y", str(lines))
 

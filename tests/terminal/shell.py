@@ -73,7 +73,7 @@ class Keys(Shell):
     def test_question_mark_answers_at_once_and_leaves_the_line(self):
         screen = self.start()
         screen.type("show traffic-policy cpu ", "?")
-        shown = screen.wait(r"^tpcli> show traffic-policy cpu$(?=[^$]*\Z)")
+        shown = screen.wait(r"<Enter>.*\n(.*\n)*tpcli> show traffic-policy cpu$")
         for line in [r"^  summary   *without ", r"^  errors   *where policies failed", r"^  <Enter>",
                      r"^  \|   *filter"]:
             self.assertRegex(shown, re.compile(line, re.MULTILINE))
@@ -267,10 +267,14 @@ class Terminal(Shell):
                 screen.wait("exiting interrupted", history=False)
             else:
                 screen.wait("^:$", history=False)
-                screen.type("C-c", "q")
+                screen.type("C-c")
+                screen.wait_typing("q", PROMPT, history=False)
+                screen.type("C-u")
             screen.wait(IDLE, history=False)
         screen.clear()
-        screen.type("show tra", "C-c")
+        screen.type("show tra")  # read before the signal, at which the terminal drops what is typed
+        screen.wait("show tra$")
+        screen.type("C-c")
         screen.wait(r"show tra\^C\ntpcli>$")
         screen.type("C-d")
         self.assertEqual(screen.exit_status(), "0")
@@ -281,7 +285,9 @@ class Terminal(Shell):
         screen.wait("^sh:")
         screen.line("%s --state %s" % (TPCLI, self.state))
         screen.wait(PROMPT)
-        screen.type("show tra", "C-z")
+        screen.type("show tra")
+        screen.wait("show tra$")
+        screen.type("C-z")
         screen.wait(r"Stopped(.|\n)*^sh:$")
         screen.line("stty -a | grep -o ' echo '; fg")
         screen.wait(r"^ echo(.|\n)*^tpcli> show tra$")
