@@ -15,6 +15,7 @@
 #include "cli/capture/Decoder.h"
 #include "orb/Interrupt.h"
 #include "state/Snapshots.h"
+#include "traffic-policy/Health.h"
 #include "traffic-policy/ShowCapture.h"
 
 namespace Cli {
@@ -211,7 +212,10 @@ Plan planFieldSetHolding(const Match& match) {
 }
 
 U64 problemsOf(const Session& session) {
-    return TrafficPolicyCli::trafficPolicyProblemCount(diagnosisSourcesSinceClear(session));
+    const auto health = TrafficPolicyCli::trafficPolicyHealth(diagnosisSourcesSinceClear(session));
+    U64 count = 0;
+    for (const auto& kind : health.problems) count += kind.count;
+    return count;
 }
 
 void hintAtProblems(const Session& session, const PolicyViewShown& view) {

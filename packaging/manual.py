@@ -140,7 +140,7 @@ def program_page(program, *others):
     for section in SECTIONS:
         if section in sections:
             description += [f".Sh {section}", *listed(section, sections[section])]
-    purpose = re.split(r"[:.,;] ?", " ".join(first))[0]
+    purpose = re.split(r"[:.;](?: |$)", " ".join(first))[0]
     return heading(name, "1", purpose, description, others)
 
 

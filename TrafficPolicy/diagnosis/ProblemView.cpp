@@ -103,12 +103,6 @@ bool isShown(const Problem& problem, const PolicyViewShown& view, const ViewSide
 
 }  // namespace
 
-U64 trafficPolicyProblemCount(const DiagnosisSources& sources) {
-    U64 count = 0;
-    for (const auto& [policy, own] : Diagnosis::findProblems(sources, "")) count += own.size();
-    return count;
-}
-
 U64 trafficPolicyProblemsNotShown(const DiagnosisSources& sources, const PolicyViewShown& view) {
     const ViewSides sides = sidesOf(sources, view.word);
     const std::set<Orb::String> policies = policiesOf(sources, view.word);

@@ -141,7 +141,7 @@ TEST(SharedObject, exportsOnlyItsInterface) {
     const std::regex interface(
         R"(TrafficPolicyCli::(show\w+Factory|trafficPolicy\w+CounterSnapshotHelperFactory|)"
         R"(ShowTrafficPolicy[A-Za-z4]+Is|TrafficPolicy\w+HelperIs|)"
-        R"(trafficPolicyProblem(sNotShown|Count)|trafficPolicyHealth|)"
+        R"(trafficPolicyProblemsNotShown|trafficPolicyHealth|)"
         R"(Diagnosis::(Packet::\w+|fieldName|protocolHasPorts)|)"
         R"((ShowTrafficPolicy\w+::render)|(ShowTrafficPolicyCapture::(packetIs|undecodedIs))|)"
         R"((TrafficPolicy\w+::clearCounter))\(.*)");

@@ -192,9 +192,6 @@ struct PolicyViewShown {
     bool counters;
 };
 
-// How many problems all policies have. REQUIRES: the calling thread holds the activity lock.
-ORB_EXPORT U64 trafficPolicyProblemCount(const DiagnosisSources& sources);
-
 // How many problems the policies of a view have that the view does not show. REQUIRES: the calling
 // thread holds the activity lock.
 ORB_EXPORT U64 trafficPolicyProblemsNotShown(const DiagnosisSources& sources,
