@@ -132,9 +132,7 @@ class Follower {
                 return statusOf(findings_);
             } catch (const RedisError& error) {
                 if (!isInForce_) throw;
-                if (isLost_) {
-                    // Said already.
-                } else {
+                if (!isLost_) {
                     say(std::string(error.what()) + "; the state stays that of " + timeInForce_ +
                         ", trying again");
                 }
@@ -192,7 +190,7 @@ class Follower {
             redis.readKeys(*database, names, databases, readingFindings_);
         }
         // New rules have counters.
-        redis.readCounters(databases, readingFindings_);
+        redis.readCounters(SonicRedis::Which::missing, databases, readingFindings_);
         publish(std::move(databases));
         return false;
     }
@@ -211,11 +209,7 @@ class Follower {
     // Counts go into the store; a counter that comes or goes changes the documents.
     void readCounters(SonicRedis& redis) {
         SonicDatabases databases = databases_;
-        redis.readCounters(databases, readingFindings_);
-        const auto hasSameKeys = [](const SonicTable& a, const SonicTable& b) {
-            return std::ranges::equal(a, b, {}, &SonicTable::value_type::first,
-                                      &SonicTable::value_type::first);
-        };
+        redis.readCounters(SonicRedis::Which::all, databases, readingFindings_);
         if (!hasSameKeys(databases.counters, databases_.counters)) {
             publish(std::move(databases));
             return;
@@ -225,14 +219,18 @@ class Follower {
         counters_.countsAre(countsByIdentity(databases_));
     }
 
+    static bool hasSameKeys(const SonicTable& a, const SonicTable& b) {
+        return std::ranges::equal(a, b, {}, &SonicTable::value_type::first,
+                                  &SonicTable::value_type::first);
+    }
+
     static bool sameButCounts(const SonicDatabases& a, const SonicDatabases& b) {
         const auto map = [](const SonicDatabases& databases) {
             const auto found = databases.counters.find(std::string(counterMapKey));
             return found == databases.counters.end() ? SonicFields() : found->second;
         };
         return a.config == b.config && a.state == b.state && map(a) == map(b) &&
-               std::ranges::equal(a.counters, b.counters, {}, &SonicTable::value_type::first,
-                                  &SonicTable::value_type::first);
+               hasSameKeys(a.counters, b.counters);
     }
 
     void publish(SonicDatabases databases) {

@@ -106,12 +106,16 @@ SonicDatabases SonicRedis::readAll(Findings& findings) {
         readKeys(*database, keysOf(*database, pattern), databases, findings);
     }
     readKeys(countersDatabase, {std::string(counterMapKey)}, databases, findings);
-    readCounters(databases, findings);
+    readCounters(Which::all, databases, findings);
     return databases;
 }
 
-void SonicRedis::readCounters(SonicDatabases& databases, Findings& findings) {
-    readKeys(countersDatabase, counterKeys(databases), databases, findings);
+void SonicRedis::readCounters(Which which, SonicDatabases& databases, Findings& findings) {
+    std::set<std::string> keys = counterKeys(databases);
+    if (which == Which::missing) {
+        std::erase_if(keys, [&](const auto& key) { return databases.counters.contains(key); });
+    }
+    readKeys(countersDatabase, keys, databases, findings);
 }
 
 std::set<std::string> counterKeys(const SonicDatabases& databases) {

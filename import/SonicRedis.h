@@ -18,8 +18,10 @@ class SonicRedis {
     // Reads some keys of a database again; keys that are gone are removed.
     void readKeys(const SonicDatabase& database, const std::set<std::string>& keys,
                   SonicDatabases& databases, Findings& findings);
-    // Reads the counters of the rules that the databases name.
-    void readCounters(SonicDatabases& databases, Findings& findings);
+    // Reads the counters of the rules that the databases name: all, or those that are not there
+    // yet.
+    enum class Which { all, missing };
+    void readCounters(Which which, SonicDatabases& databases, Findings& findings);
 
   private:
     std::set<std::string> keysOf(const SonicDatabase& database, const char* pattern);
