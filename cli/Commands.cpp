@@ -6,8 +6,10 @@
 #include "cli/ExitStatus.h"
 #include "cli/Filters.h"
 #include "cli/KnownNames.h"
+#include "cli/Marks.h"
 #include "cli/PacketWords.h"
 #include "cli/PrintReport.h"
+#include "cli/RateCommands.h"
 #include "cli/StateReport.h"
 #include "state/Snapshots.h"
 #include "traffic-policy/ShowFieldSets.h"
@@ -38,17 +40,22 @@ struct View {
           summary(match.has("summary")),
           errors(match.has("errors")),
           detail(match.has("detail")),
-          counters(match.has("counters")) {}
+          counters(match.has("counters")),
+          onlyCounted(match.has("nonzero")) {
+        if (const Token* const token = match.find("MARK")) mark = *token;
+    }
 
     // Rules print their counts, which are relative to those of the last clear.
     bool showsCounts() const { return counters || !(summary || errors); }
 
     std::string name;
-    bool summary, errors, detail, counters;
+    bool summary, errors, detail, counters, onlyCounted;
+    std::optional<Token> mark;  // since which the counters view counts
 };
 
 StateDirectory::Snapshots snapshotsFor(const View& view, const Session& session) {
     if (!view.showsCounts()) return {};
+    if (view.mark) return countsOfMark(session, *view.mark);
     return StateDirectory::readSnapshots(session.stateDirectory());
 }
 
@@ -80,6 +87,8 @@ PolicyViewWord viewWordOf(PolicyKind kind) {
 // The same of policies, and a line when they have problems that the view does not show.
 template <class Show>
 int print(const Show& show, const Session& session, const View& view, PolicyKind kind) {
+    show->onlyCountedIs(view.onlyCounted);
+    if (view.mark) show->markIs(view.mark->text);
     const int status = Cli::print(show, session);
     if (status == ExitStatus::success) {
         reportMissingPolicy(view.name, kind, session.state());
@@ -220,11 +229,14 @@ const char* reasonAgainst(const Words& words, std::size_t wrong) {
 const std::vector<Command>& commands() {
     static const std::vector<Command> rows = {
         {"show traffic-policy [NAME] interface [input | output] "
-         "[summary | detail | errors | counters]",
+         "[summary | detail | errors | counters [nonzero] [since MARK]]",
          "policies on interfaces: where they are and where they failed; their rules",
          planInterface},
-        {"show traffic-policy [NAME] cpu [summary | detail | errors | counters]",
+        {"show traffic-policy [NAME] cpu [summary | detail | errors | counters [nonzero] [since "
+         "MARK]]",
          "policies on the CPU, per VRF, in hardware and in the kernel", planCpu},
+        {"show traffic-policy [NAME] (interface [input | output] | cpu) counters rate [SECONDS]",
+         "how fast they count, now", planRates},
         {"show traffic-policy [NAME] vlan [summary | detail | errors]", "policies on VLANs",
          planVlan},
         {"show traffic-policy field-set (ipv4 | ipv6) prefix [NAME] [filter PREFIX [exact]]",
@@ -261,6 +273,9 @@ const std::vector<Command>& commands() {
          planComparison},
         {"clear traffic-policy counters [policy NAME] [interface [input | output] | cpu]",
          "lets the counts of later shows begin now, all or only these", planClear},
+        {"mark MARK", "remembers the counts of now for you alone", planMark},
+        {"show marks", "your marks on this state directory", planShowMarks},
+        {"delete mark MARK", "forgets one", planDeleteMark},
     };
     return rows;
 }

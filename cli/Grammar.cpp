@@ -162,7 +162,8 @@ class Grammar::Walk {
         std::string_view argument;
         for (const std::string_view label : labels()) {
             if (isArgument(label)) {
-                if (!isQuoted(word) || label == "NAME") argument = label;
+                const bool isName = label == "NAME" || label == "MARK";
+                if (!isQuoted(word) || isName) argument = label;
             } else if (label == word) {
                 return label;
             } else if (label.starts_with(word)) {

@@ -43,8 +43,8 @@ class Grammar {
     explicit Grammar(std::span<const std::string_view> lines);
 
     // Reads the words. Keywords may be shortened while unambiguous, and go before arguments: a word
-    // that can be read as a keyword is one. A word in double quotes is always a NAME. Throws
-    // CommandError.
+    // that can be read as a keyword is one. A word in double quotes is always a NAME or a MARK.
+    // Throws CommandError.
     Match match(const Words& words) const;
 
     // Where words that begin a command lead to.

@@ -5,9 +5,11 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "reef/PolicyMapTypeCounters.h"
 #include "state/CounterStore.h"
+#include "state/DocumentIdentity.h"
 #include "state/StateSource.h"
 
 namespace Cli {
@@ -15,23 +17,32 @@ namespace Cli {
 using StateDirectory::StatePtr;
 using StateDirectory::StateSource;
 
-// Reads a state directory when first asked. What was read lives as long as the process: taking
-// 100,000 rules apart at the end would only keep the operator waiting.
+// Reads a state directory when first asked, and again when it is asked for a current state and the
+// documents have changed. What was read lives as long as the process: taking 100,000 rules apart at
+// the end would only keep the operator waiting.
 class StateReadOnce : public StateSource {
   public:
     explicit StateReadOnce(std::string directory) : directory_(std::move(directory)) {}
     StatePtr loaded() override {
-        static auto& kept = *new StatePtr;
-        if (state_ == nullptr) {
-            state_ = std::make_shared<StateDirectory::State>(StateDirectory::readState(directory_));
-            kept = state_;
-        }
+        if (state_ == nullptr) read();
         return state_;
     }
-    StatePtr current() override { return loaded(); }
+    StatePtr current() override {
+        const bool isSame = StateDirectory::documentIdentities(directory_) == identities_;
+        if (state_ == nullptr || !isSame) read();
+        return state_;
+    }
 
   private:
+    void read() {
+        static auto& kept = *new std::vector<StatePtr>;
+        identities_ = StateDirectory::documentIdentities(directory_);
+        state_ = std::make_shared<StateDirectory::State>(StateDirectory::readState(directory_));
+        kept.push_back(state_);
+    }
+
     std::string directory_;
+    StateDirectory::DocumentIdentities identities_;
     StatePtr state_;
 };
 
@@ -69,6 +80,13 @@ class Session {
         return Orb::make<PolicyMap::Counters::PolicyMapTypeCounters>(counterStore_, direction);
     }
 
+    // Another session with the same surroundings, which has read nothing yet.
+    Session another() const { return {stateDirectory_, fd_, format_, revision_, source_}; }
+
+    // Only so many counters, the busiest; 0: all.
+    U64 top() const { return top_; }
+    void topIs(U64 top) { top_ = top; }
+
     // Says whether an operator sees the report as it is printed, on a terminal or its pager.
     bool isOnTerminal() const { return isOnTerminal_; }
     void isOnTerminalIs(bool is) { isOnTerminal_ = is; }
@@ -89,6 +107,7 @@ class Session {
     mutable StatePtr state_;
     Orb::Ptr<Reef::StoreManager> counterStore_;
     std::function<void()> atEndOfReport_;
+    U64 top_ = 0;
     bool isOnTerminal_ = false;
 };
 

@@ -47,7 +47,9 @@ std::size_t readAll(const Base::FileDescriptor& file, const std::string& name, c
     return done;
 }
 
-simdjson::padded_string readFile(const std::string& path, const std::string& name) {
+// written: gets the time of the file; may be null.
+simdjson::padded_string readFile(const std::string& path, const std::string& name,
+                                 Orb::Seconds* written) {
     const Base::FileDescriptor file(
         ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
     if (!file.isOpen()) refuseFailed(name, "cannot be opened");
@@ -65,12 +67,16 @@ simdjson::padded_string readFile(const std::string& path, const std::string& nam
         refuseUnreadable(name, "became shorter while it was being read",
                          "a document that nobody is changing");
     }
+    if (written != nullptr) {
+        *written = Orb::Seconds(static_cast<double>(status.st_mtim.tv_sec) +
+                                static_cast<double>(status.st_mtim.tv_nsec) * 1e-9);
+    }
     return text;
 }
 
 simdjson::dom::element parse(const std::string& path, const std::string& name,
-                             simdjson::dom::document& parsed) {
-    const simdjson::padded_string text = readFile(path, name);
+                             simdjson::dom::document& parsed, Orb::Seconds& written) {
+    const simdjson::padded_string text = readFile(path, name, &written);
     simdjson::dom::parser parser;
     simdjson::dom::element root;
     const simdjson::error_code error = parser.parse_into_document(parsed, text).get(root);
@@ -126,11 +132,13 @@ std::optional<std::size_t> offsetOf(const simdjson::padded_string& text, std::sp
 }  // namespace
 
 Document::Document(const std::string& path)
-    : path_(path), name_(Base::escaped(path)), root_(*this, parse(path, name_, parsed_)) {}
+    : path_(path),
+      name_(Base::escaped(path)),
+      root_(*this, parse(path, name_, parsed_, written_)) {}
 
 std::string Document::placeOf(std::span<const Step> way, Spot spot) const {
     try {
-        const simdjson::padded_string text = readFile(path_, name_);
+        const simdjson::padded_string text = readFile(path_, name_, nullptr);
         const auto offset = offsetOf(text, way, spot);
         if (!offset || *offset >= text.size()) return "";
         const TextPlace place = placeAt(text, *offset);

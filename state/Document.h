@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "orb/Seconds.h"
 #include "state/Node.h"
 
 namespace StateDirectory {
@@ -17,6 +18,8 @@ class Document {
     const Node& root() const { return root_; }
     // The path, fit for a message.
     const std::string& name() const { return name_; }
+    // When the file was written.
+    Orb::Seconds written() const { return written_; }
     // Where in the text a value or a key stands, for a message: ", line 3, column 7". The text is
     // read once more; empty when it is not what it was.
     std::string placeOf(std::span<const Step> way, Spot spot) const;
@@ -26,6 +29,7 @@ class Document {
   private:
     std::string path_;
     std::string name_;
+    Orb::Seconds written_{0};
     simdjson::dom::document parsed_;
     Node root_;
 };

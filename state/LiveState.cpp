@@ -18,7 +18,7 @@ namespace StateDirectory {
 
 namespace {
 
-constexpr const char* documents[] = {"config.json", "status.json"};
+constexpr const auto& documents = identifiedDocuments;
 
 Base::FileDescriptor checked(int descriptor, const char* what) {
     if (descriptor < 0) throw std::system_error(errno, std::generic_category(), what);
@@ -34,11 +34,6 @@ std::string timeOfDay(std::time_t time) {
 }
 
 }  // namespace
-
-bool LiveState::Identity::operator==(const Identity& other) const {
-    return device == other.device && file == other.file && size == other.size &&
-           changed.tv_sec == other.changed.tv_sec && changed.tv_nsec == other.changed.tv_nsec;
-}
 
 LiveState::LiveState(std::string directory)
     : directory_(std::move(directory)),
@@ -68,16 +63,6 @@ LiveState::~LiveState() {
 }
 
 void LiveState::wake() const { ::eventfd_write(wake_.number(), 1); }
-
-LiveState::Identities LiveState::identities() const {
-    Identities result;
-    for (std::size_t i = 0; i < result.size(); ++i) {
-        struct stat status {};
-        if (::stat((directory_ + "/" + documents[i]).c_str(), &status) != 0) continue;
-        result[i] = {status.st_dev, status.st_ino, status.st_size, status.st_mtim};
-    }
-    return result;
-}
 
 // What is not used any more goes back to the second thread, which takes it apart while the operator
 // goes on.

@@ -4,8 +4,6 @@
 // stays in force.
 #pragma once
 
-#include <sys/stat.h>
-
 #include <array>
 #include <chrono>
 #include <condition_variable>
@@ -17,6 +15,7 @@
 #include <vector>
 
 #include "base/File.h"
+#include "state/DocumentIdentity.h"
 #include "state/StateSource.h"
 
 namespace StateDirectory {
@@ -69,17 +68,9 @@ class LiveState : public StateSource {
     U64 refusals() const;
 
   private:
-    // Whether a document is still the one that was read.
-    struct Identity {
-        dev_t device = 0;
-        ino_t file = 0;
-        off_t size = 0;
-        timespec changed{};
-        bool operator==(const Identity& other) const;
-    };
-    using Identities = std::array<Identity, 2>;
+    using Identities = DocumentIdentities;
 
-    Identities identities() const;
+    Identities identities() const { return documentIdentities(directory_); }
     void work();
     void read();
     bool waitForChange();

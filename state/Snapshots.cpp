@@ -176,6 +176,35 @@ constexpr Key<Snapshots> snapshotsKeys[] = {
     TARGET_KEY(interfaceOutput),
 };
 
+constexpr Key<Marks> marksKeys[] = {
+    {"stateDirectory",
+     [](const Node& node, Marks& to) { to.stateDirectory = std::string(node.text()); },
+     [](Writer& writer, const Marks& from) { writer.text(from.stateDirectory); },
+     Presence::required},
+    {"marks",
+     [](const Node& node, Marks& to) {
+         for (const auto& [name, element] : node.object()) {
+             const Node member(node, name, element);
+             const auto [mark, isNew] = to.marks.try_emplace(nameKey(member, name));
+             if (!isNew) member.refuseRepeated();
+             readObject(member, snapshotsKeys, mark->second);
+         }
+     },
+     [](Writer& writer, const Marks& from) {
+         writer.object([&] {
+             for (const auto& [mark, counts] : from.marks) {
+                 writer.namedMember(mark);
+                 writeObject(writer, snapshotsKeys, counts);
+             }
+         });
+     }},
+};
+
+bool isThere(const std::string& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0 || errno != ENOENT;
+}
+
 }  // namespace
 
 Snapshots readSnapshots(const std::string& directory) {
@@ -184,11 +213,24 @@ Snapshots readSnapshots(const std::string& directory) {
 
 Snapshots readSnapshotsDocument(const std::string& path) {
     Snapshots snapshots;
-    struct stat status {};
-    if (::lstat(path.c_str(), &status) != 0 && errno == ENOENT) return snapshots;
+    if (!isThere(path)) return snapshots;
     const Document document(path);
     readObject(document.root(), snapshotsKeys, snapshots);
     return snapshots;
+}
+
+Marks readMarks(const std::string& path) {
+    Marks marks;
+    if (!isThere(path)) return marks;
+    const Document document(path);
+    readObject(document.root(), marksKeys, marks);
+    return marks;
+}
+
+std::string marksText(const Marks& marks) {
+    Writer writer;
+    writeObject(writer, marksKeys, marks);
+    return writer.take();
 }
 
 bool canBeName(std::string_view text) { return isName(text) && simdjson::validate_utf8(text); }

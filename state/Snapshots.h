@@ -1,6 +1,7 @@
 // The counter snapshots of a state directory, as snapshots.json holds them.
 #pragma once
 
+#include <map>
 #include <string>
 #include <string_view>
 
@@ -29,6 +30,15 @@ Snapshots readSnapshotsDocument(const std::string& path);
 
 // Says whether a document can bear the text, as a name, a user or a terminal.
 bool canBeName(std::string_view text);
+
+// The counts that a user remembers of one state directory, by the names of the marks.
+struct Marks {
+    std::string stateDirectory;
+    std::map<std::string, Snapshots> marks;
+};
+// Reads a document of marks; without a file there are none. Throws like readSnapshots().
+Marks readMarks(const std::string& path);
+std::string marksText(const Marks& marks);
 
 // The identities of all records that a snapshot was taken of, with the highest snapshot of each.
 Reef::UsedIdentities identitiesOf(const Snapshots& snapshots);

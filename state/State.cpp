@@ -11,10 +11,12 @@ namespace StateDirectory {
 
 namespace {
 
-void readDocument(const std::string& path, State& state,
-                  void (*read)(const Node& root, State& state)) {
+// Returns when the document was written.
+Orb::Seconds readDocument(const std::string& path, State& state,
+                          void (*read)(const Node& root, State& state)) {
     const Document document(path);
     read(document.root(), state);
+    return document.written();
 }
 
 }  // namespace
@@ -24,9 +26,10 @@ namespace {
 State readFolder(const std::string& folder) {
     // The documents fill different members, so that two threads may fill one state.
     State state;
-    auto status = std::async([&] { readDocument(folder + "/status.json", state, readStatus); });
+    auto status =
+        std::async([&] { return readDocument(folder + "/status.json", state, readStatus); });
     readDocument(folder + "/config.json", state, readConfig);
-    status.get();
+    state.statusWritten = status.get();
     return state;
 }
 

@@ -39,6 +39,7 @@ struct State {
     Orb::Ptr<const TrafficPolicy::Status> cpu;
     Orb::Ptr<const TrafficPolicy::Status> cpuSoftware;
     Orb::Ptr<const TrafficPolicy::Status> vlan;
+    Orb::Seconds statusWritten{0};  // when the document was written that was read
 };
 
 // Reads config.json and status.json, on two threads; of a directory that is imported into those of

@@ -32,6 +32,7 @@ struct Counted {
     const Orb::Ptr<const TrafficPolicy::Counter>& snapshots;
     bool perInterface;
     bool byteSwitch;
+    bool onlyCounted;
 };
 
 // Why a figure is 0, where the live count fell below what it was at the last clear.
@@ -59,6 +60,7 @@ void renderInterfaces(RendererV2& renderer, const Counted& counted,
     for (const auto& [intfId, intfData] : data.perIntfCount()) {
         const U64 packets = getInterfacePacketCount(counted.snapshots, data, *intfData, policyName);
         const U64 bytes = getInterfaceByteCount(counted.snapshots, data, *intfData, policyName);
+        if (counted.onlyCounted && packets == 0) continue;
         const auto object = renderer.object(intfId.stringValue());
         renderer.pair("packetCount", packets);
         if (counted.byteSwitch) renderer.pair("byteCount", bytes);
@@ -111,6 +113,28 @@ void collectCountersUsed(const PolicyState& policyState, const Direction& direct
     }
 }
 
+// Drops what counted nothing. Says whether something is left.
+bool keepCounted(const PolicyState& policyState, const Direction& direction,
+                 NamedCountersUsed& named, UnnamedCountersUsed& unnamed) {
+    const auto& snapshots = direction.snapshots(policyState);
+    for (auto at = named.begin(); at != named.end();) {
+        const auto data = getNamedCounterData(policyState, direction, at->first);
+        const bool hasCounted =
+            data && getNamedPacketCount(snapshots, data, policyState.name()) > 0;
+        at = hasCounted ? std::next(at) : named.del(at);
+    }
+    bool isAny = !named.empty();
+    for (U32 index = 0; index < unnamed.size(); ++index) {
+        const Orb::String* const rule = *unnamed.find(index);
+        if (rule == nullptr) continue;
+        const auto data = getUnnamedCounterData(policyState, direction, *rule, index);
+        const bool hasCounted = data && getRulePacketCount(data, snapshots, policyState.name()) > 0;
+        isAny = isAny || hasCounted;
+        if (!hasCounted) unnamed.is(index, nullptr);
+    }
+    return isAny;
+}
+
 // Says whether there is something to count of a policy in a direction.
 bool isCounted(const PolicyState& policyState, const Direction& direction) {
     if (direction.status(policyState) && policyState.policyMapConfig()) return true;
@@ -124,13 +148,14 @@ bool isCounted(const PolicyState& policyState, const Direction& direction) {
 }  // namespace
 
 void renderPolicyNamedCountersInfo(RendererV2& renderer, const PolicyState& policyState,
-                                   const NamedCountersUsed& namedCounters, bool byteSwitch,
-                                   const Side& side) {
+                                   const NamedCountersUsed& namedCounters,
+                                   const CountersShown& shown, const Side& side) {
     SHOW_TRACE_ENTRY();
     const Direction& direction = *side.direction;
     if (!direction.status(policyState) || namedCounters.empty()) return;
     const Counted counted{policyState, direction.snapshots(policyState),
-                          direction.countsPerInterface(policyState), byteSwitch};
+                          direction.countsPerInterface(policyState), shown.byteSwitch,
+                          shown.onlyCounted};
     const auto object = renderer.object("namedCounters");
     for (const auto& [name, unused] : namedCounters) {
         const auto data = getNamedCounterData(policyState, direction, name);
@@ -173,6 +198,16 @@ void renderPolicyUnnamedCountersInfo(RendererV2& renderer, const PolicyState& po
     }
 }
 
+void renderMark(RendererV2& renderer, const Orb::String& mark,
+                const Orb::Ptr<const TrafficPolicy::Counter>& snapshots) {
+    if (mark.empty() || !snapshots) return;
+    const Orb::String time = Base::timeText(snapshots->timestamp());
+    renderer.text("Counts since mark ").name(mark).text(" of ").text(time).text(":").endLine();
+    const auto object = renderer.object("since");
+    renderer.pair("mark", mark);
+    renderer.pair("time", time);
+}
+
 void renderCounterGranularity(
     RendererV2& renderer,
     const Orb::Ptr<const TrafficPolicy::TrafficPolicyIntfParamStatus>& policyParamStatus,
@@ -187,20 +222,20 @@ void renderCounterGranularity(
 }
 
 void _renderTrafficPolicyCounters(RendererV2& renderer, const PolicyRecords& policies,
-                                  const Orb::String& policyName, bool byteSwitch,
-                                  const Side& side) {
+                                  const CountersShown& shown, const Side& side) {
     SHOW_TRACE_ENTRY();
     const Direction& direction = *side.direction;
     const auto dictionary = renderer.object(side.countersKey);
     for (const auto& [name, record] : policies) {
-        if (!policyName.empty() && policyName != name) continue;
+        if (!shown.policyName.empty() && shown.policyName != name) continue;
         if (!isCounted(*record, direction)) continue;
         NamedCountersUsed named;
         UnnamedCountersUsed unnamed;
         collectCountersUsed(*record, direction, named, unnamed);
+        if (shown.onlyCounted && !keepCounted(*record, direction, named, unnamed)) continue;
         renderer.text("Traffic policy ").name(name).endLine();
         const auto object = renderer.object(name);
-        renderPolicyNamedCountersInfo(renderer, *record, named, byteSwitch, side);
+        renderPolicyNamedCountersInfo(renderer, *record, named, shown, side);
         renderPolicyUnnamedCountersInfo(renderer, *record, unnamed, side);
         if (!named.empty() || !unnamed.empty()) renderLastClear(renderer, *record, direction);
     }

@@ -19,14 +19,23 @@ const PolicyMap::CountAction* countActionOf(const PolicyState& policyState,
 // Prints a named counter's packets and, when byteSwitch is set, bytes, without a line end.
 void renderCounts(textout::RendererV2& renderer, U64 packets, U64 bytes, bool byteSwitch);
 
-// The policies of one side, or the one of a name when it is not empty.
+struct CountersShown {
+    Orb::String policyName = {};  // only this policy; empty: all
+    bool byteSwitch = false;
+    bool onlyCounted = false;  // not what counted nothing
+};
+
+// The policies of one side.
 void _renderTrafficPolicyCounters(textout::RendererV2& renderer, const PolicyRecords& policies,
-                                  const Orb::String& policyName, bool byteSwitch, const Side& side);
+                                  const CountersShown& shown, const Side& side);
 void renderPolicyNamedCountersInfo(textout::RendererV2& renderer, const PolicyState& policyState,
-                                   const NamedCountersUsed& namedCounters, bool byteSwitch,
-                                   const Side& side);
+                                   const NamedCountersUsed& namedCounters,
+                                   const CountersShown& shown, const Side& side);
 void renderPolicyUnnamedCountersInfo(textout::RendererV2& renderer, const PolicyState& policyState,
                                      const UnnamedCountersUsed& unnamedCounters, const Side& side);
+// Since which mark the figures count; prints nothing without one (empty). snapshots: of the mark.
+void renderMark(textout::RendererV2& renderer, const Orb::String& mark,
+                const Orb::Ptr<const TrafficPolicy::Counter>& snapshots);
 // Prints nothing without parameters (null), and for a granularity that has no name.
 void renderCounterGranularity(
     textout::RendererV2& renderer,

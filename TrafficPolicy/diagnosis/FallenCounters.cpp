@@ -1,7 +1,7 @@
 // Counters whose live record is the one that was cleared last, and yet counts less than then: the
 // views show them as 0.
+#include "counters/LiveReader.h"
 #include "diagnosis/Problems.h"
-#include "reef/PolicyMapReefCounterStatusReader.h"
 
 namespace TrafficPolicyCli::Diagnosis {
 
@@ -14,26 +14,13 @@ using TrafficPolicy::NamedCounterVersion;
 
 namespace {
 
-// A reader over the records of one side; null: it has none.
-Orb::Ptr<const PolicyMapCounterStatusReaderBase> readerOf(const DiagnosisSources& sources,
-                                                          const SideSources& side) {
-    if (&side != &sources.cpu) {
-        if (!sources.trafficPolicyHwStatus) return nullptr;
-        if (sources.trafficPolicyHwStatus->countersInReef()) {
-            return Orb::make<PolicyMap::PolicyMapReefCounterStatusReader>(side.policyMapCounters);
-        }
-    }
-    return PolicyMap::PolicyMapHiveCounterStatusReader::PolicyMapHiveCounterStatusReaderIs(
-        side.status);
-}
-
 class Search {
   public:
     using Add = std::function<void(const Orb::String&, Problem)>;
 
     Search(const DiagnosisSources& sources, const SideSources& side, std::string_view label,
            const Orb::String& onlyPolicy, const Add& add)
-        : reader_(side.counter ? readerOf(sources, side) : nullptr),
+        : reader_(side.counter ? liveReaderOf(sources, side) : nullptr),
           counter_(side.counter),
           label_(label),
           countsBytes_(sources.trafficPolicyHwStatus &&

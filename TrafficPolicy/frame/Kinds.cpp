@@ -129,7 +129,9 @@ void ShowTrafficPolicyCpu::renderTrafficPolicy(U32 fd, U32 format, U32 revision)
 void ShowTrafficPolicyCpu::renderTrafficPolicyCounters(U32 fd, U32 format, U32 revision) {
     SHOW_TRACE_ENTRY();
     printReport(fd, format, revision, [&](textout::RendererV2& renderer) {
-        _renderTrafficPolicyCounters(renderer, policyState(), policyName(), byteCountersSupported(),
+        renderMark(renderer, mark(), counter());
+        _renderTrafficPolicyCounters(renderer, policyState(),
+                                     {policyName(), byteCountersSupported(), onlyCounted()},
                                      cpuHardware);
     });
 }
@@ -280,10 +282,11 @@ void ShowTrafficPolicyInterface::renderTrafficPolicyCounters(U32 fd, U32 format,
             renderer.endLine();
             renderCounterGranularity(renderer, policyParamStatus(), shown);
         }
-        _renderTrafficPolicyCounters(renderer, policyState(), policyName(), byteCountersSupported(),
-                                     shown);
+        _renderTrafficPolicyCounters(renderer, policyState(),
+                                     {policyName(), byteCountersSupported(), onlyCounted()}, shown);
     };
     printReport(fd, format, revision, [&](textout::RendererV2& renderer) {
+        renderMark(renderer, mark(), counter());
         const bool showsInput = !filterOutputPolicies();
         if (showsInput) renderSide(renderer, interfaceInput, status().get(), true);
         if (!filterInputPolicies()) {

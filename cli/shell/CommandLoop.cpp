@@ -90,6 +90,11 @@ int CommandLoop::run(std::string_view text) {
     if (line.isEmpty()) return ExitStatus::success;
     const Plan plan = planOf(line.stages.front().words);
     const Route route = routeOf(readPipes(std::span(line.stages).subspan(1)));
+    if (route.pipes.top && !grammar_.match(line.stages.front().words).has("rate")) {
+        throw CommandError(route.pipes.top->position, "\"top\" cannot stand behind this command",
+                           "it behind counters rate, as: show traffic-policy cpu counters rate | "
+                           "top 5");
+    }
     live_.look();
     try {
         return execute(plan, {stateDirectory_, options_.format(), options_.revision, live_}, route);

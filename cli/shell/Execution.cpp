@@ -56,12 +56,14 @@ int runInto(ReportStream& stream, const Plan& plan, const Session& session) {
 
 int execute(const Plan& plan, const Surroundings& with, const Route& route) {
     const U32 format = route.pipes.json ? json : with.format;
+    const U64 top = route.pipes.top ? route.pipes.top->count : 0;
     const bool isColoured = route.colour && format != json;
     const bool isOnTerminal =
         route.pipes.filters.empty() && !route.pipes.saveTo && ::isatty(STDOUT_FILENO) != 0;
     if (route.pipes.filters.empty() && !route.pipes.saveTo && !isColoured && !route.screen) {
         Session session(with.stateDirectory, STDOUT_FILENO, format, with.revision, with.source);
         session.isOnTerminalIs(isOnTerminal);
+        session.topIs(top);
         const Orb::ActivityLockGuard lock;
         return plan(session);
     }
@@ -69,6 +71,7 @@ int execute(const Plan& plan, const Surroundings& with, const Route& route) {
     ReportStream stream(sinkOf(route, isColoured, aside.descriptor()));
     Session session(with.stateDirectory, stream.fd(), format, with.revision, with.source);
     session.isOnTerminalIs(isOnTerminal);
+    session.topIs(top);
     session.atEndOfReport([&] {
         const Orb::ActivityUnlockGuard unlocked;
         stream.finish();

@@ -4,29 +4,19 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <sstream>
 
 #include "base/Escape.h"
 #include "base/File.h"
 #include "cli/Failures.h"
+#include "cli/StateHome.h"
 
 namespace Cli::Shell {
 
 namespace {
 
 constexpr std::size_t mostLines = 1000;
-
-// The convention: https://specifications.freedesktop.org/basedir-spec. A path that is not absolute
-// counts as none.
-std::filesystem::path stateHome() {
-    const char* const named = std::getenv("XDG_STATE_HOME");
-    if (named != nullptr && *named == '/') return named;
-    const char* const home = std::getenv("HOME");
-    if (home == nullptr || *home != '/') return {};
-    return std::filesystem::path(home) / ".local" / "state";
-}
 
 // None unless it is a regular file of this user, and no link to one.
 Base::FileDescriptor openOwn(const std::string& path, int flags) {
@@ -63,10 +53,7 @@ std::string contentsOf(const std::string& path) {
 HistoryFile::HistoryFile() {
     const std::filesystem::path home = stateHome();
     if (home.empty()) return;
-    std::error_code error;
-    std::filesystem::create_directories(home / "tpcli", error);
-    if (error) return;
-    const std::string path = home / "tpcli" / "history";
+    const std::string path = home / "history";
     struct stat status {};
     if (openOwn(path, O_WRONLY | O_APPEND).isOpen()) {
         path_ = path;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "base/Number.h"
 #include "cli/Grammar.h"
 
 namespace Cli::Shell {
@@ -15,6 +16,7 @@ constexpr FilterCommand rows[] = {
     {"begin REGEX", "from the first line that matches"},
     {"section REGEX", "whole policies and rules with a line that matches"},
     {"count", "how many lines there are"},
+    {"top N", "behind counters rate: the N busiest counters"},
     {"json", "the report as JSON"},
     {"save FILE", "into a file, not to the screen"},
     {"no-more", "without a pager"},
@@ -31,9 +33,8 @@ struct Turn {
     Form then;
 };
 constexpr Turn turns[] = {
-    {"json", Form::report, Form::result},
-    {"count", Form::lines, Form::result},
-    {"save", Form::result, Form::saved},
+    {"top", Form::report, Form::report},    {"json", Form::report, Form::result},
+    {"count", Form::lines, Form::result},   {"save", Form::result, Form::saved},
     {"no-more", Form::saved, Form::report},
 };
 
@@ -92,6 +93,17 @@ bool Regex::matches(std::string_view line) const {
     return ::regexec(compiled_.get(), line.data(), 1, &bounds, REG_STARTEND) == 0;
 }
 
+Pipes::Top topOf(const Token& number, std::size_t position) {
+    constexpr Base::Bounds bounds{1, 1'000'000};
+    const auto count = Base::parseNumber(number.text, bounds);
+    if (!count) {
+        throw CommandError(position + number.position,
+                           inQuotes(number.text) + " is not a number of counters",
+                           bounds.stringValue() + ", as 10");
+    }
+    return {*count, position};
+}
+
 Pipes readPipes(std::span<const CommandLine::Stage> stages) {
     Pipes pipes;
     Form form = Form::report;
@@ -108,6 +120,8 @@ Pipes readPipes(std::span<const CommandLine::Stage> stages) {
             pipes.json = true;
         } else if (keyword == "no-more") {
             pipes.noMore = true;
+        } else if (const Token* const number = match.find("N")) {
+            pipes.top = topOf(*number, stage.position);
         } else if (const Token* const file = match.find("FILE")) {
             pipes.saveTo = file->text;
         } else {

@@ -39,6 +39,12 @@ struct Pipes {
     bool noMore = false;
     std::vector<Filter> filters;
     std::optional<std::string> saveTo;
+    // Only so many counters, the busiest; and where that stands, for a message.
+    struct Top {
+        U64 count;
+        std::size_t position;
+    };
+    std::optional<Top> top;
 };
 
 // Reads the stages behind the command. Throws CommandError.

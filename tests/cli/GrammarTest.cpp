@@ -87,7 +87,7 @@ TEST(Grammar, pointsAtWrongWords) {
         {split("shwo traffic-policy cpu"),
          "\"shwo\" cannot stand here\n"
          "  shwo traffic-policy cpu\n"
-         "  ^~~~ expected show, compare or clear"},
+         "  ^~~~ expected show, compare, clear, mark or delete"},
         {split("show traffic-policy interface sumary"),
          "\"sumary\" cannot stand here\n"
          "  show traffic-policy interface sumary\n"
@@ -136,7 +136,7 @@ TEST(Grammar, pointsAtWrongWords) {
         // A long word is shown in part.
         {{"show", std::string(1000, 'x')},
          "\"" + std::string(80, 'x') + "...\" cannot stand here\n  show " + std::string(60, 'x') +
-             "...\n       ^" + std::string(62, '~') + " expected traffic-policy"},
+             "...\n       ^" + std::string(62, '~') + " expected traffic-policy or marks"},
         {{"show", "traffic-policy", "", "cpu"},
          "a word is empty\n"
          "  show traffic-policy  cpu\n"

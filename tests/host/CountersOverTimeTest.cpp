@@ -2,8 +2,12 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <grp.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
 
 #include "Process.h"
 
@@ -78,6 +82,120 @@ TEST_F(CountersOverTime, ClearsOfTwoUsersAtOnceStandBesideEachOther) {
     fileIs(state_.file("status.json"), statusOfTwo(8));
     EXPECT_THAT(outputOf({"--json", "show", "traffic-policy", "cpu", "counters"}),
                 HasSubstr(R"("C":{"totals":{"packetTotal":0,"belowSnapshot":true}})"));
+}
+
+// A switch that counts in the shared-memory store.
+class CountingSwitch : public testing::Test {
+  protected:
+    CountingSwitch() { ::setenv("XDG_STATE_HOME", home_.path().c_str(), 1); }
+    ~CountingSwitch() override {
+        stopAgent();
+        ::unsetenv("XDG_STATE_HOME");
+    }
+
+    void startAgent(const std::vector<std::string>& options) {
+        stopAgent();
+        std::vector<std::string> arguments = {COUNTERAGENT_PATH, "--state", state_.path()};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        agent_ = startProgram(arguments, -1, "/dev/null");
+    }
+    void stopAgent() {
+        if (agent_ <= 0) return;
+        ::kill(agent_, SIGTERM);
+        waitFor(agent_);
+        agent_ = -1;
+    }
+    // Counts the agent's packets once, without going on.
+    void store(const std::vector<std::string>& options) {
+        startAgent(options);
+        waitFor(agent_);
+        agent_ = -1;
+    }
+    Outcome run(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.begin(), {"--state", state_.path()});
+        return runTpcli(arguments);
+    }
+    std::string counters(std::vector<std::string> more) const {
+        std::vector<std::string> words = {"show", "traffic-policy", "interface", "counters"};
+        words.insert(words.end(), more.begin(), more.end());
+        return run(words).output;
+    }
+
+    const TemporaryFolder home_;
+    StateFixture state_{
+        R"({"policyMapConfig": {"P": {"currCfg": {"rules": [
+            {"name": "r", "priority": 1, "action": {"count": {}}},
+            {"name": "s", "priority": 2, "action": {"count": {}}}]}}}})",
+        R"({"hwStatus": {"countersInReef": true}, "interfaceInput": {"policyMapStatus": {"P": {
+            "classMapStatus": {"r": ["ipv4"], "s": ["ipv4"]}, "classCounter": {
+            "r": {"uniqueId": 1, "packets": 10}, "s": {"uniqueId": 2}}}}}})"};
+    pid_t agent_ = -1;
+};
+
+TEST_F(CountingSwitch, RatesComeFromTheStore) {
+    store({"--once"});
+    EXPECT_THAT(counters({"rate", "0.1"}), HasSubstr("r: 0 packets/s, 10 packets\n"));
+    startAgent({"--rate", "P/r=max"});
+    std::string text;
+    do text = counters({"rate", "0.2"});
+    while (text.find("r: 0 packets/s") != text.npos);
+    EXPECT_THAT(text, testing::ContainsRegex("rule: r: [1-9][0-9]+ packets/s, [0-9]+ packets"));
+    // The agent makes the store anew between the looks.
+    const TemporaryFolder folder;
+    const int output = ::open(folder.file("output").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    stopAgent();
+    const pid_t show = startTpcli(
+        {"--state", state_.path(), "show", "traffic-policy", "interface", "counters", "rate", "3"},
+        folder, output);
+    // The first look is over when the store is open.
+    const std::string maps = "/proc/" + std::to_string(show) + "/maps";
+    for (int i = 0; i < 2000 && contentsOf(maps).find("counters.reef") == std::string::npos; ++i) {
+        ::usleep(1000);
+    }
+    ::usleep(100000);
+    store({"--once", "--recreate"});
+    EXPECT_EQ(waitFor(show), 0);
+    EXPECT_THAT(contentsOf(folder.file("output")),
+                HasSubstr("match rule: r: counter restarted, 10 packets\n"));
+}
+
+TEST_F(CountingSwitch, MarksOutlastTheAgent) {
+    EXPECT_EQ(run({"mark", "early"}).status, 2);  // no store yet
+    store({"--once"});
+    EXPECT_EQ(run({"mark", "before"}).output, "Marked 2 traffic-policy counters as before\n");
+    EXPECT_THAT(counters({"since", "before"}), HasSubstr("match rule: r: 0 packets\n"));
+    EXPECT_THAT(counters({}), HasSubstr("match rule: r: 10 packets\n"));
+    startAgent({"--rate", "P/r=max"});
+    while (counters({"since", "before"}).find("r: 0 packets") != std::string::npos) {
+    }
+    stopAgent();
+    // A restart goes on with the records.
+    store({"--once"});
+    const std::string text = counters({"nonzero", "since", "before"});
+    EXPECT_THAT(text, testing::ContainsRegex("^Counts since mark before of 20[^ ]+Z:\n"));
+    EXPECT_THAT(text, testing::ContainsRegex("match rule: r: [1-9][0-9]* packets\n$"));
+    // Records made anew have nothing to do with the mark.
+    store({"--once", "--recreate"});
+    EXPECT_THAT(counters({"since", "before"}), HasSubstr("match rule: r: 10 packets\n"));
+
+    struct stat status {};
+    std::size_t documents = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(home_.path() + "/tpcli")) {
+        if (entry.path().extension() != ".json") continue;
+        ++documents;
+        ASSERT_EQ(::stat(entry.path().c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 0777, 0600U);
+    }
+    EXPECT_EQ(documents, 1U);
+    EXPECT_FALSE(std::filesystem::exists(state_.file("snapshots.lock")));
+
+    EXPECT_THAT(run({"show", "marks"}).output, testing::ContainsRegex("^before: 20.*, 2 counters"));
+    const Outcome wrong = run({"show", "traffic-policy", "cpu", "counters", "since", "nothing"});
+    EXPECT_EQ(wrong.status, 1);
+    EXPECT_THAT(wrong.errors, HasSubstr("\"nothing\" is no mark of yours"));
+    EXPECT_EQ(run({"delete", "mark", "before"}).output, "Deleted mark before\n");
+    EXPECT_EQ(run({"delete", "mark", "before"}).status, 1);
+    EXPECT_EQ(run({"show", "marks"}).output, "No marks.\n");
 }
 
 }  // namespace

@@ -143,13 +143,13 @@ TEST(SharedObject, exportsOnlyItsInterface) {
         R"(ShowTrafficPolicy[A-Za-z4]+Is|TrafficPolicy\w+HelperIs|)"
         R"(trafficPolicyProblemsNotShown|trafficPolicyHealth|)"
         R"(Diagnosis::(Packet::\w+|fieldName|protocolHasPorts)|)"
-        R"((ShowTrafficPolicy\w+::render)|(ShowTrafficPolicyCapture::(packetIs|undecodedIs))|)"
+        R"((ShowTrafficPolicy\w+::render)|(ShowTrafficPolicyCapture::(packetIs|undecodedIs))|(ShowTrafficPolicyRates::look)|)"
         R"((TrafficPolicy\w+::clearCounter))\(.*)");
     const std::regex typeRegistration(
         R"((guard variable for |reference temporary .* for )?TrafficPolicyCli::\w+::)"
         R"((orbType\(\)(::type)?|\w+_))"
         R"(|std::any::_Manager_\w+<TrafficPolicyCli::\w+>::_S_manage\(.*)"
-        R"(|typeinfo (name )?for TrafficPolicyCli::(Holding|Reference)Kind)"
+        R"(|typeinfo (name )?for TrafficPolicyCli::((Holding|Reference)Kind|RateScope))"
         R"(|.*\bTrafficPolicyCli::Diagnosis::Packet\b.*)");
     std::istringstream lines(
         exportsOf(reinterpret_cast<const void*>(&TrafficPolicyCli::showTrafficPolicyVAclFactory)));

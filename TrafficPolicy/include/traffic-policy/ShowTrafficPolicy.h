@@ -80,6 +80,11 @@ class ShowTrafficPolicyBase : public Orb::PtrInterface {
     ORB_KEY(fieldSetState, Orb::Ptr<FieldSetState>)
     ORB_ATTRIBUTE(policyState, Orb::RbTreeMap<Orb::String, Orb::Ptr<PolicyState>>)
     ORB_ATTRIBUTE(inputCounterHelper, Orb::Ptr<const CounterReader>)
+    // The counters view shows only what counted something.
+    ORB_ATTRIBUTE(onlyCounted, bool)
+    // The snapshots are those of a mark of this name, not of the last clear; the counters view says
+    // so. Empty: no mark.
+    ORB_ATTRIBUTE(mark, Orb::String)
 
     // The operations that a kind replaces, in an order that stays.
 

@@ -1,4 +1,4 @@
-#include "state/SnapshotsFile.h"
+#include "state/DocumentWriter.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -16,6 +16,7 @@
 #include <thread>
 
 #include "base/Escape.h"
+#include "state/StateError.h"
 #include "textout/Exceptions.h"
 
 namespace StateDirectory {
@@ -24,9 +25,6 @@ using Base::FileDescriptor;
 
 namespace {
 
-constexpr auto lockName = "snapshots.lock";
-constexpr std::string_view temporaryPrefix = "snapshots.json.new-";
-constexpr mode_t newDocumentMode = 0666;  // less what the process masks
 constexpr mode_t lockMode = 0644;
 
 [[noreturn]] void fail(const std::string& path, std::string_view doing) {
@@ -56,7 +54,7 @@ FileDescriptor openLock(const std::string& path) {
             lock = FileDescriptor(::open(path.c_str(), flags | O_CREAT | O_EXCL, lockMode));
         }
     } while (!lock.isOpen() && (errno == EEXIST || errno == EINTR));
-    if (!lock.isOpen()) fail(path, "cannot open the lock of the snapshots");
+    if (!lock.isOpen()) fail(path, "cannot open the lock");
     struct stat status {};
     if (::fstat(lock.number(), &status) != 0 || !S_ISREG(status.st_mode)) {
         throw StateError(Base::escaped(path) + ": it is not a regular file");
@@ -119,26 +117,32 @@ class Temporary {
 
 }  // namespace
 
-SnapshotsWriter::SnapshotsWriter(const std::string& directory)
-    : document_(documentBehind(snapshotsPath(directory))) {
-    isLinked_ = document_ != snapshotsPath(directory);
+DocumentWriter::DocumentWriter(const std::string& directory, const std::string& stem, Access access)
+    : stem_(stem), access_(access) {
+    const std::string path = directory + "/" + stem + ".json";
+    document_ = documentBehind(path);
+    isLinked_ = document_ != path;
     directory_ = isLinked_ ? document_.substr(0, document_.rfind('/')) : directory;
-    lock_ = openLock(pathOf(lockName));
-    waitForLock(lock_.number(), pathOf(lockName));
+    const std::string lockPath = pathOf(stem + ".lock");
+    lock_ = openLock(lockPath);
+    waitForLock(lock_.number(), lockPath);
     removeTemporaries();
 }
 
-void SnapshotsWriter::removeTemporaries() const {
+std::string DocumentWriter::temporaryPrefix() const { return stem_ + ".json.new-"; }
+
+void DocumentWriter::removeTemporaries() const {
+    const std::string prefix = temporaryPrefix();
     std::error_code ignored;  // what cannot be removed is no obstacle to writing
     std::filesystem::directory_iterator entry(directory_, ignored);
     for (; entry != std::filesystem::directory_iterator(); entry.increment(ignored)) {
-        if (entry->path().filename().string().starts_with(temporaryPrefix)) {
+        if (entry->path().filename().string().starts_with(prefix)) {
             std::filesystem::remove(entry->path(), ignored);
         }
     }
 }
 
-std::string SnapshotsWriter::keepDamaged() const {
+std::string DocumentWriter::keepDamaged() const {
     const std::string stem = document_ + ".damaged-" + std::to_string(std::time(nullptr));
     for (int attempt = 1;; ++attempt) {
         const std::string path = attempt == 1 ? stem : stem + "-" + std::to_string(attempt);
@@ -147,8 +151,7 @@ std::string SnapshotsWriter::keepDamaged() const {
     }
 }
 
-std::string SnapshotsWriter::save(const Snapshots& snapshots) const {
-    const std::string text = snapshotsText(snapshots);
+std::string DocumentWriter::save(std::string_view text) const {
     // Opened before anything changes, when it may still fail.
     const FileDescriptor folder = Base::openFolder(directory_);
     if (!folder.isOpen()) fail(directory_, "cannot be opened");
@@ -156,16 +159,18 @@ std::string SnapshotsWriter::save(const Snapshots& snapshots) const {
     const bool isFirst = ::stat(document_.c_str(), &former) != 0;
     if (isFirst && errno != ENOENT) fail(document_, "cannot be examined");
 
-    Temporary temporary(pathOf(std::string(temporaryPrefix)), isFirst ? newDocumentMode : 0600);
+    // Less what the process masks.
+    const mode_t mode = isFirst && access_ == Access::asBefore ? 0666 : 0600;
+    Temporary temporary(pathOf(temporaryPrefix()), mode);
     if (!Base::writeAll(temporary.fd(), text)) fail(temporary.path(), "cannot write");
-    if (!isFirst && !Base::accessIs(temporary.fd(), former)) {
+    if (!isFirst && access_ == Access::asBefore && !Base::accessIs(temporary.fd(), former)) {
         fail(temporary.path(), "cannot set the mode");
     }
     if (::fsync(temporary.fd()) != 0) fail(temporary.path(), "cannot sync");
     textout::checkInterrupt();  // the last moment at which nothing has changed
     if (temporary.putInPlace(document_, folder)) return "";
     return Base::escaped(directory_) + ": cannot sync the directory: " + std::strerror(errno) +
-           "; the new snapshots may not outlast a power failure";
+           "; the new document may not outlast a power failure";
 }
 
 }  // namespace StateDirectory

@@ -1,0 +1,27 @@
+#include "cli/StateHome.h"
+
+#include <cstdlib>
+
+namespace Cli {
+
+namespace {
+
+std::filesystem::path home() {
+    const char* const named = std::getenv("XDG_STATE_HOME");
+    if (named != nullptr && *named == '/') return named;
+    const char* const user = std::getenv("HOME");
+    if (user == nullptr || *user != '/') return {};
+    return std::filesystem::path(user) / ".local" / "state";
+}
+
+}  // namespace
+
+std::filesystem::path stateHome() {
+    const std::filesystem::path parent = home();
+    if (parent.empty()) return {};
+    std::error_code error;
+    std::filesystem::create_directories(parent / "tpcli", error);
+    return error ? std::filesystem::path() : parent / "tpcli";
+}
+
+}  // namespace Cli

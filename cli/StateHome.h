@@ -1,0 +1,14 @@
+// Where the program keeps what belongs to its user: the history of the shell, marks.
+#pragma once
+
+#include <filesystem>
+
+namespace Cli {
+
+// The program's folder in the state directory of the XDG base directory convention
+// (https://specifications.freedesktop.org/basedir-spec): below XDG_STATE_HOME, else below
+// ~/.local/state. A path that is not absolute counts as none. Makes it if need be; empty when there
+// is no place for it.
+std::filesystem::path stateHome();
+
+}  // namespace Cli
