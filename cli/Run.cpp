@@ -65,8 +65,9 @@ int runCommand(const Plan& plan, const Options& options) {
 
 int runOptions(const Options& options) {
     const bool isOneCommand = options.commands.empty() && !options.words.empty();
-    const Plan plan = isOneCommand ? planOf(options.words) : Plan();
-    if (isOneCommand && options.exitCode && !findsProblems(options.words)) {
+    const bool isPlanned = isOneCommand && !options.watches;
+    const Plan plan = isPlanned ? planOf(options.words) : Plan();
+    if (isPlanned && options.exitCode && !findsProblems(options.words)) {
         throw OptionError("--exit-code: this command finds no problems, expected " +
                           inQuotes("show traffic-policy problems"));
     }
@@ -74,7 +75,7 @@ int runOptions(const Options& options) {
         Orb::traceFacility(facility).levelIs(level);
     }
     const BlipDumpAtEnd blipDumpAtEnd(options.dumpsBlip);
-    return isOneCommand ? runCommand(plan, options) : runShell(options, stateDirectoryOf(options));
+    return isPlanned ? runCommand(plan, options) : runShell(options, stateDirectoryOf(options));
 }
 
 }  // namespace

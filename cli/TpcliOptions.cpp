@@ -73,6 +73,10 @@ const std::vector<Option>& table() {
          }},
         {{"--exit-code", "", "", "of problems: end with 5 when there is one"},
          [](const std::string&, Options& options) { options.exitCode = true; }},
+        {{"--watch", "", "",
+          "show the report again and again, what changed marked; WORDS may begin with the seconds "
+          "from one to the next, 0.1 to 3600; 2 if absent. Ctrl-C ends it"},
+         [](const std::string&, Options& options) { options.watches = true; }},
         {{"--revision", "N", "a number 0 to 4294967295", "revision of the JSON model; default 2"},
          [](const std::string& value, Options& options) {
              options.revision =
@@ -117,6 +121,11 @@ Base::Request parseOptions(const std::vector<std::string>& arguments, Options& o
     if (request == Base::Request::run && !options.commands.empty() && !options.words.empty()) {
         throw OptionError("-c: a command of one word each is expected, not " +
                           inQuotes(options.words.front()));
+    }
+    if (request == Base::Request::run && options.watches && options.words.empty()) {
+        throw OptionError(
+            "--watch: the words of a command are expected, as: --watch 5 show "
+            "traffic-policy cpu counters");
     }
     return request;
 }

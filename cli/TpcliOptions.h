@@ -24,6 +24,7 @@ struct Options {
     std::vector<std::pair<std::string, U32>> traces;  // facilities and their levels
     bool dumpsBlip = false;
     bool exitCode = false;  // of problems: status 5 when there is one
+    bool watches = false;   // the words are a command to watch, behind an interval if there is one
     ColourMode colour = ColourMode::automatic;
     // Either the commands of -c and behind it, one line each, or the words of one command; without
     // either, commands come from standard input.

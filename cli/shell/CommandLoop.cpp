@@ -1,14 +1,36 @@
 #include "cli/shell/CommandLoop.h"
 
+#include <cctype>
+
 #include "base/Escape.h"
 #include "base/Number.h"
 #include "cli/ExitStatus.h"
 #include "cli/Failures.h"
+#include "cli/RateCommands.h"
 #include "cli/shell/Colour.h"
 #include "cli/shell/CommandLine.h"
+#include "cli/shell/Watch.h"
 #include "textout/TextOutBuffer.h"
 
 namespace Cli::Shell {
+
+namespace {
+
+// Not of the grammar, as any command can stand behind it.
+constexpr std::string_view watchLine = "watch [SECONDS] WORDS";
+constexpr std::string_view watchPurpose = "a show command again and again; Ctrl-C ends it";
+
+bool isWatch(const Words& words) {
+    return !words.empty() && !words.front().empty() &&
+           std::string_view("watch").starts_with(words.front());
+}
+
+bool isNumber(const std::string& word) {
+    return !word.empty() &&
+           (std::isdigit(static_cast<unsigned char>(word.front())) != 0 || word.front() == '.');
+}
+
+}  // namespace
 
 // A command of the shell itself, in text whatever the format of reports.
 struct CommandLoop::BuiltIn {
@@ -41,6 +63,7 @@ const std::vector<CommandLoop::BuiltIn>& CommandLoop::builtIns() {
                  text.append(row.purpose).append("\n");
              };
              for (const BuiltIn& row : builtIns()) add(row);
+             add(FilterCommand{watchLine, watchPurpose});
              text += "\nBehind a command, after |:\n";
              for (const FilterCommand& row : filterCommands()) add(row);
              return text;
@@ -77,6 +100,7 @@ CommandLoop::CommandLoop(const Options& options, const std::string& stateDirecto
           std::vector<std::string_view> lines;
           for (const Command& row : Cli::commands()) lines.push_back(row.grammarLine());
           for (const BuiltIn& row : builtIns()) lines.push_back(row.line);
+          lines.push_back(watchLine);
           return Grammar(lines);
       }()) {}
 
@@ -88,16 +112,60 @@ int CommandLoop::run(std::string_view line, const std::string& place) {
 int CommandLoop::run(std::string_view text) {
     const CommandLine line = completeLine(text);
     if (line.isEmpty()) return ExitStatus::success;
-    const Plan plan = planOf(line.stages.front().words);
-    const Route route = routeOf(readPipes(std::span(line.stages).subspan(1)));
-    if (route.pipes.top && !grammar_.match(line.stages.front().words).has("rate")) {
-        throw CommandError(route.pipes.top->position, "\"top\" cannot stand behind this command",
-                           "it behind counters rate, as: show traffic-policy cpu counters rate | "
-                           "top 5");
+    const Words& words = line.stages.front().words;
+    const auto filters = std::span(line.stages).subspan(1);
+    if (isWatch(words)) return watch(Words(words.begin() + 1, words.end()), 1, filters);
+    const Plan plan = planOf(words);
+    return execute(plan, routeOf(readPipes(filters), words));
+}
+
+int CommandLoop::watch(const Words& words) {
+    return reportFailures("", words, [&] { return options_.statusOf(watch(words, 0, {})); });
+}
+
+int CommandLoop::watch(const Words& words, std::size_t position,
+                       std::span<const CommandLine::Stage> filters) {
+    Shell::Watch how;
+    Words command = words;
+    if (!command.empty() && isNumber(command.front())) {
+        how.seconds = secondsOf({"SECONDS", command.front(), position});
+        command.erase(command.begin());
+        ++position;
     }
+    // Errors of the command's words are told of the line that was typed.
+    const auto inLine = [&](const auto& run) {
+        try {
+            return run();
+        } catch (const CommandError& error) {
+            throw CommandError(error.position() + position, error.what(), error.expected());
+        }
+    };
+    const Plan plan = inLine([&] {
+        const Match match = grammar_.match(command);
+        if (match.tokens.front().label != "show") {
+            throw CommandError(0, inQuotes(command.front()) + " cannot be watched",
+                               "a command that begins with show");
+        }
+        return planOf(command);
+    });
+    Route route = routeOf(readPipes(filters), command);
+    route.screen.reset();
+    how.json = options_.json || route.pipes.json;
+    how.colour = route.colour;
+    for (const std::string& word : command) how.title += (how.title.empty() ? "" : " ") + word;
+    return inLine([&] {
+        return Shell::watch(how, [&](std::string& text) {
+            route.text = &text;
+            return execute(plan, route);
+        });
+    });
+}
+
+int CommandLoop::execute(const Plan& plan, const Route& route) {
     live_.look();
     try {
-        return execute(plan, {stateDirectory_, options_.format(), options_.revision, live_}, route);
+        return Shell::execute(plan, {stateDirectory_, options_.format(), options_.revision, live_},
+                              route);
     } catch (const StateDirectory::StateError& error) {
         throw StateDirectory::StateError(error.what() + hintFor(stateDirectory_));
     }
@@ -133,7 +201,12 @@ void CommandLoop::sayRefusal() const {
              " stays in force");
 }
 
-Route CommandLoop::routeOf(Pipes pipes) const {
+Route CommandLoop::routeOf(Pipes pipes, const Words& command) const {
+    if (pipes.top && !grammar_.match(command).has("rate")) {
+        throw CommandError(pipes.top->position, "\"top\" cannot stand behind this command",
+                           "it behind counters rate, as: show traffic-policy cpu counters rate | "
+                           "top 5");
+    }
     Route route;
     route.colour = wantsColour(options_.colour);
     if (pagesReports_ && !pipes.noMore && terminalLength_ != 0U) {

@@ -3,11 +3,13 @@
 
 #include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "cli/Grammar.h"
 #include "cli/TpcliOptions.h"
+#include "cli/shell/CommandLine.h"
 #include "cli/shell/Execution.h"
 #include "state/LiveState.h"
 
@@ -20,6 +22,9 @@ class CommandLoop {
 
     // Runs one line. place: where it stands, for messages. Returns the exit status.
     int run(std::string_view line, const std::string& place);
+    // Watches the command of words, behind an interval if the first is one. Returns the exit
+    // status.
+    int watch(const Words& words);
     // Says whether the last line was to end the shell.
     bool isEnding() const { return isEnding_; }
 
@@ -35,8 +40,12 @@ class CommandLoop {
     static const std::vector<BuiltIn>& builtIns();
 
     int run(std::string_view line);
+    int execute(const Plan& plan, const Route& route);
+    // position: of the first of the words in the line.
+    int watch(const Words& words, std::size_t position,
+              std::span<const CommandLine::Stage> filters);
     Plan planOf(const Words& words);
-    Route routeOf(Pipes pipes) const;
+    Route routeOf(Pipes pipes, const Words& command) const;
     void sayRefusal() const;
 
     const Options& options_;

@@ -138,6 +138,13 @@ Completion complete(std::string_view text, const Grammar& commands, const State*
     const std::string_view begun = text.substr(line.lastWordBegin);
     Words words = line.stages.back().words;
     if (!begun.empty() && !words.empty()) words.pop_back();
+    // Behind "watch [SECONDS]" stands a command like any other.
+    if (line.stages.size() == 1 && !words.empty() && words.front() == "watch") {
+        words.erase(words.begin());
+        const bool hasSeconds =
+            !words.empty() && words.front().front() >= '0' && words.front().front() <= '9';
+        if (hasSeconds) words.erase(words.begin());
+    }
     try {
         if (line.stages.size() == 1) {
             completeCommand(words, begun, commands, state, result);

@@ -24,8 +24,9 @@ std::unique_ptr<Sink> sinkOf(const Route& route, bool isColoured, int output) {
     if (route.pipes.saveTo) {
         return throughFilters(route.pipes.filters, toFile(*route.pipes.saveTo));
     }
-    std::unique_ptr<Sink> sink =
-        route.screen ? throughPager(output, *route.screen, route.pager) : toDescriptor(output);
+    std::unique_ptr<Sink> sink = route.text != nullptr ? toText(*route.text)
+                                 : route.screen ? throughPager(output, *route.screen, route.pager)
+                                                : toDescriptor(output);
     if (isColoured) sink = throughColours(std::move(sink));
     return throughFilters(route.pipes.filters, std::move(sink));
 }
@@ -60,7 +61,8 @@ int execute(const Plan& plan, const Surroundings& with, const Route& route) {
     const bool isColoured = route.colour && format != json;
     const bool isOnTerminal =
         route.pipes.filters.empty() && !route.pipes.saveTo && ::isatty(STDOUT_FILENO) != 0;
-    if (route.pipes.filters.empty() && !route.pipes.saveTo && !isColoured && !route.screen) {
+    if (route.pipes.filters.empty() && !route.pipes.saveTo && !isColoured && !route.screen &&
+        route.text == nullptr) {
         Session session(with.stateDirectory, STDOUT_FILENO, format, with.revision, with.source);
         session.isOnTerminalIs(isOnTerminal);
         session.topIs(top);

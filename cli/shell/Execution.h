@@ -18,6 +18,7 @@ struct Route {
     // Of standard output: the screen and the pager of what does not fit on it.
     std::optional<ScreenSize> screen;
     std::string pager;
+    std::string* text = nullptr;  // where the report goes instead; null: none of that
 };
 
 struct Surroundings {

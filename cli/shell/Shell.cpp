@@ -75,9 +75,10 @@ bool isOnTerminal() { return ::isatty(STDIN_FILENO) == 1 && ::isatty(STDOUT_FILE
 
 int runShell(const Options& options, const std::string& stateDirectory) {
     Shell::CommandLoop loop(options, stateDirectory);
-    const int status = !options.commands.empty() ? Shell::runCommands(loop, options.commands)
-                       : Shell::isOnTerminal()   ? Shell::runInteractive(loop)
-                                                 : Shell::runInput(loop);
+    const int status = options.watches             ? loop.watch(options.words)
+                       : !options.commands.empty() ? Shell::runCommands(loop, options.commands)
+                       : Shell::isOnTerminal()     ? Shell::runInteractive(loop)
+                                                   : Shell::runInput(loop);
     // Nobody waits for a state that nobody will ask for.
     if (loop.live().isReading()) {
         std::fflush(nullptr);

@@ -96,8 +96,20 @@ class FileSink : public Sink {
     std::unique_ptr<DescriptorSink> sink_;
 };
 
+class TextSink : public Sink {
+  public:
+    explicit TextSink(std::string& text) : text_(text) {}
+    void write(std::string_view bytes) override { text_ += bytes; }
+    void flush() override {}
+    void end(bool) override {}
+
+  private:
+    std::string& text_;
+};
+
 }  // namespace
 
+std::unique_ptr<Sink> toText(std::string& text) { return std::make_unique<TextSink>(text); }
 std::unique_ptr<Sink> toDescriptor(int fd) { return std::make_unique<DescriptorSink>(fd); }
 std::unique_ptr<Sink> toFile(const std::string& path) { return std::make_unique<FileSink>(path); }
 

@@ -125,6 +125,7 @@ constexpr Row rows[] = {
     {"no", "it does not"},
     {"inner", "what follows is told of the packet inside a GTP-U tunnel"},
     {"exit", "leave the shell"},
+    {"watch", "show a report again and again"},
     {"help", "how to use the shell"},
     {"history", "the lines that were typed"},
     {"terminal", "how this terminal is used"},

@@ -317,5 +317,43 @@ class Terminal(Shell):
         self.assertEqual(screen.exit_status(), "129")
 
 
+class Watching(Shell):
+    COMMAND = "show traffic-policy COPP-OTHERS cpu counters"
+
+    def count(self, packets):
+        def change(status):
+            status["cpu"]["policyMapStatus"]["COPP-OTHERS"]["classCounter"]["nd"]["packets"] = packets
+        self.document("status.json", change)
+
+    def test_what_changed_is_marked_and_the_screen_comes_back(self):
+        for options, mark in [("--color always", "\x1b\\[7m"), ("--color never", r"^\* *match rule: nd")]:
+            screen = self.start(options)
+            screen.line("watch 1 " + self.COMMAND)
+            screen.wait(r"^Every 1 s, 20.*Z: %s$(.|\n)*match rule: nd: " % self.COMMAND)
+            self.assertNotRegex(screen.text(escapes=True, history=False), re.compile(mark, re.MULTILINE))
+            self.count(10 ** 9)
+            screen.wait(mark, escapes=True, history=False)
+            screen.resize(60, 4)
+            screen.wait(r"^\.\.\. \d more lines", history=False)
+            screen.resize(80, 24)
+            screen.type("C-c")
+            self.assertNotIn("Every", screen.wait(IDLE, history=False))
+            screen.line("exit")
+            self.assertEqual(screen.exit_status(), "0")
+            self.count(10 ** 8)
+
+    def test_without_a_terminal_reports_follow_each_other(self):
+        process = subprocess.Popen([TPCLI, "--state", self.state, "--json", "--watch", "0.1", *self.COMMAND.split()],
+                                   stdout=subprocess.PIPE, text=True)
+        documents = [json.loads(process.stdout.readline()) for _ in range(2)]
+        self.count(10 ** 9)
+        while documents[-1]["report"] == documents[0]["report"]:
+            documents.append(json.loads(process.stdout.readline()))
+        process.send_signal(signal.SIGINT)
+        process.stdout.close()
+        self.assertIn(process.wait(), (130, 141))
+        self.assertRegex(documents[0]["time"], "^20.*Z$")
+
+
 if __name__ == "__main__":
     unittest.main()
