@@ -24,8 +24,7 @@ constexpr RateSide sides[] = {
 class Look {
   public:
     Look(const DiagnosisSources& sources, const RateSide& side, const Reader& reader)
-        : sources_(sources),
-          from_(sources.*side.sources),
+        : from_(sources.*side.sources),
           reader_(reader),
           perInterface_(side.isOfInterfaces && from_.status->countersPerInterface()) {}
 
@@ -89,7 +88,6 @@ class Look {
         return counter;
     }
 
-    const DiagnosisSources& sources_;
     const SideSources& from_;
     const Reader& reader_;
     bool perInterface_;
