@@ -149,6 +149,7 @@ TEST(SharedObject, exportsOnlyItsInterface) {
         R"((guard variable for |reference temporary .* for )?TrafficPolicyCli::\w+::)"
         R"((orbType\(\)(::type)?|\w+_))"
         R"(|std::any::_Manager_\w+<TrafficPolicyCli::\w+>::_S_manage\(.*)"
+        R"(|void\* std::__any_caster<TrafficPolicyCli::\w+>\(.*)"
         R"(|typeinfo (name )?for TrafficPolicyCli::((Holding|Reference)Kind|RateScope))"
         R"(|.*\bTrafficPolicyCli::Diagnosis::Packet\b.*)");
     std::istringstream lines(

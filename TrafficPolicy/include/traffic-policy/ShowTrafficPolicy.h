@@ -80,12 +80,6 @@ class ShowTrafficPolicyBase : public Orb::PtrInterface {
     ORB_KEY(fieldSetState, Orb::Ptr<FieldSetState>)
     ORB_ATTRIBUTE(policyState, Orb::RbTreeMap<Orb::String, Orb::Ptr<PolicyState>>)
     ORB_ATTRIBUTE(inputCounterHelper, Orb::Ptr<const CounterReader>)
-    // The counters view shows only what counted something.
-    ORB_ATTRIBUTE(onlyCounted, bool)
-    // The snapshots are those of a mark of this name, not of the last clear; the counters view says
-    // so. Empty: no mark.
-    ORB_ATTRIBUTE(mark, Orb::String)
-
     // The operations that a kind replaces, in an order that stays.
 
     // Prints the policy view, or the errors view, of every record.
@@ -132,6 +126,14 @@ class ShowTrafficPolicyBase : public Orb::PtrInterface {
     // through. REQUIRES: the caller holds the activity lock where other threads change the state.
     ORB_EXPORT void render(U32 fd, U32 format, U32 revision);
 
+    // What else the counters view is told before render(). onlyCounted: it shows only what counted
+    // something. mark: the snapshots are those of a mark of this name, not of the last clear, and
+    // the view says so; empty: no mark.
+    bool onlyCounted() const { return onlyCounted_; }
+    void onlyCountedIs(bool onlyCounted) { onlyCounted_ = onlyCounted; }
+    const Orb::String& mark() const { return mark_; }
+    void markIs(Orb::String mark) { mark_ = std::move(mark); }
+
     // Makes and stores an empty field-set record.
     Orb::Ptr<FieldSetState> fieldSetStateIs(const Orb::String& name);
 
@@ -163,6 +165,8 @@ class ShowTrafficPolicyBase : public Orb::PtrInterface {
                       const CounterReader* reader);
 
   private:
+    bool onlyCounted_ = false;
+    Orb::String mark_;
     // The record that was asked for last, valid while the map of records has this change count.
     PolicyState* lastPolicyState_ = nullptr;
     U64 lastPolicyStateChangeCount_ = 0;
