@@ -84,7 +84,7 @@ class Keys(Shell):
         screen.type("C-u", 'show traffic-policy vlan | count | include "a', "?")
         screen.wait(r'include "a\?$')
         screen.type("C-u", "show nonsense ", "?")
-        screen.wait('^"nonsense" cannot stand here, expected traffic-policy$')
+        screen.wait('^"nonsense" cannot stand here, expected traffic-policy or marks$')
 
     def test_names_outside_ascii_and_with_blanks(self):
         self.add_policy("Büro 東京")
