@@ -303,40 +303,40 @@ void Switch::makePlan(const Version& version) {
     RowsOfState(*version.state, store_.get(), *plan).add();
     plan->rows.shrink_to_fit();
 
-    std::vector<GroupTotal> totals(plan->groups.size());
+    takeOver(*plan);
+    plan_ = plan;
+    planned_ = Clock::now();
+    isPlanStale_ = false;
+}
+
+// What is remembered of the counters goes over to the plan that follows.
+void Switch::takeOver(Plan& plan) {
+    std::vector<GroupTotal> totals(plan.groups.size());
     std::vector<std::optional<PacketAndByte>> last;
-    if (grain_ == Grain::perPolicy) last.resize(plan->rows.size());
-    const double now = secondsNow();
-    const double ofDirectory = birthOf(directory_);
+    if (grain_ == Grain::perPolicy) last.resize(plan.rows.size());
+    // Where nothing is remembered: a store has the same counters all its life.
     const double ofStore = birthOf(StateDirectory::counterStorePath(directory_));
+    const double ofOthers = plan_ ? secondsNow() : birthOf(directory_);
     std::optional<FormerRows> former;
     if (plan_) former.emplace(*plan_);
-    for (std::size_t i = 0; i < plan->groups.size(); ++i) {
-        const CounterGroup& group = plan->groups[i];
-        const CounterGroup* const formerGroup = former ? former->groupOf(group) : nullptr;
-        if (formerGroup != nullptr)
-            totals[i] = totals_[static_cast<std::size_t>(formerGroup - plan_->groups.data())];
+    for (std::size_t i = 0; i < plan.groups.size(); ++i) {
+        const CounterGroup& group = plan.groups[i];
+        const CounterGroup* const before = former ? former->groupOf(group) : nullptr;
+        if (before != nullptr) {
+            totals[i] = totals_[static_cast<std::size_t>(before - plan_->groups.data())];
+        }
         for (U32 place = group.firstRow; place < group.endRow; ++place) {
-            CounterRow& row = plan->rows[place];
-            const auto formerPlace =
-                formerGroup == nullptr
-                    ? std::nullopt
-                    : former->placeOf(*formerGroup, row.name, place < group.firstNamed);
-            if (formerPlace && plan_->rows[*formerPlace].identity == row.identity) {
-                row.created = plan_->rows[*formerPlace].created;
-                if (!last.empty()) last[place] = last_[*formerPlace];
-            } else if (row.record == nullptr && ofStore > 0) {
-                row.created = ofStore;  // a store has the same counters all its life
-            } else {
-                row.created = former ? now : ofDirectory;
-            }
+            CounterRow& row = plan.rows[place];
+            row.created = row.record == nullptr && ofStore > 0 ? ofStore : ofOthers;
+            if (before == nullptr) continue;
+            const auto same = former->placeOf(*before, row.name, place < group.firstNamed);
+            if (!same || plan_->rows[*same].identity != row.identity) continue;
+            row.created = plan_->rows[*same].created;
+            if (!last.empty()) last[place] = last_[*same];
         }
     }
     last_ = std::move(last);
     totals_ = std::move(totals);
-    plan_ = plan;
-    planned_ = Clock::now();
-    isPlanStale_ = false;
 }
 
 void Switch::readCounts(Reading& reading) {

@@ -98,6 +98,7 @@ class Switch {
     void sayOnce(std::string& said, const std::string& what) const;
     bool isPlanDue(const StateDirectory::LiveState::Version& version) const;
     void makePlan(const StateDirectory::LiveState::Version& version);
+    void takeOver(Plan& plan);
     void openStore(const StateDirectory::State& state);
     TrafficPolicyCli::PolicyHealth findHealth(const StateDirectory::State& state) const;
     void readCounts(Reading& reading);

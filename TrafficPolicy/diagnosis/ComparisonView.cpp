@@ -12,24 +12,10 @@ using textout::RendererV2;
 
 namespace {
 
-struct OutcomeWords {
-    Outcome outcome;
-    std::string_view words;
-};
-constexpr OutcomeWords outcomeWords[] = {{Outcome::applied, "applied"},
-                                         {Outcome::failed, "failed"},
-                                         {Outcome::notProcessed, "pending"},
-                                         {Outcome::notAsked, "not there"},
-                                         {Outcome::notConfigured, "in place, not configured"}};
-
-struct FamilyWords {
-    MatchOption family;
-    std::string_view words;
-};
-constexpr FamilyWords familyWords[] = {{MatchOption::ipv4, "IPv4"},
-                                       {MatchOption::ipv6, "IPv6"},
-                                       {MatchOption::mac, "MAC"},
-                                       {MatchOption::mpls, "MPLS"}};
+// By outcome and by family.
+constexpr std::string_view outcomeWords[] = {"applied", "failed", "pending", "not there",
+                                             "in place, not configured"};
+constexpr std::string_view familyWords[] = {"IPv4", "IPv6", "MAC", "MPLS"};
 
 void renderCount(RendererV2& renderer, U64 count, std::string_view noun) {
     renderer.number(count).text(" ").text(noun).text(count == 1 ? "" : "s");
@@ -198,7 +184,7 @@ void renderInstalled(RendererV2& renderer, std::string_view key, const Installed
     const auto object = renderer.object(key);
     renderer.pair("installation", keyOf(installed.outcome));
     if (!installed.reason.empty()) renderer.pair("installationError", installed.reason);
-    renderer.text(outcomeWords[static_cast<std::size_t>(installed.outcome)].words);
+    renderer.text(outcomeWords[static_cast<std::size_t>(installed.outcome)]);
     if (!installed.reason.empty()) renderer.text(" (").name(installed.reason).text(")");
 }
 
@@ -208,7 +194,7 @@ void renderInstallation(RendererV2& renderer, const InstallationChange& change) 
     renderer.pair("family", matchOptionName(change.family));
     renderer.indent(3).name(change.policy).text(", ");
     renderPoint(renderer, change.place, change.point, change.target);
-    renderer.text(", ").text(familyWords[static_cast<std::size_t>(change.family)].words);
+    renderer.text(", ").text(familyWords[static_cast<std::size_t>(change.family)]);
     renderer.text(": ");
     renderInstalled(renderer, "before", change.before);
     renderer.text(" before, ");
