@@ -96,6 +96,33 @@ TEST_F(Tpcli, saysThatTheStateDoesNotKnowAPoint) {
     }
 }
 
+// Who captures until an interrupt sees what was captured.
+TEST_F(Tpcli, showsWhatAnInterruptedCaptureHasRead) {
+    const std::string capture = contentsOf(EXAMPLES_DIR "/uplink.pcap");
+    int input[2];
+    int output[2];
+    ASSERT_EQ(::pipe2(input, O_CLOEXEC), 0);
+    ASSERT_EQ(::pipe2(output, O_CLOEXEC), 0);
+    ASSERT_EQ(::write(input[1], capture.data(), capture.size()),
+              static_cast<ssize_t>(capture.size()));
+    const TemporaryFolder directory;
+    const pid_t child = startTpcli(over(state_, "show traffic-policy capture - policy EDGE"),
+                                   directory, output[1], [&] { ::dup2(input[0], STDIN_FILENO); });
+    int left = 1;
+    for (int i = 0; i < 30'000 && left > 0; ++i) {
+        ::usleep(2'000);
+        ASSERT_EQ(::ioctl(input[0], FIONREAD, &left), 0);
+    }
+    EXPECT_EQ(left, 0);
+    ::kill(child, SIGINT);
+    EXPECT_THAT(readAll(output[0]), StartsWith("Capture: "));
+    EXPECT_EQ(waitFor(child), 130);
+    EXPECT_EQ(contentsOf(directory.file("errors")),
+              "tpcli: \"-\": interrupted; what stands before is counted\n");
+    ::close(input[0]);
+    ::close(input[1]);
+}
+
 // For monitoring: 5 when there is a problem, and only when it was asked for.
 TEST_F(Tpcli, endsByTheExitCodeOfProblems) {
     const std::string problems = "show traffic-policy problems ";
