@@ -269,7 +269,7 @@ const std::vector<Command>& commands() {
         {"show traffic-policy state", "the state directory: documents, counts, last clear",
          [](const Match&) { return Plan(reportState); }},
         {"compare DIR_BEFORE DIR_AFTER [NAME] [detail]",
-         "what differs between two state directories; exit status 1 if anything does",
+         "what changed between two state directories; exit status 1 if anything did",
          planComparison},
         {"clear traffic-policy counters [policy NAME] [interface [input | output] | cpu]",
          "lets the counts of later shows begin now, all or only these", planClear},

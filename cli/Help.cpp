@@ -78,7 +78,7 @@ Exit status:
     3  the output could not be written
     4  a fault of the program or the machine, such as too little memory
     5  problems were found, with --exit-code
-       compare: 0 no differences, 1 differences, 2 anything wrong, its words too
+       compare: 0 same, 1 different, 2 wrong words or a faulty state
   130  interrupted: the output is incomplete, also JSON. A second interrupt
        ends the process at once
   141  the output went to a pipe that was closed
