@@ -209,15 +209,16 @@ Orb::Ptr<const Ip::AllVrfConfig> readAllVrfConfig(const Node& node) {
 template <class Config>
 void writeAttachments(Writer& writer, const Config& config) {
     writer.object([&] {
-        for (const auto& [point, first] : firstPolicies(config)) {
-            writer.namedMember(keyText(point));
-            const MorePolicies* const more = config.morePolicies().find(point);
+        for (const auto& entry : firstPolicies(config)) {
+            writer.namedMember(keyText(entry.key));
+            const MorePolicies* const more = config.morePolicies().find(entry.key);
             if (more == nullptr || more->empty()) {
-                writer.text(first);
+                writer.text(entry.value);
                 continue;
             }
             writer.list([&] {
-                forEachPolicyAt(config, point, [&](const Orb::String& name) { writer.text(name); });
+                forEachPolicyAt(config, entry.key,
+                                [&](const Orb::String& name) { writer.text(name); });
             });
         }
     });
