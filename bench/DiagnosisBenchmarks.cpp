@@ -8,8 +8,6 @@ namespace {
 
 using namespace TrafficPolicyCli;
 
-constexpr Bench::StateShape manySets{.policies = 1, .fieldSets = 1'000, .prefixes = 1'000};
-
 DiagnosisSources sourcesOf(const StateDirectory::State& state) {
     DiagnosisSources sources;
     sources.config = state.config;
@@ -95,7 +93,7 @@ BENCHMARK(diagnosis_packet)
     ->UseRealTime();
 
 void diagnosis_holding(benchmark::State& bench) {
-    run(bench, manySets, [](const auto& sources) {
+    run(bench, Bench::manySets, [](const auto& sources) {
         return showTrafficPolicyFieldSetHoldingFactory(
             sources, HoldingKind::address, *Wire::IpGenAddr::parse("198.51.100.7"), 0, {});
     });

@@ -12,6 +12,7 @@ namespace Bench {
 
 // 1,000 policies of 100 rules.
 inline constexpr StateShape hundredThousandRules{};
+inline constexpr StateShape manySets{.policies = 1, .fieldSets = 1'000, .prefixes = 1'000};
 // The same with more or fewer policies. REQUIRES: a multiple of 100.
 constexpr StateShape shapeOf(U32 rules) {
     StateShape shape;

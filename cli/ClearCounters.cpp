@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "cli/ExitStatus.h"
+#include "cli/Failures.h"
 #include "cli/KnownNames.h"
 #include "state/SnapshotsFile.h"
 #include "textout/RendererV2.h"
@@ -19,8 +20,6 @@ using PolicyMap::Counters::Direction;
 using StateDirectory::Snapshots;
 using StateDirectory::SnapshotsWriter;
 using TargetPtr = Orb::Ptr<TrafficPolicy::Counter>;
-
-void say(const std::string& message) { std::fprintf(stderr, "tpcli: %s\n", message.c_str()); }
 
 // Whose clear it is: the user who started the program, and the terminal.
 TrafficPolicy::Clear clearOfThisUser() {
@@ -66,7 +65,7 @@ Snapshots snapshotsBefore(const SnapshotsWriter& writer, Outcome& outcome) {
                 error.what() + std::string("; a damaged document that snapshots.json links to is "
                                            "not replaced: mend it or remove the link"));
         }
-        say(error.what());
+        complain(error.what());
         outcome.isChanged = outcome.wasDamaged = true;
         return {};
     }
@@ -102,7 +101,7 @@ class Clearing {
         if (scope_.cpu) fromStateDatabase(state.cpu, "cpu", snapshots_.cpu);
         if (!scope_.input && !scope_.output) return;
         if (!state.hwStatus) {
-            say("no hardware status: there are no interface counters to clear");
+            complain("no hardware status: there are no interface counters to clear");
         } else if (state.hwStatus->countersInReef()) {
             fromCounterStore();
         } else {
@@ -140,8 +139,8 @@ class Clearing {
     void fromStateDatabase(const Orb::Ptr<const TrafficPolicy::Status>& status,
                            std::string_view statusName, const TargetPtr& target) {
         if (!status) {
-            say("status.json has no \"" + std::string(statusName) +
-                "\": its counters are not cleared");
+            complain("status.json has no \"" + std::string(statusName) +
+                     "\": its counters are not cleared");
             outcome_.isWhole = false;
             return;
         }
@@ -183,10 +182,10 @@ class Clearing {
 };
 
 void save(const SnapshotsWriter& writer, const Snapshots& snapshots, Outcome& outcome) {
-    if (outcome.wasDamaged) say("the damaged document is kept as " + writer.keepDamaged());
+    if (outcome.wasDamaged) complain("the damaged document is kept as " + writer.keepDamaged());
     const std::string failure = writer.save(snapshots);
     if (!failure.empty()) {
-        say(failure);
+        complain(failure);
         outcome.isWhole = false;
     }
     // One that came while the new document was put in place came too late to stop anything.

@@ -1,10 +1,10 @@
 #include "cli/KnownNames.h"
 
-#include <cstdio>
 #include <map>
 #include <optional>
 
 #include "base/Text.h"
+#include "cli/Failures.h"
 #include "orb/Nearest.h"
 
 namespace Cli {
@@ -12,8 +12,6 @@ namespace Cli {
 using Base::inQuotes;
 
 namespace {
-
-void say(const std::string& line) { std::fprintf(stderr, "tpcli: %s\n", line.c_str()); }
 
 // The names that a collection is keyed by; a null owner has none.
 template <class Collection>
@@ -109,7 +107,7 @@ void report(const std::string& name, std::string line, const Names& known) {
     if (candidates.empty()) line += ", nor any other";
     const std::string_view nearest = Orb::nearest(name, candidates);
     if (!nearest.empty()) line += "; the nearest name is " + inQuotes(nearest);
-    say(line);
+    complain(line);
 }
 
 }  // namespace
@@ -256,10 +254,10 @@ void reportMissingPolicy(const std::string& name, PolicyKind kind,
     static constexpr std::string_view asked[] = {"interfaces", "the CPU", "VLANs"};
     const std::string policy = "traffic policy " + inQuotes(name);
     if (!elsewhere.empty()) {
-        say(policy + " is not on " + std::string(asked[static_cast<int>(kind)]) + "; it is on " +
-            elsewhere);
+        complain(policy + " is not on " + std::string(asked[static_cast<int>(kind)]) +
+                 "; it is on " + elsewhere);
     } else if (state.config && state.config->policyMapConfig(name) != nullptr) {
-        say(policy + " is configured, but not attached anywhere");
+        complain(policy + " is configured, but not attached anywhere");
     } else {
         reportUnknownName(name, "traffic policy", policyNames(state));
     }

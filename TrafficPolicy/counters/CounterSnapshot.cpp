@@ -189,8 +189,9 @@ DEFINE_FACTORY_AND_CREATOR(
 
 namespace {
 
-const bool registered = Orb::registerFactory<&trafficPolicyHiveCounterSnapshotHelperFactory>() &&
-                        Orb::registerFactory<&trafficPolicyReefCounterSnapshotHelperFactory>();
+const bool isSnapshotHelperRegistered =
+    Orb::registerFactory<&trafficPolicyHiveCounterSnapshotHelperFactory>() &&
+    Orb::registerFactory<&trafficPolicyReefCounterSnapshotHelperFactory>();
 
 }  // namespace
 

@@ -372,7 +372,7 @@ DEFINE_FACTORY_AND_CREATOR(ShowTrafficPolicyCapture, showTrafficPolicyCaptureFac
 
 namespace {
 
-const bool registered = Orb::registerFactory<&showTrafficPolicyCaptureFactory>();
+const bool isCaptureRegistered = Orb::registerFactory<&showTrafficPolicyCaptureFactory>();
 
 }  // namespace
 

@@ -14,12 +14,12 @@ using TrafficPolicy::NamedCounterVersion;
 
 namespace {
 
-class Search {
+class FallenSearch {
   public:
     using Add = std::function<void(const Orb::String&, Problem)>;
 
-    Search(const DiagnosisSources& sources, const SideSources& side, std::string_view label,
-           const Orb::String& onlyPolicy, const Add& add)
+    FallenSearch(const DiagnosisSources& sources, const SideSources& side, std::string_view label,
+                 const Orb::String& onlyPolicy, const Add& add)
         : reader_(side.counter ? liveReaderOf(sources, side) : nullptr),
           counter_(side.counter),
           label_(label),
@@ -91,9 +91,9 @@ class Search {
 
 void forEachFallenCounter(const DiagnosisSources& sources, const Orb::String& onlyPolicy,
                           const std::function<void(const Orb::String&, Problem)>& add) {
-    Search(sources, sources.input, "interface input", onlyPolicy, add).find();
-    Search(sources, sources.output, "interface output", onlyPolicy, add).find();
-    Search(sources, sources.cpu, "the CPU", onlyPolicy, add).find();
+    FallenSearch(sources, sources.input, "interface input", onlyPolicy, add).find();
+    FallenSearch(sources, sources.output, "interface output", onlyPolicy, add).find();
+    FallenSearch(sources, sources.cpu, "the CPU", onlyPolicy, add).find();
 }
 
 }  // namespace TrafficPolicyCli::Diagnosis

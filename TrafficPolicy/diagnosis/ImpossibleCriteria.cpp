@@ -67,9 +67,9 @@ bool matchesLaterFragmentsOnly(const StructuredFilter& filter) {
                                 [](const auto& range) { return range.low == 0; });
 }
 
-class Search {
+class ImpossibleSearch {
   public:
-    Search(Orb::String before, bool isIpv6, std::vector<Orb::String>& found)
+    ImpossibleSearch(Orb::String before, bool isIpv6, std::vector<Orb::String>& found)
         : before_(std::move(before)), isIpv6_(isIpv6), found_(found) {}
 
     void findIn(const StructuredFilter& filter) {
@@ -134,10 +134,10 @@ std::vector<Orb::String> impossibleCriteria(const PolicyMap::ClassMapMatch& matc
     std::vector<Orb::String> found;
     const auto& filter = match.structuredFilter();
     if (!filter) return found;
-    Search("", match.option() == MatchOption::ipv6, found).findIn(*filter);
+    ImpossibleSearch("", match.option() == MatchOption::ipv6, found).findIn(*filter);
     const auto& inner = filter->innerMatch();
     if (inner && inner->structuredFilter()) {
-        Search("inner packet: ", inner->af() == Wire::AddressFamily::ipv6, found)
+        ImpossibleSearch("inner packet: ", inner->af() == Wire::AddressFamily::ipv6, found)
             .findIn(*inner->structuredFilter());
     }
     return found;

@@ -429,7 +429,7 @@ DEFINE_FACTORY_AND_CREATOR(ShowTrafficPolicyPacket, showTrafficPolicyPacketFacto
 
 namespace {
 
-const bool registered = Orb::registerFactory<&showTrafficPolicyPacketFactory>();
+const bool isPacketRegistered = Orb::registerFactory<&showTrafficPolicyPacketFactory>();
 
 }  // namespace
 

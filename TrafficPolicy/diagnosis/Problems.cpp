@@ -17,7 +17,7 @@ constexpr std::string_view keys[] = {
 
 const Orb::String noPolicy;
 
-bool inOrder(const Problem& a, const Problem& b) {
+bool problemsInOrder(const Problem& a, const Problem& b) {
     if (a.kind != b.kind) return a.kind < b.kind;
     if (a.order != b.order) return a.order < b.order;
     return naturalOrder(a.text, b.text) < 0;
@@ -114,7 +114,7 @@ Problems findProblems(const DiagnosisSources& sources, const Orb::String& onlyPo
         problems[policy].push_back(std::move(problem));
     });
     if (onlyPolicy.empty()) addInterfaceVrfs(sources, problems);
-    for (auto& [policy, own] : problems) std::ranges::sort(own, inOrder);
+    for (auto& [policy, own] : problems) std::ranges::sort(own, problemsInOrder);
     return problems;
 }
 

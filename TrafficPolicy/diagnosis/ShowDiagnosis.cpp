@@ -59,11 +59,12 @@ DEFINE_FACTORY_AND_CREATOR(
 
 namespace {
 
-const bool registered = Orb::registerFactory<&showTrafficPolicyAttachmentsFactory>() &&
-                        Orb::registerFactory<&showTrafficPolicyProblemsFactory>() &&
-                        Orb::registerFactory<&showTrafficPolicyReferencesFactory>() &&
-                        Orb::registerFactory<&showTrafficPolicyFieldSetHoldingFactory>() &&
-                        Orb::registerFactory<&showTrafficPolicyComparisonFactory>();
+const bool areDiagnosesRegistered =
+    Orb::registerFactory<&showTrafficPolicyAttachmentsFactory>() &&
+    Orb::registerFactory<&showTrafficPolicyProblemsFactory>() &&
+    Orb::registerFactory<&showTrafficPolicyReferencesFactory>() &&
+    Orb::registerFactory<&showTrafficPolicyFieldSetHoldingFactory>() &&
+    Orb::registerFactory<&showTrafficPolicyComparisonFactory>();
 
 }  // namespace
 

@@ -48,10 +48,11 @@ DEFINE_FACTORY_AND_CREATOR(ShowTrafficPolicyMacFieldSet, showTrafficPolicyMacFie
 
 namespace {
 
-const bool registered = Orb::registerFactory<&showTrafficPolicyPrefixFieldSetFactory>() &&
-                        Orb::registerFactory<&showTrafficPolicyL4PortFieldSetFactory>() &&
-                        Orb::registerFactory<&showTrafficPolicyVlanFieldSetFactory>() &&
-                        Orb::registerFactory<&showTrafficPolicyMacFieldSetFactory>();
+const bool areFieldSetShowsRegistered =
+    Orb::registerFactory<&showTrafficPolicyPrefixFieldSetFactory>() &&
+    Orb::registerFactory<&showTrafficPolicyL4PortFieldSetFactory>() &&
+    Orb::registerFactory<&showTrafficPolicyVlanFieldSetFactory>() &&
+    Orb::registerFactory<&showTrafficPolicyMacFieldSetFactory>();
 
 }  // namespace
 

@@ -17,10 +17,10 @@ struct Words {
 };
 
 template <class Show>
-struct Kind;
+struct RangeKind;
 
 template <>
-struct Kind<ShowTrafficPolicyL4PortFieldSet> {
+struct RangeKind<ShowTrafficPolicyL4PortFieldSet> {
     using Entry = Classification::FieldSetL4PortConfig;
     using Version = Classification::FieldSetL4PortSubConfig;
     using Range = Classification::PortRange;
@@ -36,7 +36,7 @@ struct Kind<ShowTrafficPolicyL4PortFieldSet> {
 };
 
 template <>
-struct Kind<ShowTrafficPolicyVlanFieldSet> {
+struct RangeKind<ShowTrafficPolicyVlanFieldSet> {
     using Entry = Classification::FieldSetVlanConfig;
     using Version = Classification::FieldSetVlanSubConfig;
     using Range = Classification::VlanRange;
@@ -88,7 +88,7 @@ class RangeFieldSetView {
     }
 
   private:
-    using ThisKind = Kind<Show>;
+    using ThisKind = RangeKind<Show>;
     using Entry = typename ThisKind::Entry;
     using Version = typename ThisKind::Version;
     using Range = typename ThisKind::Range;

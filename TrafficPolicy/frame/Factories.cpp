@@ -48,9 +48,9 @@ DEFINE_FACTORY_AND_CREATOR(ShowTrafficPolicyVAcl, showTrafficPolicyVAclFactory,
 
 namespace {
 
-const bool registered = Orb::registerFactory<&showTrafficPolicyCpuFactory>() &&
-                        Orb::registerFactory<&showTrafficPolicyInterfaceFactory>() &&
-                        Orb::registerFactory<&showTrafficPolicyVAclFactory>();
+const bool areShowsRegistered = Orb::registerFactory<&showTrafficPolicyCpuFactory>() &&
+                                Orb::registerFactory<&showTrafficPolicyInterfaceFactory>() &&
+                                Orb::registerFactory<&showTrafficPolicyVAclFactory>();
 
 }  // namespace
 

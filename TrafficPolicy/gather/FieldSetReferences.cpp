@@ -7,7 +7,6 @@ namespace TrafficPolicyCli {
 namespace {
 
 using Classification::FieldSetConfig;
-using Classification::FieldSetKind;
 using Classification::InnerMatch;
 using FieldSetNames = Orb::HashSet2018<Orb::String>;
 
@@ -17,15 +16,15 @@ bool lacksAny(const Sets& configured, const FieldSetNames& names) {
                        [&](const Orb::String& name) { return !configured.contains(name); });
 }
 
-bool lacksAny(const FieldSetConfig& config, FieldSetKind kind, bool isIpv6,
+bool lacksAny(const FieldSetConfig& config, Classification::FieldSetKind kind, bool isIpv6,
               const FieldSetNames& names) {
     switch (kind) {
-        case FieldSetKind::prefix:
+        case Classification::FieldSetKind::prefix:
             return lacksAny(isIpv6 ? config.fieldSetIpv6Prefix() : config.fieldSetIpPrefix(),
                             names);
-        case FieldSetKind::vlan:
+        case Classification::FieldSetKind::vlan:
             return lacksAny(config.fieldSetVlan(), names);
-        case FieldSetKind::l4Port:
+        case Classification::FieldSetKind::l4Port:
             return lacksAny(config.fieldSetL4Port(), names);
     }
     return false;
@@ -35,7 +34,7 @@ bool lacksAny(const FieldSetConfig& config, FieldSetKind kind, bool isIpv6,
 
 bool refersToUndefinedFieldSet(const PolicyMap::ClassMapMatch& match,
                                const FieldSetConfig* fieldSetConfig) {
-    const auto isUndefined = [&](FieldSetKind kind, const FieldSetNames& names,
+    const auto isUndefined = [&](Classification::FieldSetKind kind, const FieldSetNames& names,
                                  const InnerMatch* inner) {
         if (fieldSetConfig == nullptr) return !names.empty();
         const bool isIpv6 = inner == nullptr

@@ -10,7 +10,7 @@ namespace Cli::Shell {
 
 namespace {
 
-constexpr FilterCommand rows[] = {
+constexpr FilterCommand filterRows[] = {
     {"include REGEX", "only the lines that match"},
     {"exclude REGEX", "only the lines that do not match"},
     {"begin REGEX", "from the first line that matches"},
@@ -45,7 +45,7 @@ Turn turnOf(std::string_view keyword) {
 
 std::string choicesAt(Form form) {
     std::string text;
-    for (const FilterCommand& row : rows) {
+    for (const FilterCommand& row : filterRows) {
         if (turnOf(keywordOf(row.line)).latest < form) continue;
         if (!text.empty()) text += ", ";
         text += keywordOf(row.line);
@@ -56,7 +56,7 @@ std::string choicesAt(Form form) {
 const Grammar& grammar() {
     static const Grammar grammar = [] {
         std::vector<std::string_view> lines;
-        for (const FilterCommand& row : rows) lines.push_back(row.line);
+        for (const FilterCommand& row : filterRows) lines.push_back(row.line);
         return Grammar(lines);
     }();
     return grammar;
@@ -72,7 +72,7 @@ Match matchStage(const CommandLine::Stage& stage) {
 
 }  // namespace
 
-std::span<const FilterCommand> filterCommands() { return rows; }
+std::span<const FilterCommand> filterCommands() { return filterRows; }
 
 Regex::Regex(const std::string& pattern, std::size_t position)
     : compiled_(new regex_t{}, [](regex_t* regex) {
@@ -145,7 +145,7 @@ std::vector<const FilterCommand*> filtersAfter(std::span<const CommandLine::Stag
         }
     }
     std::vector<const FilterCommand*> result;
-    for (const FilterCommand& row : rows) {
+    for (const FilterCommand& row : filterRows) {
         if (turnOf(keywordOf(row.line)).latest >= form) result.push_back(&row);
     }
     return result;

@@ -6,13 +6,13 @@ namespace Cli::Shell {
 
 namespace {
 
-struct Row {
+struct HelpRow {
     std::string_view label;
     std::string_view help;
     std::string_view before = {};  // the word it stands behind; empty: any that has no row
 };
 
-constexpr Row rows[] = {
+constexpr HelpRow helpRows[] = {
     {"show", "print a report"},
     {"clear", "let counts begin anew"},
     {"compare", "what differs between two state directories"},
@@ -139,7 +139,7 @@ constexpr Row rows[] = {
 
 std::string_view helpOf(std::string_view label, std::string_view before) {
     std::string_view help;
-    for (const Row& row : rows) {
+    for (const HelpRow& row : helpRows) {
         if (row.label != label) continue;
         if (!row.before.empty() && row.before == before) return row.help;
         if (row.before.empty()) help = row.help;

@@ -73,7 +73,7 @@ inline std::string shownFrom(Where where, SmallState::State state, SmallState::C
         state.interfaceInput = withoutCounters(state.interfaceInput);
         state.interfaceOutput = withoutCounters(state.interfaceOutput);
     }
-    return SmallState::shown(SmallState::Kind::interface, state, command, format);
+    return SmallState::shown(SmallState::ShowKind::interface, state, command, format);
 }
 
 // Clears the counters of a status that is in one of the stores (null: an empty or absent one).

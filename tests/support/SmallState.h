@@ -39,7 +39,7 @@ struct Command {
     Orb::Ptr<const PolicyMap::Counters::PolicyMapTypeCounters> outputStore = nullptr;
 };
 
-enum class Kind { interface, cpu, vlan };
+enum class ShowKind { interface, cpu, vlan };
 
 inline Orb::Ptr<TrafficPolicyCli::ShowTrafficPolicyInterface> interfaceShow(
     const State& state, const Command& command = {}) {
@@ -70,14 +70,14 @@ inline Orb::Ptr<TrafficPolicyCli::ShowTrafficPolicyVAcl> vlanShow(const State& s
         state.intfConfigBridged);
 }
 
-inline Orb::Ptr<TrafficPolicyCli::ShowTrafficPolicyBase> showOf(Kind kind, const State& state,
+inline Orb::Ptr<TrafficPolicyCli::ShowTrafficPolicyBase> showOf(ShowKind kind, const State& state,
                                                                 const Command& command = {}) {
     switch (kind) {
-        case Kind::interface:
+        case ShowKind::interface:
             return interfaceShow(state, command);
-        case Kind::cpu:
+        case ShowKind::cpu:
             return cpuShow(state, command);
-        case Kind::vlan:
+        case ShowKind::vlan:
             break;
     }
     return vlanShow(state, command);
@@ -93,7 +93,7 @@ inline std::string shown(TrafficPolicyCli::ShowTrafficPolicyBase& show, U32 form
     return file.text();
 }
 
-inline std::string shown(Kind kind, const State& state, const Command& command, U32 format) {
+inline std::string shown(ShowKind kind, const State& state, const Command& command, U32 format) {
     return shown(*showOf(kind, state, command), format);
 }
 

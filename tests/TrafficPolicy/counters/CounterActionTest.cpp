@@ -9,7 +9,7 @@ namespace {
 
 using CounterStores::snapshotsOf;
 using SmallState::Command;
-using SmallState::Kind;
+using SmallState::ShowKind;
 using SmallState::shown;
 using SmallState::State;
 using SmallState::stateOf;
@@ -51,7 +51,7 @@ State countState(const CountRow& row) {
                        statusWith("cpu", row.input) + "}");
 }
 
-void expectCountActions(Kind kind, const std::vector<CountRow>& rows) {
+void expectCountActions(ShowKind kind, const std::vector<CountRow>& rows) {
     for (const CountRow& row : rows) {
         SCOPED_TRACE(row.text);
         const State state = countState(row);
@@ -75,7 +75,7 @@ const string bytesJson = R"("countNamed":{"c":{"packetCount":10,"byteCount":300}
 const string packetsJson =
     R"("countNamed":{"c":{"packetCount":12}},"inputNamedCounters":{"c":{"packetCount":12}})";
 constexpr const char* rulesOwn = nullptr;
-const Command plain;
+const Command withCounts;
 const Command inputOnly{.inputOnly = true};
 const Command outputOnly{.outputOnly = true};
 const Command cleared{.bytes = true,
@@ -84,17 +84,18 @@ const Command cleared{.bytes = true,
 
 TEST(CounterAction, onTheCpu) {
     expectCountActions(
-        Kind::cpu, {{"c", plain, "Count: c: 12 packets\n", packetsJson},
-                    {"c", cleared, "Count: c: 10 packets 300 bytes\n", bytesJson},
-                    {"c", plain, "Count: c: N/A\n", "", none},
-                    {"x", plain, undeclaredText, undeclaredJson},
-                    {rulesOwn, cleared, "Count: 10 packets\n", R"("count":10,"inputCounter":10)"},
-                    {rulesOwn, plain, "Count: N/A\n", "", none}});
+        ShowKind::cpu,
+        {{"c", withCounts, "Count: c: 12 packets\n", packetsJson},
+         {"c", cleared, "Count: c: 10 packets 300 bytes\n", bytesJson},
+         {"c", withCounts, "Count: c: N/A\n", "", none},
+         {"x", withCounts, undeclaredText, undeclaredJson},
+         {rulesOwn, cleared, "Count: 10 packets\n", R"("count":10,"inputCounter":10)"},
+         {rulesOwn, withCounts, "Count: N/A\n", "", none}});
 }
 
 TEST(CounterAction, onInterfaces) {
     expectCountActions(
-        Kind::interface,
+        ShowKind::interface,
         {{"c", cleared,
           "Count: c: 10 packets 300 bytes (input)\n"
           "                   6 packets 7 bytes (output)\n",
@@ -102,15 +103,17 @@ TEST(CounterAction, onInterfaces) {
          {"c", inputOnly, "Count: c: 12 packets (input)\n", packetsJson},
          {"c", outputOnly, "Count: c: 7 packets (output)\n",
           R"("outputNamedCounters":{"c":{"packetCount":7}})"},
-         {"c", plain, "Count: c: N/A (input)\n                   N/A (output)\n", "", none, none},
-         {"größe", plain, "Count: größe: 1 packets (input)\n                       N/A (output)\n",
+         {"c", withCounts, "Count: c: N/A (input)\n                   N/A (output)\n", "", none,
+          none},
+         {"größe", withCounts,
+          "Count: größe: 1 packets (input)\n                       N/A (output)\n",
           R"("countNamed":{"größe":{"packetCount":1}},)"
           R"("inputNamedCounters":{"größe":{"packetCount":1}})"},
          {"x", inputOnly, undeclaredText,
           undeclaredJson + R"(,"outputNamedCounters":{"x":{"undefined":true}})"},
          {rulesOwn, cleared, "Count: 10 packets (input)\n                6 packets (output)\n",
           R"("count":10,"inputCounter":10,"outputCounter":6)"},
-         {rulesOwn, plain, "Count: N/A (input)\n                7 packets (output)\n",
+         {rulesOwn, withCounts, "Count: N/A (input)\n                7 packets (output)\n",
           R"("outputCounter":7)", ""},
          {rulesOwn, outputOnly, "Count: 7 packets (output)\n", R"("outputCounter":7)"},
          {rulesOwn, inputOnly, "Count: N/A (input)\n", "", none}});

@@ -14,7 +14,7 @@ using CounterStores::shownFrom;
 using CounterStores::snapshotsOf;
 using CounterStores::Where;
 using SmallState::Command;
-using SmallState::Kind;
+using SmallState::ShowKind;
 using SmallState::shown;
 using SmallState::State;
 using SmallState::stateOf;
@@ -215,7 +215,7 @@ TEST(CounterView, showsBothDirectionsFromEitherStore) {
 
 TEST(CounterView, tracesWhatItLeavesOut) {
     const Captured::Traces traces("TrafficPolicyShowCliHelper", 6);
-    shown(Kind::interface, bothDirections(), {.counters = true}, SmallState::text);
+    shown(ShowKind::interface, bothDirections(), {.counters = true}, SmallState::text);
     const auto lines = traces.lines();
     EXPECT_THAT(lines,
                 testing::IsSupersetOf(
@@ -233,13 +233,13 @@ TEST(CounterView, saysWhatIsNotThere) {
     state.interfaceOutput = Orb::make<TrafficPolicy::Status>();
     state.hwStatus = nullptr;
     const Command onlyP{.policyName = "P", .counters = true};
-    EXPECT_EQ(shown(Kind::interface, state, onlyP, SmallState::text),
+    EXPECT_EQ(shown(ShowKind::interface, state, onlyP, SmallState::text),
               "Traffic-policies applied on input:\nTraffic policy P\n   match rule: z: N/A\n"
               "   match rule: a: N/A\n   match rule: m: N/A\n")
         << "without a hardware status there is no store";
     state.interfaceInput = nullptr;
     state.interfaceOutput = whole.interfaceOutput;
-    EXPECT_EQ(shown(Kind::interface, state, onlyP, SmallState::text),
+    EXPECT_EQ(shown(ShowKind::interface, state, onlyP, SmallState::text),
               "\nTraffic-policies applied on output:\nTraffic policy P\n   match rule: z: N/A\n");
 }
 
@@ -269,10 +269,10 @@ TEST(CounterView, namesNoGranularityThatIsNotEnabled) {
         State state = bothDirections();
         state.intfParamStatus = parameters;
         const Command command{.counters = true, .bytes = true};
-        EXPECT_EQ(shown(Kind::interface, state, command, SmallState::text),
+        EXPECT_EQ(shown(ShowKind::interface, state, command, SmallState::text),
                   std::regex_replace(inputText + "\n" + outputText, line,
                                      value == 0 ? "$1counter not enabled\n" : ""));
-        EXPECT_EQ(shown(Kind::interface, state, command, SmallState::json),
+        EXPECT_EQ(shown(ShowKind::interface, state, command, SmallState::json),
                   "{" + std::regex_replace(inputJson + "," + outputJson, member, "") + "}\n");
     }
 }

@@ -14,7 +14,7 @@ namespace {
 
 using Captured::MemoryFile;
 using SmallState::Command;
-using SmallState::Kind;
+using SmallState::ShowKind;
 using SmallState::shown;
 using SmallState::State;
 using std::string;
@@ -37,13 +37,13 @@ struct Argument {
     string line;
 };
 
-std::vector<Argument> sharedArguments(Kind kind, const State& state, const Command& command) {
+std::vector<Argument> sharedArguments(ShowKind kind, const State& state, const Command& command) {
     return {{"policyJsonDictKeyword", "trafficPolicies"},
             {"policyFeatureName", "Traffic policy "},
             {"config", state.config},
-            {"status", kind == Kind::interface ? state.interfaceInput
-                       : kind == Kind::cpu     ? state.cpu
-                                               : state.vlan},
+            {"status", kind == ShowKind::interface ? state.interfaceInput
+                       : kind == ShowKind::cpu     ? state.cpu
+                                                   : state.vlan},
             {"counter", command.snapshots},
             {"policyName", "name"},
             {"summary", command.summary},
@@ -56,9 +56,9 @@ std::vector<Argument> sharedArguments(Kind kind, const State& state, const Comma
             {"policyMapCounters", command.inputStore}};
 }
 
-std::vector<Argument> ownArguments(Kind kind, const State& state, const Command& command) {
-    if (kind == Kind::vlan) return {{"intfConfigBridged", state.intfConfigBridged}};
-    if (kind == Kind::cpu) {
+std::vector<Argument> ownArguments(ShowKind kind, const State& state, const Command& command) {
+    if (kind == ShowKind::vlan) return {{"intfConfigBridged", state.intfConfigBridged}};
+    if (kind == ShowKind::cpu) {
         return {{"vrfConfig", state.vrfConfig},
                 {"allVrfConfig", state.allVrfConfig},
                 {"l3IntfStatusDir", state.l3IntfStatusDir},
@@ -100,8 +100,8 @@ TEST(FrameFactories, storeEveryArgumentWhereItBelongs) {
         "allVrfConfig":[],"l3IntfStatusDir":{}})",
                                             R"({"hwStatus":{},"intfParamStatus":{},
         "interfaceInput":{},"interfaceOutput":{},"cpu":{},"cpuSoftware":{},"vlan":{}})");
-    const std::pair<Kind, string> kinds[] = {
-        {Kind::interface, "Interface"}, {Kind::cpu, "Cpu"}, {Kind::vlan, "VAcl"}};
+    const std::pair<ShowKind, string> kinds[] = {
+        {ShowKind::interface, "Interface"}, {ShowKind::cpu, "Cpu"}, {ShowKind::vlan, "VAcl"}};
     for (bool Command::*const flag :
          {&Command::summary, &Command::errors, &Command::detail, &Command::counters,
           &Command::bytes, &Command::inputOnly, &Command::outputOnly}) {
@@ -127,7 +127,7 @@ TEST(FrameFactories, storeEveryArgumentWhereItBelongs) {
                 lines.emplace_back(made);
             }
             add(ownArguments(kind, state, command));
-            if (kind == Kind::interface) {
+            if (kind == ShowKind::interface) {
                 lines.insert(lines.end(), {"outputCounterHelper=null", "isInput=true"});
             }
             const string type = "TrafficPolicyCli::ShowTrafficPolicy" + name;
@@ -156,9 +156,9 @@ State smallState() {
 TEST(Frame, countersGoesBeforeEveryOtherView) {
     const State state = smallState();
     const Command all{.summary = true, .errors = true, .detail = true, .counters = true};
-    EXPECT_EQ(shown(Kind::cpu, state, all, SmallState::text),
+    EXPECT_EQ(shown(ShowKind::cpu, state, all, SmallState::text),
               "Traffic policy O\nTraffic policy P\n   match rule: r1: 7 packets\n");
-    EXPECT_EQ(shown(Kind::vlan, state, all, SmallState::json), "") << "none for VLANs";
+    EXPECT_EQ(shown(ShowKind::vlan, state, all, SmallState::json), "") << "none for VLANs";
 }
 
 TEST(Frame, makesARecordAnewThatWasRemoved) {
@@ -230,7 +230,7 @@ TEST(Frame, otherExceptionsPassThrough) {
     show->whileGathering = [] { throw std::runtime_error("other"); };
     EXPECT_THROW(show->render(STDOUT_FILENO, 1, 2), std::runtime_error);
     const int full = ::open("/dev/full", O_WRONLY | O_CLOEXEC);
-    for (const Kind kind : {Kind::interface, Kind::cpu, Kind::vlan}) {
+    for (const ShowKind kind : {ShowKind::interface, ShowKind::cpu, ShowKind::vlan}) {
         EXPECT_THROW(SmallState::showOf(kind, smallState())->render(static_cast<U32>(full), 1, 2),
                      textout::WriteError);
     }

@@ -11,7 +11,7 @@
 namespace TrafficPolicyCli {
 namespace {
 
-using SmallState::Kind;
+using SmallState::ShowKind;
 using SmallState::shown;
 using SmallState::showOf;
 using SmallState::State;
@@ -40,7 +40,7 @@ string rulesOf(const PolicyState& record) {
 }
 
 // The record of the policy P once a show of the kind has gathered the state.
-Orb::Ptr<const PolicyState> recordOfP(Kind kind, const State& state) {
+Orb::Ptr<const PolicyState> recordOfP(ShowKind kind, const State& state) {
     const auto show = showOf(kind, state);
     if (state.fieldSetConfig) show->cacheFieldSetState();
     show->cachePoliciesState();
@@ -58,24 +58,24 @@ const string fourRules = policyWith(R"({"rules":[
 TEST(GatherRules, getTheirIndexFromThePlatformsStatusByPriority) {
     const string noVersion = R"({"policyMapConfig":{"P":{}}})";
     const struct {
-        Kind kind;
+        ShowKind kind;
         string config;
         const char *input, *output;  // what the platform took; null: it does not know the policy
         string rules;
     } rows[] = {
-        {Kind::vlan, fourRules, R"("r1":["ipv4"],"r2":["ipv4"],"r3":["mac"],"r4":["ipv6"])",
+        {ShowKind::vlan, fourRules, R"("r1":["ipv4"],"r2":["ipv4"],"r3":["mac"],"r4":["ipv6"])",
          nullptr, "0:r2/ipv4 1:r1/ipv4 2:r3/mac 3:r4/ipv6"},
         // Without status, without option, unknown.
-        {Kind::cpu, fourRules, R"("r2":["ipv4"],"r3":[],"r4":["ipv6"],"r9":["ipv4"])", nullptr,
+        {ShowKind::cpu, fourRules, R"("r2":["ipv4"],"r3":[],"r4":["ipv6"],"r9":["ipv4"])", nullptr,
          "0:r2/ipv4 1:r4/ipv6"},
-        {Kind::vlan, noVersion, R"("r1":["ipv4"])", nullptr, ""},
-        {Kind::cpu, "{}", R"("r1":["ipv4"])", nullptr, ""},
+        {ShowKind::vlan, noVersion, R"("r1":["ipv4"])", nullptr, ""},
+        {ShowKind::cpu, "{}", R"("r1":["ipv4"])", nullptr, ""},
         // Both directions number alike.
-        {Kind::interface, fourRules, R"("r2":["ipv4"],"r3":["ipv6"],"r4":[])",
+        {ShowKind::interface, fourRules, R"("r2":["ipv4"],"r3":["ipv6"],"r4":[])",
          R"("r1":["ipv4"],"r3":["ipv6"],"r4":[])", "0:r2,-/ipv4 1:-,r1/ipv4 2:r3,r3/ipv6"},
-        {Kind::interface, fourRules, R"("r2":["ipv4"],"r1":["mpls"])", R"("r2":[])",
+        {ShowKind::interface, fourRules, R"("r2":["ipv4"],"r1":["mpls"])", R"("r2":[])",
          "0:r2,-/ipv4 1:r1,-/mpls"},
-        {Kind::interface, fourRules, nullptr, R"("r2":["ipv4"])", "0:-,r2/ipv4"},
+        {ShowKind::interface, fourRules, nullptr, R"("r2":["ipv4"])", "0:-,r2/ipv4"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.rules);
@@ -136,7 +136,7 @@ TEST(GatherFieldSets, undefinedOnesAreNotedInTheFamilyThatRefersToThem) {
         const string match = "\"" + option + R"(":{"structuredFilter":{)" + filter + "}}";
         const string taken = R"({"r1":[")" + option + "\"]}";
         const string rule = R"({"rules":[{"name":"r1","priority":1,"match":{)" + match + "}}]}";
-        return recordOfP(Kind::vlan,
+        return recordOfP(ShowKind::vlan,
                          stateOf(policyWith(rule, fieldSets),
                                  R"({"vlan":{"policyMapStatus":{"P":{"classMapStatus":)" + taken +
                                      "}}}}"))
@@ -151,18 +151,18 @@ TEST(GatherFieldSets, undefinedOnesAreNotedInTheFamilyThatRefersToThem) {
 
 TEST(GatherPolicies, nullReferencesReadAsEmpty) {
     const State nothing{};
-    for (const Kind kind : {Kind::interface, Kind::cpu, Kind::vlan}) {
+    for (const ShowKind kind : {ShowKind::interface, ShowKind::cpu, ShowKind::vlan}) {
         EXPECT_EQ(shown(kind, nothing, {}, SmallState::text), "");
         EXPECT_EQ(shown(kind, nothing, {}, SmallState::json), "{\"trafficPolicies\":{}}\n");
     }
-    EXPECT_EQ(shown(Kind::cpu, nothing, {.counters = true}, SmallState::json),
+    EXPECT_EQ(shown(ShowKind::cpu, nothing, {.counters = true}, SmallState::json),
               "{\"trafficPolicies\":{}}\n");
-    EXPECT_EQ(shown(Kind::interface, nothing, {.counters = true}, SmallState::json),
+    EXPECT_EQ(shown(ShowKind::interface, nothing, {.counters = true}, SmallState::json),
               "{\"trafficPolicies\":{},\"egressTrafficPolicies\":{}}\n");
     // No VRFs of interfaces.
     const State state = stateOf(policyWith("{}"), R"({"cpu":{"policyMapStatus":{"P":{"intfStatus":{
         "Cpu0":{"ipv4":{"state":"programmed"}}}}}}})");
-    EXPECT_THAT(shown(Kind::cpu, state, {}, SmallState::text), Not(HasSubstr("Applied")));
+    EXPECT_THAT(shown(ShowKind::cpu, state, {}, SmallState::text), Not(HasSubstr("Applied")));
 }
 
 TEST(GatherDeathTest, brokenInvariantsNameTheirExpression) {
@@ -197,37 +197,37 @@ TEST(GatherTraces, tellWhatWasFoundAndWhatNot) {
                               "Cpu1":{"ipv4":{"state":"failed"}},"Cpu2":{}}}}},
             "interfaceOutput":{"policyMapStatus":{"P":{"intfStatus":{"E1":{"ipv4":{"state":"failed"}}}}}},
             "vlan":{"policyMapStatus":{"P":{"intfStatus":{"Vlan7":{"ipv6":{"state":"programmed"}}}}}}})");
-    const std::pair<Kind, string> rows[] = {
-        {Kind::cpu, "7 PolicyMapConfig not found for GHOST"},
-        {Kind::cpu, "7 currCfg not found for STAGED"},
-        {Kind::cpu, "7 ClassMapStatus not found for r1"},
-        {Kind::cpu, "1 No match option status found for r2"},
-        {Kind::cpu, "7 Found class match config for r3, ipv4"},
-        {Kind::cpu, "7 Caching 0 r3 ipv4"},
-        {Kind::cpu, "1 Class: r3 c"},
-        {Kind::cpu, "4 ruleCount 1, total class count 3"},
-        {Kind::cpu, "7 Applied on red"},
-        {Kind::cpu, "7 Failed on blue"},
-        {Kind::cpu, "7 grey is not processed"},
-        {Kind::cpu, "8 No failures for option: ipv6"},
-        {Kind::cpu, "8 ShowTrafficPolicyBase::render(...)"},
-        {Kind::cpu, "8 ShowTrafficPolicyCpu::cachePoliciesState(...)"},
-        {Kind::cpu, "8 ShowTrafficPolicyBase::cachePolicyState(...) STAGED"},
-        {Kind::cpu, "8 ShowTrafficPolicyCpu::cachePolicyState(...) P"},
-        {Kind::cpu, "8 ShowTrafficPolicyBase::renderRules(...)"},
-        {Kind::cpu, "8 ShowTrafficPolicyBase::renderActions(... r3 0"},
-        {Kind::cpu, "8 ShowTrafficPolicyCpu::renderCountAction(...)"},
-        {Kind::interface, "7 Failed on E1"},
-        {Kind::interface, "8 ShowTrafficPolicyInterface::cacheIntfStatus(...)- isInput: 0"},
-        {Kind::interface,
+    const std::pair<ShowKind, string> rows[] = {
+        {ShowKind::cpu, "7 PolicyMapConfig not found for GHOST"},
+        {ShowKind::cpu, "7 currCfg not found for STAGED"},
+        {ShowKind::cpu, "7 ClassMapStatus not found for r1"},
+        {ShowKind::cpu, "1 No match option status found for r2"},
+        {ShowKind::cpu, "7 Found class match config for r3, ipv4"},
+        {ShowKind::cpu, "7 Caching 0 r3 ipv4"},
+        {ShowKind::cpu, "1 Class: r3 c"},
+        {ShowKind::cpu, "4 ruleCount 1, total class count 3"},
+        {ShowKind::cpu, "7 Applied on red"},
+        {ShowKind::cpu, "7 Failed on blue"},
+        {ShowKind::cpu, "7 grey is not processed"},
+        {ShowKind::cpu, "8 No failures for option: ipv6"},
+        {ShowKind::cpu, "8 ShowTrafficPolicyBase::render(...)"},
+        {ShowKind::cpu, "8 ShowTrafficPolicyCpu::cachePoliciesState(...)"},
+        {ShowKind::cpu, "8 ShowTrafficPolicyBase::cachePolicyState(...) STAGED"},
+        {ShowKind::cpu, "8 ShowTrafficPolicyCpu::cachePolicyState(...) P"},
+        {ShowKind::cpu, "8 ShowTrafficPolicyBase::renderRules(...)"},
+        {ShowKind::cpu, "8 ShowTrafficPolicyBase::renderActions(... r3 0"},
+        {ShowKind::cpu, "8 ShowTrafficPolicyCpu::renderCountAction(...)"},
+        {ShowKind::interface, "7 Failed on E1"},
+        {ShowKind::interface, "8 ShowTrafficPolicyInterface::cacheIntfStatus(...)- isInput: 0"},
+        {ShowKind::interface,
          "8 ShowTrafficPolicyInterface::cacheInstalledState(...) matchOption ipv4 isInput: 0"},
-        {Kind::interface,
+        {ShowKind::interface,
          "8 ShowTrafficPolicyInterface::cacheInstallError(...), option:ipv6, isInput: 0"},
-        {Kind::vlan, "7 Applied on 7"},
-        {Kind::vlan, "8 ShowTrafficPolicyVAcl::cacheInstallError(...), option:ipv4"},
+        {ShowKind::vlan, "7 Applied on 7"},
+        {ShowKind::vlan, "8 ShowTrafficPolicyVAcl::cacheInstallError(...), option:ipv4"},
     };
-    std::map<Kind, std::vector<string>> lines;
-    for (const Kind kind : {Kind::interface, Kind::cpu, Kind::vlan}) {
+    std::map<ShowKind, std::vector<string>> lines;
+    for (const ShowKind kind : {ShowKind::interface, ShowKind::cpu, ShowKind::vlan}) {
         const Captured::Traces traces("TrafficPolicyShowCliHelper", 8);
         shown(kind, state, {}, SmallState::json);
         lines[kind] = traces.lines();
@@ -235,15 +235,16 @@ TEST(GatherTraces, tellWhatWasFoundAndWhatNot) {
     for (const auto& [kind, line] : rows) EXPECT_THAT(lines[kind], Contains(traceLine(line)));
     // A kind tells that it begins before what it builds on does.
     const auto begins = [&](const string& line) {
-        return std::ranges::find_if(
-            lines[Kind::cpu], [&](const string& text) { return text.find(line) != string::npos; });
+        return std::ranges::find_if(lines[ShowKind::cpu], [&](const string& text) {
+            return text.find(line) != string::npos;
+        });
     };
     EXPECT_LT(begins("Cpu::cachePolicyState("), begins("Base::cachePolicyState("));
 }
 
 TEST(GatherTraces, tellOfAViewThatIsEmpty) {
     const Captured::Traces traces("TrafficPolicyShowCliHelper", 8);
-    shown(Kind::vlan, State{}, {.counters = true}, SmallState::text);
+    shown(ShowKind::vlan, State{}, {.counters = true}, SmallState::text);
     EXPECT_THAT(traces.lines(),
                 Contains(HasSubstr("ShowTrafficPolicyVAcl::renderTrafficPolicyCounters(")));
 }

@@ -11,7 +11,7 @@ using PolicyMap::Installation;
 using PolicyMap::InstallState;
 using PolicyMap::IntfStatus;
 using SmallState::Command;
-using SmallState::Kind;
+using SmallState::ShowKind;
 using SmallState::shown;
 
 constexpr MatchOption v4 = MatchOption::ipv4;
@@ -97,10 +97,10 @@ std::map<std::string, U64> liveCounts() {
 TEST(ModelLiveObjects, dieWithTheShowObject) {
     const SmallState::State state = StateDirectory::readState(EXAMPLES_DIR "/campus");
     const auto before = liveCounts();
-    const std::pair<Kind, const char*> records[] = {
-        {Kind::interface, "TrafficPolicyCli::PolicyStateInterface"},
-        {Kind::cpu, "TrafficPolicyCli::PolicyStateCpu"},
-        {Kind::vlan, "TrafficPolicyCli::PolicyStateVAcl"}};
+    const std::pair<ShowKind, const char*> records[] = {
+        {ShowKind::interface, "TrafficPolicyCli::PolicyStateInterface"},
+        {ShowKind::cpu, "TrafficPolicyCli::PolicyStateCpu"},
+        {ShowKind::vlan, "TrafficPolicyCli::PolicyStateVAcl"}};
     for (const auto& [kind, recordType] : records) {
         for (const Command& command :
              {Command{}, Command{.errors = true}, Command{.counters = true}}) {

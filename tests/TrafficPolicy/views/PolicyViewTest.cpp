@@ -9,7 +9,7 @@ namespace TrafficPolicyCli {
 namespace {
 
 using SmallState::Command;
-using SmallState::Kind;
+using SmallState::ShowKind;
 using SmallState::shown;
 using SmallState::State;
 using SmallState::stateOf;
@@ -21,7 +21,7 @@ struct View {
     string json;
 };
 
-void expectViews(Kind kind, const State& state, const std::vector<View>& views) {
+void expectViews(ShowKind kind, const State& state, const std::vector<View>& views) {
     for (const View& view : views) {
         EXPECT_EQ(shown(kind, state, view.command, SmallState::text), view.text);
         const string document = shown(kind, state, view.command, SmallState::json);
@@ -90,7 +90,7 @@ TEST(PolicyViewVlan, showsListsErrorsAndRules) {
         R"x("ipv4InstallationErrors":["20 (\u001b[31m \"full\")","3 ()"],"ipv6FailedVlans":["10","3"],)x"
         R"x("ipv6InstallationErrors":["10 (no IPv6)","3 ()"]}},"STAGED":{"vacl":{}})x";
     const Command detail{.detail = true};
-    expectViews(Kind::vlan, state,
+    expectViews(ShowKind::vlan, state,
                 {{plain, text("..."), json(",\"matches\":{}")},
                  {detail, text("4"), json(",\"matches\":{}")},
                  {summary, text("..."), json("")},
@@ -167,7 +167,7 @@ TEST(PolicyViewInterface, showsBothDirectionsAndTheirFilters) {
     const View ofQ{
         {}, "Traffic policy Q\n" + none + noRules, "\"Q\":{" + noneJson + ",\"rules\":[]}"};
     const View failedQ{{}, ofQ.text + failureWarning("interface"), ofQ.json};
-    expectViews(Kind::interface, interfaceState(),
+    expectViews(ShowKind::interface, interfaceState(),
                 {both, without("output", both, {.summary = true, .inputOnly = true}),
                  without("input", both, {.summary = true, .outputOnly = true}),
                  // Its warning is of the directions that are shown.
@@ -199,7 +199,7 @@ TEST(PolicyViewInterface, showsErrorsOfBothDirections) {
         R"x("ipv4InstallationErrors":["E8 (a)"],"ipv6FailedIntfs":["E8"],)x"
         R"x("ipv6InstallationErrors":["E8 (b)"]}},"Q":{"input":{"ipv4FailedIntfs":["E4"],)x"
         R"x("ipv4InstallationErrors":["E4 ()"]},"output":{}},"STAGED":{"input":{},"output":{}})x"};
-    expectViews(Kind::interface, interfaceState(),
+    expectViews(ShowKind::interface, interfaceState(),
                 {both, without("output", both, {.errors = true, .inputOnly = true}),
                  without("input", both, {.errors = true, .outputOnly = true})});
 }
@@ -230,7 +230,7 @@ TEST(PolicyViewCpu, showsHardwareAndSoftwareApart) {
     const string jsonOfQ = R"("Q":{"configuredVrfs":["blue"],"rules":[]})";
     const Command onlyQ{.policyName = "Q"};
     expectViews(
-        Kind::cpu, state,
+        ShowKind::cpu, state,
         {{onlyQ, note + textOfQ, jsonOfQ},
          {unknown, note, ""},
          {errors,
@@ -293,10 +293,10 @@ TEST(PolicyViewDeathTest, errorsAndDetailExcludeEachOther) {
     const Command both{.errors = true, .detail = true};
     const Command onOutput{.errors = true, .detail = true, .outputOnly = true};
     const string text = "assertion failed: !policyState->detail\\(\\)";
-    EXPECT_DEATH(shown(Kind::interface, state, both, SmallState::text), text);
-    EXPECT_DEATH(shown(Kind::interface, state, onOutput, SmallState::text), text);
-    EXPECT_DEATH(shown(Kind::cpu, state, both, SmallState::text), text);
-    EXPECT_DEATH(shown(Kind::vlan, state, both, SmallState::json), text);
+    EXPECT_DEATH(shown(ShowKind::interface, state, both, SmallState::text), text);
+    EXPECT_DEATH(shown(ShowKind::interface, state, onOutput, SmallState::text), text);
+    EXPECT_DEATH(shown(ShowKind::cpu, state, both, SmallState::text), text);
+    EXPECT_DEATH(shown(ShowKind::vlan, state, both, SmallState::json), text);
 }
 
 }  // namespace
