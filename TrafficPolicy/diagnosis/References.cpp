@@ -22,11 +22,11 @@ using PolicyMap::ActionType;
 
 namespace {
 
-struct KindWords {
+struct ReferenceWords {
     std::string_view key;
     std::string_view label;
 };
-constexpr KindWords kindWords[] = {
+constexpr ReferenceWords referenceWords[] = {
     {"policy", "Traffic policy"},
     {"fieldSet", "Field set"},
     {"counter", "Counter"},
@@ -210,7 +210,7 @@ ShowTrafficPolicyReferences::ShowTrafficPolicyReferences(DiagnosisSources source
 
 void ShowTrafficPolicyReferences::renderReport(textout::RendererV2& renderer) {
     const ReferenceSearch search(sources(), kind(), name());
-    const KindWords& words = kindWords[static_cast<std::size_t>(kind())];
+    const ReferenceWords& words = referenceWords[static_cast<std::size_t>(kind())];
     const auto fetched = search.fetchedSets();
     const auto object = renderer.object("references");
     renderer.pair("kind", words.key);
