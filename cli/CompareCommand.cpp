@@ -25,9 +25,8 @@ Names policyNamesOf(const StateDirectory::State& before, const StateDirectory::S
 Plan planComparison(const Match& match) {
     return [before = match.find("DIR_BEFORE")->text, after = match.find("DIR_AFTER")->text,
             name = match.name(), detail = match.has("detail")](const Session& session) {
-        // States are not taken apart at the end, which would only keep the operator waiting.
-        auto& first = *new StateDirectory::State;
-        auto& second = *new StateDirectory::State;
+        StateDirectory::State first;
+        StateDirectory::State second;
         try {
             auto reading =
                 std::async(std::launch::async, [&] { return StateDirectory::readState(after); });

@@ -126,6 +126,8 @@ constexpr HelpRow helpRows[] = {
     {"inner", "what follows is told of the packet inside a GTP-U tunnel"},
     {"exit", "leave the shell"},
     {"watch", "show a report again and again"},
+    {"SECONDS", "how long between two reports, 0.1 to 3600; 2 if absent", "watch"},
+    {"WORDS", "the words of a show command"},
     {"help", "how to use the shell"},
     {"history", "the lines that were typed"},
     {"terminal", "how this terminal is used"},

@@ -43,7 +43,7 @@ TEST(Options, sayWhatWouldBeRight) {
         std::string complaint;
     } const rows[] = {
         {{"--jsno"},
-         "unknown option \"--jsno\", expected --state, -c, --json, --color, --exit-code, "
+         "unknown option \"--jsno\", expected --state, -c, --json, --color, --exit-code, --watch, "
          "--revision, --trace, "
          "--help or "
          "--version"},
