@@ -13,14 +13,14 @@ using textout::RendererV2;
 namespace {
 
 // The counts of one side; available is clear when there is no live record.
-struct Figures {
+struct CountFigures {
     bool available = false;
     U64 packets = 0;
     U64 bytes = 0;
 };
 
-Figures namedFigures(const PolicyState& policyState, const Direction& direction,
-                     const Orb::String& counterName) {
+CountFigures namedFigures(const PolicyState& policyState, const Direction& direction,
+                          const Orb::String& counterName) {
     const auto data = getNamedCounterData(policyState, direction, counterName);
     if (!data) return {};
     const auto& snapshots = direction.snapshots(policyState);
@@ -35,7 +35,8 @@ const PolicyMap::ClassMapStatus* ruleStatus(const PolicyState& policyState,
 }
 
 // The rule's own counter is kept under its name; without a status there is none.
-Figures ruleFigures(const PolicyState& policyState, const Direction& direction, U32 ruleIndex) {
+CountFigures ruleFigures(const PolicyState& policyState, const Direction& direction,
+                         U32 ruleIndex) {
     const auto* const cmapStatus = ruleStatus(policyState, direction, ruleIndex);
     if (cmapStatus == nullptr) return {};
     const auto data = getUnnamedCounterData(policyState, direction, cmapStatus->name(), ruleIndex);
@@ -77,7 +78,7 @@ void renderUndeclaredInputNamedCounter(RendererV2& renderer, const PolicyState& 
 }
 
 void renderJson(RendererV2& renderer, const Side& side, const Orb::String& counterName,
-                const Figures& figures, bool byteSwitch) {
+                const CountFigures& figures, bool byteSwitch) {
     if (!figures.available) return;
     if (counterName.empty()) {
         for (const std::string_view key : side.countKeys) renderer.pair(key, figures.packets);
@@ -91,7 +92,8 @@ void renderJson(RendererV2& renderer, const Side& side, const Orb::String& count
     }
 }
 
-void renderText(RendererV2& renderer, const Side& side, const Figures& figures, bool byteSwitch) {
+void renderText(RendererV2& renderer, const Side& side, const CountFigures& figures,
+                bool byteSwitch) {
     if (figures.available) {
         renderCounts(renderer, figures.packets, figures.bytes, byteSwitch);
     } else {
@@ -124,8 +126,9 @@ void renderCountAction(RendererV2& renderer, U32 ruleIndex,
     bool isFirst = true;
     for (const Side* const side : policyState->kind().sides) {
         if (side->direction == nullptr || !side->isShown(*policyState)) continue;
-        const Figures figures = isNamed ? namedFigures(*policyState, *side->direction, counterName)
-                                        : ruleFigures(*policyState, *side->direction, ruleIndex);
+        const CountFigures figures = isNamed
+                                         ? namedFigures(*policyState, *side->direction, counterName)
+                                         : ruleFigures(*policyState, *side->direction, ruleIndex);
         if (!isFirst) renderer.indent(column);
         isFirst = false;
         renderText(renderer, *side, figures, byteSwitch && isNamed);

@@ -102,7 +102,7 @@ const PolicyLook* policyOf(const SideLook* side, const Orb::String& name) {
 }
 
 // One counter with its rate.
-struct Counted {
+struct RatedCounter {
     const SideLook* side;
     const PolicyLook* policy;
     const CounterLook* counter;
@@ -130,24 +130,25 @@ class RateView {
                 renderer_.pair("policy", policy.name);
                 renderer_.text("Traffic policy ").name(policy.name).endLine();
                 const auto figures = renderer_.list("counters");
-                for (const Counted& counted : counters) one(counted, seconds);
+                for (const RatedCounter& counted : counters) one(counted, seconds);
             });
         }
     }
 
     void busiest(U64 most) {
-        std::vector<Counted> found;
+        std::vector<RatedCounter> found;
         for (const SideLook& side : now_) {
             forEachPolicy(side, secondsOf(side), [&](const PolicyLook&, const auto& counters) {
-                for (const Counted& counted : counters) {
+                for (const RatedCounter& counted : counters) {
                     if (counted.rate.kind == RateKind::known && counted.rate.came.packets > 0) {
                         found.push_back(counted);
                     }
                 }
             });
         }
-        std::ranges::stable_sort(found, std::greater<>(),
-                                 [](const Counted& counted) { return counted.rate.packets(); });
+        std::ranges::stable_sort(found, std::greater<>(), [](const RatedCounter& counted) {
+            return counted.rate.packets();
+        });
         if (found.size() > most) found.resize(most);
         {
             const auto list = renderer_.list("sides");
@@ -160,7 +161,7 @@ class RateView {
         Diagnosis::Table table(renderer_,
                                {"Packets/s", "Bits/s", "Side", "Policy", "Counter", "Packets"});
         const auto list = renderer_.list("busiest");
-        for (const Counted& counted : found) busyOne(counted, table);
+        for (const RatedCounter& counted : found) busyOne(counted, table);
         if (!found.empty()) table.print();
     }
 
@@ -181,7 +182,7 @@ class RateView {
         for (const PolicyLook& policy : side.policies) {
             textout::checkInterrupt();
             const Former former(policyOf(sideBefore, policy.name));
-            std::vector<Counted> counters;
+            std::vector<RatedCounter> counters;
             counters.reserve(policy.counters.size());
             for (const CounterLook& counter : policy.counters) {
                 const CounterLook* const before = former.find(counter);
@@ -214,7 +215,7 @@ class RateView {
         return seconds;
     }
 
-    void one(const Counted& counted, double seconds) {
+    void one(const RatedCounter& counted, double seconds) {
         const CounterLook& counter = *counted.counter;
         constexpr U32 indent = 3;
         const auto object = renderer_.object();
@@ -275,7 +276,7 @@ class RateView {
         if (showsBytes) renderer_.pair("byteCount", figures.shown.bytes);
     }
 
-    void busyOne(const Counted& counted, Diagnosis::Table& table) {
+    void busyOne(const RatedCounter& counted, Diagnosis::Table& table) {
         const CounterLook& counter = *counted.counter;
         const bool showsBytes = counter.isNamed && counted.side->countsBytes;
         const auto object = renderer_.object();
