@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::string_view kindTexts[] = {"carried as other", "not understood, left out",
                                           "said twice, the later one counts", "not about ACLs"};
-std::string textOf(FindingKind kind) {
+std::string wordsOf(FindingKind kind) {
     return std::string(kindTexts[static_cast<std::size_t>(kind)]);
 }
 
@@ -26,7 +26,7 @@ void Findings::add(FindingKind kind, const std::string& place, std::string_view 
 std::vector<std::string> Findings::counts() const {
     std::vector<std::string> lines;
     for (const auto& [of, count] : counts_) {
-        lines.push_back(std::to_string(count) + " " + textOf(of.first) + ": " +
+        lines.push_back(std::to_string(count) + " " + wordsOf(of.first) + ": " +
                         Base::shortened(of.second));
     }
     return lines;
@@ -35,7 +35,7 @@ std::vector<std::string> Findings::counts() const {
 std::string Findings::report() const {
     std::string lines;
     for (const Finding& finding : findings_) {
-        lines += Base::escaped(finding.place) + ": " + textOf(finding.kind) + ": " +
+        lines += Base::escaped(finding.place) + ": " + wordsOf(finding.kind) + ": " +
                  Base::escaped(finding.statement) +
                  (finding.text.empty() ? "" : ": " + Base::escaped(finding.text)) + "\n";
     }

@@ -123,9 +123,9 @@ class CounterReader {
     Findings& findings_;
 };
 
-class Gathering {
+class DatabaseGathering {
   public:
-    Gathering(const SonicDatabases& databases, Findings& findings)
+    DatabaseGathering(const SonicDatabases& databases, Findings& findings)
         : databases_(databases), findings_(findings), counters_(databases, findings) {
         for (const auto& entry : databases.state) {
             hasStatus_ = hasStatus_ || entry.first.starts_with(ruleStatusKey);
@@ -446,7 +446,7 @@ std::unordered_map<U64, PacketAndByte> countsByIdentity(const SonicDatabases& da
 }
 
 Gathered gatherSonic(const SonicDatabases& databases, Findings& findings) {
-    return Gathering(databases, findings).gather();
+    return DatabaseGathering(databases, findings).gather();
 }
 
 }  // namespace Import

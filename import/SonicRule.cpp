@@ -59,7 +59,7 @@ Families ipTypeFamilies(const std::string& text) {
 }
 
 // Reads a field into the draft. False: it cannot be said there.
-using Read = bool (*)(const std::string& text, FilterDraft& draft);
+using ReadField = bool (*)(const std::string& text, FilterDraft& draft);
 
 template <bool isSource>
 bool readPrefix(const std::string& text, FilterDraft& draft) {
@@ -162,14 +162,14 @@ bool readVlan(const std::string& text, FilterDraft& draft) {
     return true;
 }
 
-struct Row {
+struct FieldRow {
     std::string_view field;
     Families (*families)(const std::string& text);
     bool isIpOnly;  // no words for it in rules of other families
-    Read read;
+    ReadField read;
 };
 
-constexpr Row rows[] = {
+constexpr FieldRow rows[] = {
     {"SRC_IP", ipv4Family, true, readPrefix<true>},
     {"DST_IP", ipv4Family, true, readPrefix<false>},
     {"SRC_IPV6", ipv6Family, true, readPrefix<true>},
@@ -191,8 +191,8 @@ constexpr Row rows[] = {
     {"VLAN_ID", anyFamily, false, readVlan},
 };
 
-const Row* rowOf(std::string_view field) {
-    const auto* const row = std::ranges::find(rows, field, &Row::field);
+const FieldRow* rowOf(std::string_view field) {
+    const auto* const row = std::ranges::find(rows, field, &FieldRow::field);
     return row == std::end(rows) ? nullptr : row;
 }
 
@@ -210,7 +210,7 @@ Families familiesOf(const SonicFields& fields, const SonicTableForm& form) {
         families.insert(Option::ipv6);
     }
     for (const auto& [field, text] : fields) {
-        const Row* const row = rowOf(field);
+        const FieldRow* const row = rowOf(field);
         if (row == nullptr) continue;
         const Families common = intersection(families, row->families(text));
         if (!common.empty()) families = common;
@@ -227,9 +227,9 @@ std::string upperCase(std::string text) {
     return text;
 }
 
-class HashReader {
+class RuleReader {
   public:
-    HashReader(const SonicFields& fields, const SonicTableForm& form, const std::string& place,
+    RuleReader(const SonicFields& fields, const SonicTableForm& form, const std::string& place,
                Findings& findings)
         : fields_(fields), form_(form), place_(place), findings_(findings) {}
 
@@ -237,7 +237,7 @@ class HashReader {
         FilterDraft draft(option);
         for (const auto& [field, text] : fields_) {
             if (upperCase(field) == "PRIORITY" || isAction(field) || isEmptyHash(field)) continue;
-            const Row* const row = rowOf(field);
+            const FieldRow* const row = rowOf(field);
             const bool isSaid = row != nullptr && (!row->isIpOnly || isIp(option)) &&
                                 row->families(text).contains(option) && row->read(text, draft);
             if (!isSaid) carry(draft, field, text);
@@ -333,7 +333,7 @@ class HashReader {
 
 Rule ruleOfHash(const SonicFields& fields, const SonicTableForm& form, const std::string& place,
                 Findings& findings) {
-    HashReader reader(fields, form, place, findings);
+    RuleReader reader(fields, form, place, findings);
     Rule rule;
     for (const Option option : familiesOf(fields, form)) {
         rule.matches.push_back({option, reader.filterOf(option)});

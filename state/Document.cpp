@@ -90,10 +90,43 @@ simdjson::dom::element parse(const std::string& path, const std::string& name,
     refuse(name, simdjson::error_message(error), "a JSON document");
 }
 
+namespace OnDemand = simdjson::ondemand;
+
+// Goes on to the value of an object's first member with the key.
+bool enterMember(OnDemand::value& value, std::string_view wanted) {
+    OnDemand::object object;
+    if (value.get_object().get(object) != simdjson::SUCCESS) return false;
+    for (auto member : object) {
+        std::string_view key;
+        if (member.unescaped_key().get(key) != simdjson::SUCCESS) return false;
+        if (key == wanted) return member.value().get(value) == simdjson::SUCCESS;
+    }
+    return false;
+}
+
+// Where the key of an object's member begins, or the second one that means the same; keys may be
+// written in two ways, then that is the first one.
+std::optional<std::size_t> keyOffsetIn(OnDemand::value& value, std::string_view wanted, Spot spot,
+                                       const simdjson::padded_string& text) {
+    OnDemand::object object;
+    if (value.get_object().get(object) != simdjson::SUCCESS) return std::nullopt;
+    std::optional<std::size_t> offset;
+    for (auto member : object) {
+        OnDemand::raw_json_string raw;
+        std::string_view key;
+        if (member.key().get(raw) != simdjson::SUCCESS) return std::nullopt;
+        if (member.unescaped_key().get(key) != simdjson::SUCCESS) return std::nullopt;
+        if (key != wanted) continue;
+        const bool isFirst = !offset;
+        offset = static_cast<std::size_t>(raw.raw() - 1 - text.data());
+        if (spot == Spot::key || !isFirst) break;
+    }
+    return offset;
+}
+
 // Where the value or the key at the end of a way begins.
 std::optional<std::size_t> offsetOf(const simdjson::padded_string& text, std::span<const Step> way,
                                     Spot spot) {
-    namespace OnDemand = simdjson::ondemand;
     OnDemand::parser parser;
     OnDemand::document document;
     OnDemand::value value;
@@ -103,28 +136,11 @@ std::optional<std::size_t> offsetOf(const simdjson::padded_string& text, std::sp
     for (const Step& step : way) {
         if (step.isElement()) {
             if (value.get_array().at(step.index).get(value) != simdjson::SUCCESS) return {};
-            continue;
+        } else if (&step == &way.back() && spot != Spot::value) {
+            return keyOffsetIn(value, step.key, spot, text);
+        } else if (!enterMember(value, step.key)) {
+            return std::nullopt;
         }
-        const bool isKey = &step == &way.back() && spot != Spot::value;
-        std::optional<std::size_t> keyOffset;
-        bool isFound = false;
-        OnDemand::object object;
-        if (value.get_object().get(object) != simdjson::SUCCESS) return std::nullopt;
-        for (auto member : object) {
-            OnDemand::raw_json_string raw;
-            std::string_view key;
-            if (member.key().get(raw) != simdjson::SUCCESS) return std::nullopt;
-            if (member.unescaped_key().get(key) != simdjson::SUCCESS) return std::nullopt;
-            if (key != step.key) continue;
-            isFound = member.value().get(value) == simdjson::SUCCESS;
-            if (!isKey) break;
-            const bool isFirst = !keyOffset;
-            keyOffset = static_cast<std::size_t>(raw.raw() - 1 - text.data());
-            if (spot == Spot::key || !isFirst) break;
-        }
-        // Keys that mean the same may be written in two ways: then there is no second one.
-        if (isKey) return keyOffset;
-        if (!isFound) return std::nullopt;
     }
     return static_cast<std::size_t>(value.raw_json_token().data() - text.data());
 }

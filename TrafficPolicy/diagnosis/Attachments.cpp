@@ -236,9 +236,33 @@ void Attachments::addInterfaces(Place place, std::vector<Attachment>& found) con
     }
 }
 
+namespace {
+
+using AttachmentsOfVrfs = std::map<std::pair<L3::VrfName, Orb::String>, Attachment>;
+
+// The VRFs that have a policy, their own or that of "all", which those have of which a policy was
+// reported.
+std::set<L3::VrfName> vrfsWithPolicy(const DiagnosisSources& sources,
+                                     const AttachmentsOfVrfs& reported) {
+    std::set<L3::VrfName> vrfs;
+    if (!sources.vrfConfig) return vrfs;
+    for (const auto& [vrf, policy] : sources.vrfConfig->vrf()) {
+        if (vrf != everyOtherVrf) vrfs.insert(vrf);
+    }
+    if (!sources.vrfConfig->vrf().contains(everyOtherVrf)) return vrfs;
+    const std::size_t own = vrfs.size();
+    if (sources.allVrfConfig) {
+        for (const auto& vrf : sources.allVrfConfig->vrf()) vrfs.insert(vrf);
+    }
+    for (const auto& entry : reported) vrfs.insert(entry.first.first);
+    if (vrfs.size() == own) vrfs.insert(everyOtherVrf);
+    return vrfs;
+}
+
+}  // namespace
+
 void Attachments::addVrfs(std::vector<Attachment>& found) const {
-    using ByPolicy = std::map<std::pair<L3::VrfName, Orb::String>, Attachment>;
-    ByPolicy attachments;
+    AttachmentsOfVrfs attachments;
     const auto attachmentOf = [&](const L3::VrfName& vrf,
                                   const Orb::String& policy) -> Attachment& {
         Attachment& attachment = attachments[{vrf, policy}];
@@ -262,21 +286,7 @@ void Attachments::addVrfs(std::vector<Attachment>& found) const {
     fold(Target::hardware, &Attachment::hardware);
     fold(Target::kernel, &Attachment::kernel);
 
-    std::set<L3::VrfName> vrfs;  // those that have a policy, their own or that of "all"
-    if (sources_.vrfConfig) {
-        for (const auto& [vrf, policy] : sources_.vrfConfig->vrf()) {
-            if (vrf != everyOtherVrf) vrfs.insert(vrf);
-        }
-        if (sources_.vrfConfig->vrf().contains(everyOtherVrf)) {
-            const std::size_t own = vrfs.size();
-            if (sources_.allVrfConfig) {
-                for (const auto& vrf : sources_.allVrfConfig->vrf()) vrfs.insert(vrf);
-            }
-            for (const auto& entry : attachments) vrfs.insert(entry.first.first);
-            if (vrfs.size() == own) vrfs.insert(everyOtherVrf);
-        }
-    }
-    for (const L3::VrfName& vrf : vrfs) {
+    for (const L3::VrfName& vrf : vrfsWithPolicy(sources_, attachments)) {
         configureVrf(vrf, [&](const Orb::String& policy) -> Attachment& {
             return attachmentOf(vrf, policy);
         });

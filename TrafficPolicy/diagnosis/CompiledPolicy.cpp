@@ -419,6 +419,30 @@ void CompiledPolicy::compileActions(CompiledRule& compiled, U32 rule) const {
     }
 }
 
+namespace {
+
+// What each rule's prefixes hold when, from the longest on, each holds what no longer one does.
+std::vector<Intervals> heldByLongest(std::vector<LongestMatchPrefix> prefixes, U32 rules) {
+    std::ranges::stable_sort(prefixes, std::greater<>(), &LongestMatchPrefix::length);
+    std::vector<Intervals> held(rules);
+    ValueSet covered;
+    for (auto at = prefixes.begin(); at != prefixes.end();) {
+        Intervals ofLength;
+        const U32 length = at->length;
+        for (; at != prefixes.end() && at->length == length; ++at) {
+            const auto mine = at->addresses.without(covered);
+            held[at->rule].insert(held[at->rule].end(), mine.intervals().begin(),
+                                  mine.intervals().end());
+            ofLength.insert(ofLength.end(), at->addresses.intervals().begin(),
+                            at->addresses.intervals().end());
+        }
+        covered = covered.united(ValueSet(std::move(ofLength)));
+    }
+    return held;
+}
+
+}  // namespace
+
 const CompiledPolicy::LongestMatches& CompiledPolicy::longestMatches(bool isSource, bool isInner,
                                                                      bool isIpv4) const {
     const U32 key = (isSource ? 1U : 0U) + (isInner ? 2U : 0U) + (isIpv4 ? 4U : 0U);
@@ -452,22 +476,7 @@ const CompiledPolicy::LongestMatches& CompiledPolicy::longestMatches(bool isSour
         }
     }
 
-    // From the longest on, each prefix holds what no longer one does.
-    std::ranges::stable_sort(prefixes, std::greater<>(), &LongestMatchPrefix::length);
-    std::vector<Intervals> held(size());
-    ValueSet covered;
-    for (auto at = prefixes.begin(); at != prefixes.end();) {
-        Intervals ofLength;
-        const U32 length = at->length;
-        for (; at != prefixes.end() && at->length == length; ++at) {
-            const auto mine = at->addresses.without(covered);
-            held[at->rule].insert(held[at->rule].end(), mine.intervals().begin(),
-                                  mine.intervals().end());
-            ofLength.insert(ofLength.end(), at->addresses.intervals().begin(),
-                            at->addresses.intervals().end());
-        }
-        covered = covered.united(ValueSet(std::move(ofLength)));
-    }
+    std::vector<Intervals> held = heldByLongest(std::move(prefixes), size());
     for (Intervals& intervals : held) matches.push_back(share(std::move(intervals)));
     return matches;
 }

@@ -6,6 +6,7 @@ folder."""
 import json
 import os
 import pathlib
+import re
 import shlex
 import shutil
 import subprocess
@@ -23,6 +24,15 @@ def result_of(words):
     return next(words[place + 1] for place, word in enumerate(words) if word in ("-o", "qc"))
 
 
+def commands_of(build):
+    """The sources, by their paths in the tree, and the commands that compile each alone."""
+    for entry in json.loads((build / "compile_commands.json").read_text()):
+        unit = entry["file"]
+        together = re.findall(r'#include "(.*)"', pathlib.Path(unit).read_text()) if "/Unity/" in unit else [unit]
+        for source in together:
+            yield source.removeprefix(f"{ROOT}/"), entry["command"].replace(unit, source)
+
+
 def compiled(build, source, other):
     """The objects of SOURCES, from a copy of the sources and into a build folder elsewhere."""
     for room in ("platform", "TrafficPolicy", "state", "cli", "agent"):
@@ -32,10 +42,9 @@ def compiled(build, source, other):
         place.parent.mkdir(parents=True)
         place.symlink_to(source / link.name)
     objects = {}
-    for entry in json.loads((build / "compile_commands.json").read_text()):
-        path = entry["file"].removeprefix(f"{ROOT}/")
+    for path, command in commands_of(build):
         if path in SOURCES:
-            command = entry["command"].replace(f"{build}/", f"{other}/").replace(f"{ROOT}/", f"{source}/")
+            command = command.replace(f"{build}/", f"{other}/").replace(f"{ROOT}/", f"{source}/")
             made = other / result_of(shlex.split(command))
             made.parent.mkdir(parents=True, exist_ok=True)
             subprocess.run(command, shell=True, cwd=other, check=True, env=UNCACHED)
