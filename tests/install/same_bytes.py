@@ -29,8 +29,10 @@ def commands_of(build):
     for entry in json.loads((build / "compile_commands.json").read_text()):
         unit = entry["file"]
         together = re.findall(r'#include "(.*)"', pathlib.Path(unit).read_text()) if "/Unity/" in unit else [unit]
+        # Alone and without precompiled headers, which are of the build's own folder.
+        command = re.sub(r" -Winvalid-pch -include \S+", "", entry["command"])
         for source in together:
-            yield source.removeprefix(f"{ROOT}/"), entry["command"].replace(unit, source)
+            yield source.removeprefix(f"{ROOT}/"), command.replace(unit, source)
 
 
 def compiled(build, source, other):
