@@ -60,12 +60,17 @@ class Gathering {
 
     Gathered gather() {
         const JsonTree* const acl = tree_.child("acl");
+        partlyRead_ = readFieldSets(tree_.child("defined-sets"), *gathered_.fieldSets, findings_);
+        hasConfig_ = false;
+        if (acl != nullptr)
+            acl->forEachLeaf([&](const std::string& way, const Leaf&) {
+                hasConfig_ = hasConfig_ || way.find("config/") != way.npos;
+            });
         readSets(below(acl, {"acl-sets", "acl-set"}));
         readInterfaces(below(acl, {"interfaces", "interface"}));
         for (Set& set : sets_) addPolicy(set);
         for (Attachment& attachment : gathered_.attachments) addInstallations(attachment);
         readCapability(acl);
-        readFieldSets(tree_.child("defined-sets"), *gathered_.fieldSets, findings_);
         tree_.forEachLeaf([&](const std::string& way, const Leaf& leaf) {
             if (leaf.isUsed) return;
             findings_.add(FindingKind::notUnderstood, leaf.place, way.substr(way.rfind('/') + 1),
@@ -82,8 +87,8 @@ class Gathering {
             Set& set = sets_.emplace_back();
             set.key = {leaves.text("name"), leaves.text("type")};
             ++sameName[set.key.first];
-            if (!set.key.second.starts_with("ACL_")) {
-                findings_.add(FindingKind::notUnderstood, tree.place(), "type", set.key.second);
+            if (!isKnownType(set.key.second)) {
+                findings_.add(FindingKind::carried, tree.place(), "type", set.key.second);
             }
             readEntries(set, below(&tree, {"acl-entries", "acl-entry"}));
         });
@@ -191,7 +196,8 @@ class Gathering {
         const JsonTree* const entries = below(&tree, {"acl-entries", "acl-entry"});
         const bool tellsEntries = entries != nullptr && !entries->entries().empty();
         const bool isReported = (state != nullptr && !state->isEmpty()) || tellsEntries;
-        attachment.isConfigured = (config != nullptr && !config->isEmpty()) || !isReported;
+        attachment.isConfigured =
+            !hasConfig_ || (config != nullptr && !config->isEmpty()) || !isReported;
         if (isReported) reported_.insert({place, interface, attachment.policy});
         gathered_.attachments.push_back(std::move(attachment));
         if (set == nullptr) {
@@ -219,7 +225,7 @@ class Gathering {
         Policy policy{set.policy, {}, {}};
         const bool anyReported = std::ranges::any_of(set.entries, &Entry::isReported);
         for (const Entry& entry : set.entries) {
-            Rule rule = ruleOfEntry(*entry.tree, set.key.second, findings_);
+            Rule rule = ruleOfEntry(*entry.tree, set.key.second, partlyRead_, findings_);
             rule.name = entry.sequence;
             if (!entry.description.empty()) rule.name += " " + entry.description;
             for (const Place place : {Place::input, Place::output}) {
@@ -317,6 +323,8 @@ class Gathering {
 
     const JsonTree& tree_;
     Findings& findings_;
+    PartlyReadSets partlyRead_;
+    bool hasConfig_ = true;  // the data are not only those of the operational state
     std::vector<Set> sets_;
     std::set<std::tuple<Place, std::string, std::string>> reported_;
     Gathered gathered_;

@@ -1,6 +1,7 @@
 #include "import/OpenConfigEntry.h"
 
 #include <algorithm>
+#include <functional>
 
 #include "base/Number.h"
 #include "import/FilterDraft.h"
@@ -16,14 +17,18 @@ namespace {
 struct Context {
     FilterDraft& draft;
     const ModelLeaves& leaves;
+    const PartlyReadSets& partlyRead;
 };
 
 // Reads a leaf into the draft. False: it cannot be said there.
 using Read = bool (*)(const Leaf& leaf, const Context& context);
 
+enum class Values : U8 { one, several };
+
 struct Row {
     std::string_view leaf;
     Read read;
+    Values values = Values::one;
 };
 
 std::optional<U32> numberIn(const Leaf& leaf, Base::Bounds bounds) {
@@ -59,15 +64,20 @@ bool readDestination(const Leaf& leaf, const Context& context) {
                            filter.destinationsIs(prefix);
                        }>(leaf, context);
 }
+bool isPartlyRead(const Leaf& leaf, const Context& context) {
+    const bool isIpv4 = context.draft.addressFamily() == Wire::AddressFamily::ipv4;
+    return (isIpv4 ? context.partlyRead.ipv4Prefixes : context.partlyRead.ipv6Prefixes)
+        .contains(leaf.text());
+}
 bool readSourceSet(const Leaf& leaf, const Context& context) {
     StructuredFilter& filter = context.draft.filter();
-    if (filter.sources()) return false;
+    if (filter.sources() || isPartlyRead(leaf, context)) return false;
     filter.srcPrefixSetsIs(Orb::String(nameOf(leaf.text())));
     return true;
 }
 bool readDestinationSet(const Leaf& leaf, const Context& context) {
     StructuredFilter& filter = context.draft.filter();
-    if (filter.destinations()) return false;
+    if (filter.destinations() || isPartlyRead(leaf, context)) return false;
     filter.dstPrefixSetsIs(Orb::String(nameOf(leaf.text())));
     return true;
 }
@@ -138,7 +148,7 @@ bool readPorts(const Leaf& leaf, const Context& context) {
 // Ports and sets of ports are alternatives in a criterion, and both have to hold in an entry.
 template <auto target, auto ports>
 bool readPortSet(const Leaf& leaf, const Context& context) {
-    if (context.draft.*ports) return false;
+    if (context.draft.*ports || context.partlyRead.ports.contains(leaf.text())) return false;
     (context.draft.*target).is(Orb::String(nameOf(leaf.text())));
     return true;
 }
@@ -210,10 +220,10 @@ constexpr Row ipRows[] = {
     {"destination-address-prefix-set", readDestinationSet},
     {"protocol", readProtocol},
     {"dscp", readDscps},
-    {"dscp-set", readDscps},
+    {"dscp-set", readDscps, Values::several},
     {"length", readLength},
     {"hop-limit", readHopLimit},
-    {"fragment-offsets", readFragmentOffsets},
+    {"fragment-offsets", readFragmentOffsets, Values::several},
 };
 
 constexpr Row icmpRows[] = {
@@ -227,8 +237,8 @@ constexpr Row transportRows[] = {
     {"source-port-set", readPortSet<&FilterDraft::sourcePortSets, &FilterDraft::sourcePorts>},
     {"destination-port-set",
      readPortSet<&FilterDraft::destinationPortSets, &FilterDraft::destinationPorts>},
-    {"explicit-tcp-flags", readTcpFlags},
-    {"tcp-flags", readTcpFlags},
+    {"explicit-tcp-flags", readTcpFlags, Values::several},
+    {"tcp-flags", readTcpFlags, Values::several},
     {"builtin-detail", readBuiltin},
     {"detail-mode", readDetailMode},
     {"explicit-detail-match-mode", readMatchMode},
@@ -243,42 +253,48 @@ constexpr Row l2Rows[] = {{"ethertype", readEtherType}};
 
 class EntryReader {
   public:
-    EntryReader(const JsonTree& entry, Findings& findings) : entry_(entry), findings_(findings) {}
+    EntryReader(const JsonTree& entry, const PartlyReadSets& partlyRead, Findings& findings)
+        : entry_(entry), partlyRead_(partlyRead), findings_(findings) {}
 
-    Orb::Ptr<const StructuredFilter> filterOf(Option option, const std::vector<Option>& families) {
+    Orb::Ptr<const StructuredFilter> filterOf(Option option, const std::vector<Option>& families,
+                                              std::string_view type) {
         FilterDraft draft(option);
-        for (const auto& [name, container] : entry_.children()) {
-            if (name == "config" || name == "state" || name == "actions") continue;
-            if (isForAnother(name, option, families)) continue;
-            readContainer(draft, name, *container);
-        }
+        if (!isKnownType(type)) draft.other(type.empty() ? "no type" : "type " + std::string(type));
+        forEachContainer(entry_, [&](const std::string& name, const JsonTree& container) {
+            if (name == "actions" || isForAnother(name, option, families)) return;
+            readContainer(draft, name, container);
+        });
         readOwnLeaves(draft);
         return draft.take();
     }
 
     void readActions(Rule& rule) {
         const JsonTree* const container = entry_.child("actions");
-        for (const auto& [name, leaf] : ModelLeaves(container)) {
-            const std::string& text = leaf->text();
-            const bool isForwarding = name == "forwarding-action";
-            if (isForwarding && text == "ACCEPT") continue;
-            if (name == "log-action" && text == "LOG_NONE") continue;
-            if (name == "log-action" && text == "LOG_SYSLOG") {
-                rule.logs = true;
-            } else if (isForwarding && text == "DROP") {
-                rule.drops = true;
-            } else {
-                const bool isReject = isForwarding && text == "REJECT";
-                rule.drops = rule.drops || isReject;
-                carryAction(rule, isReject ? "reject" : std::string(name) + " " + leaf->written());
-                findings_.add(FindingKind::carried, leaf->place, name, leaf->written());
-            }
-        }
-        if (container != nullptr)
-            carryBelow(*container, "", [&](const std::string& text) { carryAction(rule, text); });
+        if (container == nullptr) return;
+        for (const auto& [name, leaf] : ModelLeaves(container)) readAction(rule, name, *leaf);
+        forEachContainer(*container, [&](const std::string& name, const JsonTree& child) {
+            carryBelow(child, name, [&](const std::string& text) { carryAction(rule, text); });
+        });
     }
 
   private:
+    void readAction(Rule& rule, std::string_view name, const Leaf& leaf) {
+        const std::string& text = leaf.text();
+        const bool isForwarding = name == "forwarding-action" && leaf.values.size() == 1;
+        const bool isLogging = name == "log-action" && leaf.values.size() == 1;
+        if ((isForwarding && text == "ACCEPT") || (isLogging && text == "LOG_NONE")) return;
+        if (isLogging && text == "LOG_SYSLOG") {
+            rule.logs = true;
+        } else if (isForwarding && text == "DROP") {
+            rule.drops = true;
+        } else {
+            const bool isReject = isForwarding && text == "REJECT";
+            rule.drops = rule.drops || isReject;
+            carryAction(rule, isReject ? "reject" : std::string(name) + " " + leaf.written());
+            findings_.add(FindingKind::carried, leaf.place, name, leaf.written());
+        }
+    }
+
     static void carryAction(Rule& rule, const std::string& text) {
         rule.other += (rule.other.empty() ? "" : ", ") + text;
     }
@@ -303,25 +319,27 @@ class EntryReader {
     }
 
     void readContainer(FilterDraft& draft, const std::string& name, const JsonTree& container) {
-        const std::span<const Row> rows = rowsOf(name, draft.option());
         // The model's own leaves speak for themselves.
         static constexpr std::string_view known[] = {"l2",   "ip",        "ipv4",
                                                      "ipv6", "transport", "mpls"};
-        const bool isKnown = std::ranges::find(known, name) != std::end(known);
-        readLeaves(draft, rows, container, isKnown ? "" : name + " ");
+        if (std::ranges::find(known, name) == std::end(known)) {
+            carryCriteria(draft, name, container);
+            return;
+        }
+        const std::span<const Row> rows = rowsOf(name, draft.option());
+        readLeaves(draft, rows, container, "");
         const bool hasIcmp = rows.data() == std::begin(ipRows);
         const std::string own = draft.option() == Option::ipv4 ? "icmpv4" : "icmpv6";
-        for (const auto& [below, child] : container.children()) {
-            if (below == "config" || below == "state") continue;
-            if (hasIcmp && below == own) {
-                readLeaves(draft, icmpRows, *child, own + " ");
-            } else if (below == "interface-ref") {
-                readLeaves(draft, {}, *child, name + " ");
-            } else {
-                carryBelow(*child, below + " ",
-                           [&](const std::string& text) { draft.other(text); });
+        forEachContainer(container, [&](const std::string& below, const JsonTree& child) {
+            if (!hasIcmp || below != own) {
+                carryCriteria(draft, below, child);
+                return;
             }
-        }
+            readLeaves(draft, icmpRows, child, own + " ");
+            forEachContainer(child, [&](const std::string& more, const JsonTree& addition) {
+                carryCriteria(draft, own + " " + more, addition);
+            });
+        });
     }
 
     void readLeaves(FilterDraft& draft, std::span<const Row> rows, const JsonTree& container,
@@ -329,8 +347,10 @@ class EntryReader {
         const ModelLeaves leaves(&container);
         for (const auto& [name, leaf] : leaves) {
             const auto row = std::ranges::find(rows, name, &Row::leaf);
-            if (row != rows.end() && row->read(*leaf, {draft, leaves})) continue;
-            carry(draft, before + std::string(name), *leaf);
+            const bool isSaid = row != rows.end() &&
+                                (leaf->values.size() == 1 || row->values == Values::several) &&
+                                row->read(*leaf, {draft, leaves, partlyRead_});
+            if (!isSaid) carry(draft, before + std::string(name), *leaf);
         }
     }
 
@@ -349,18 +369,32 @@ class EntryReader {
         findings_.add(FindingKind::carried, leaf.place, name, leaf.written());
     }
 
-    template <class Carry>
-    void carryBelow(const JsonTree& container, const std::string& before, const Carry& carryText) {
-        container.forEachLeaf([&](const std::string& way, const Leaf& leaf) {
-            if (leaf.isUsed) return;
-            leaf.isUsed = true;
-            const std::string name = before + way.substr(way.rfind('/') + 1);
-            carryText(name + " " + leaf.written());
-            findings_.add(FindingKind::carried, leaf.place, name, leaf.written());
+    void carryCriteria(FilterDraft& draft, const std::string& name, const JsonTree& container) {
+        carryBelow(container, name, [&](const std::string& text) { draft.other(text); });
+    }
+
+    // An addition to the model: all that it says. One that holds nothing says something by being
+    // there.
+    void carryBelow(const JsonTree& container, const std::string& name,
+                    const std::function<void(const std::string&)>& carryText) {
+        if (container.isEmpty()) {
+            carryText(name);
+            findings_.add(FindingKind::carried, container.place(), name, "");
+        }
+        for (const auto& [leafName, leaf] : ModelLeaves(&container)) {
+            const std::string statement = name + " " + std::string(leafName);
+            carryText(statement + " " + leaf->written());
+            findings_.add(FindingKind::carried, leaf->place, statement, leaf->written());
+        }
+        for (const auto& entry : container.entries()) carryBelow(*entry, name, carryText);
+        forEachContainer(container, [&](const std::string& below, const JsonTree& child) {
+            const bool isReference = below == "interface-ref";
+            carryBelow(child, isReference ? name : name + " " + below, carryText);
         });
     }
 
     const JsonTree& entry_;
+    const PartlyReadSets& partlyRead_;
     Findings& findings_;
 };
 
@@ -368,18 +402,22 @@ bool contains(const std::vector<Option>& families, Option option) {
     return std::ranges::find(families, option) != families.end();
 }
 
-// What the containers of an entry of a set of mixed families speak of.
+// What the containers of an entry of a set of several families speak of.
 std::vector<Option> familiesOfContainers(const JsonTree& entry) {
     const auto has = [&](const char* name) {
-        const JsonTree* const container = entry.child(name);
-        return container != nullptr && !container->isEmpty();
+        bool hasLeaf = false;
+        if (const JsonTree* const container = entry.child(name)) {
+            container->forEachLeaf([&](const auto&, const auto&) { hasLeaf = true; });
+        }
+        return hasLeaf;
     };
     std::vector<Option> families;
     if (has("ipv4")) families.push_back(Option::ipv4);
     if (has("ipv6")) families.push_back(Option::ipv6);
     if (has("mpls")) families.push_back(Option::mpls);
     if (!families.empty()) return families;
-    if (const ModelLeaves ip(entry.child("ip")); ip.begin() != ip.end()) {
+    if (has("ip")) {
+        const ModelLeaves ip(entry.child("ip"));
         for (const char* const leaf : {"source-ip-address", "destination-ip-address"}) {
             const auto prefix = prefixOf(ip.text(leaf));
             if (!prefix) continue;
@@ -388,18 +426,29 @@ std::vector<Option> familiesOfContainers(const JsonTree& entry) {
         return {Option::ipv4, Option::ipv6};
     }
     if (has("transport")) return {Option::ipv4, Option::ipv6};
-    return {Option::ipv4, Option::ipv6, Option::mac, Option::mpls};
+    return familiesOfType("");
 }
 
 std::vector<Option> familiesOf(const JsonTree& entry, std::string_view type) {
-    std::vector<Option> families =
-        type == "ACL_MIXED" ? familiesOfContainers(entry) : familiesOfType(type);
+    std::vector<Option> families = familiesOfType(type);
+    if (families.size() > 1) families = familiesOfContainers(entry);
     const auto etherType = etherTypeNumber(ModelLeaves(entry.child("l2")).text("ethertype"));
     if (etherType && contains(families, familyOf(*etherType))) return {familyOf(*etherType)};
     return families;
 }
 
 }  // namespace
+
+void forEachContainer(const JsonTree& tree,
+                      const std::function<void(const std::string&, const JsonTree&)>& visit) {
+    for (const auto& [name, child] : tree.children()) {
+        if (name != "config" && name != "state") {
+            visit(name, *child);
+            continue;
+        }
+        for (const auto& [below, addition] : child->children()) visit(below, *addition);
+    }
+}
 
 ModelLeaves::ModelLeaves(const JsonTree* container) {
     if (container == nullptr) return;
@@ -423,6 +472,10 @@ std::vector<ClassMapMatchOption> familiesOfType(std::string_view type) {
     return {Option::ipv4, Option::ipv6, Option::mac, Option::mpls};
 }
 
+bool isKnownType(std::string_view type) {
+    return familiesOfType(type).size() == 1 || type == "ACL_L2" || type == "ACL_MIXED";
+}
+
 std::optional<NumericalRange> parsePortRange(std::string_view text, Base::Bounds bounds) {
     const auto numberOf = [&](std::string_view digits) {
         const std::size_t first = std::min(digits.find_first_not_of('0'), digits.size() - 1);
@@ -435,12 +488,13 @@ std::optional<NumericalRange> parsePortRange(std::string_view text, Base::Bounds
     return NumericalRange(static_cast<U32>(*low), static_cast<U32>(*high));
 }
 
-Rule ruleOfEntry(const JsonTree& entry, std::string_view type, Findings& findings) {
-    EntryReader reader(entry, findings);
+Rule ruleOfEntry(const JsonTree& entry, std::string_view type, const PartlyReadSets& partlyRead,
+                 Findings& findings) {
+    EntryReader reader(entry, partlyRead, findings);
     Rule rule;
     const std::vector<Option> families = familiesOf(entry, type);
     for (const Option option : families) {
-        rule.matches.push_back({option, reader.filterOf(option, families)});
+        rule.matches.push_back({option, reader.filterOf(option, families, type)});
     }
     reader.readActions(rule);
     return rule;

@@ -2,11 +2,13 @@
 // for the few that go together; a leaf without a counterpart is carried word for word.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
 
 #include "import/JsonTree.h"
+#include "import/OpenConfigSets.h"
 #include "import/StateBuilder.h"
 
 namespace Import {
@@ -36,12 +38,20 @@ class ModelLeaves {
     std::map<std::string_view, const Leaf*> leaves_;
 };
 
-// The criteria and the actions of an entry of a set of the type ("ACL_IPV4"). The rule has no name
-// and no reports yet.
-Rule ruleOfEntry(const JsonTree& entry, std::string_view type, Findings& findings);
+// Calls visit with each container below, but for "config" and "state", which hold the leaves of
+// this one; an addition to the model may stand in these as well.
+void forEachContainer(const JsonTree& tree,
+                      const std::function<void(const std::string&, const JsonTree&)>& visit);
 
-// The families of the packets that sets of a type look at.
+// The criteria and the actions of an entry of a set of the type ("ACL_IPV4"). The rule has no name
+// and no reports yet. A reference to a field set that was read in part is carried.
+Rule ruleOfEntry(const JsonTree& entry, std::string_view type, const PartlyReadSets& partlyRead,
+                 Findings& findings);
+
+// The families of the packets that sets of a type look at; of a type that the model does not have,
+// all.
 std::vector<ClassMapMatchOption> familiesOfType(std::string_view type);
+bool isKnownType(std::string_view type);
 
 // "low..high", one number, digits with leading zeros.
 std::optional<Classification::NumericalRange> parsePortRange(std::string_view text,

@@ -20,7 +20,10 @@ class SetsReader {
   public:
     SetsReader(FieldSetConfig& config, Findings& findings) : config_(config), findings_(findings) {}
 
+    const PartlyReadSets& partlyRead() const { return partlyRead_; }
+
     void readPrefixSet(const JsonTree& tree, AddressFamily family) {
+        isWhole_ = true;
         const ModelLeaves leaves(&tree);
         auto version = Orb::make<FieldSetIpPrefixSubConfig>();
         version->contentsSourceIs(ContentsSource::configured);
@@ -28,7 +31,9 @@ class SetsReader {
                       [&](const Wire::IpGenPrefix& prefix) { version->prefixesIs(prefix); });
         forEachPrefix(leaves.find("exclude-prefix"), family,
                       [&](const Wire::IpGenPrefix& prefix) { version->exceptPrefixesIs(prefix); });
-        readRest(leaves);
+        readRest(tree, leaves);
+        noteUnlessWhole(leaves, family == AddressFamily::ipv4 ? partlyRead_.ipv4Prefixes
+                                                              : partlyRead_.ipv6Prefixes);
         const Orb::String name = nameOf(leaves.text("name"));
         auto set = Orb::make<FieldSetIpPrefixConfig>(name);
         set->currCfgIs(Orb::Ptr<const FieldSetIpPrefixSubConfig>(version));
@@ -42,11 +47,13 @@ class SetsReader {
 
     // A field set of ports has no exceptions, so they are taken out of the ranges.
     void readPortSet(const JsonTree& tree) {
+        isWhole_ = true;
         const ModelLeaves leaves(&tree);
         const auto ports = std::make_unique<Ports>();
         setPorts(leaves.find("port"), *ports, true);
         setPorts(leaves.find("exclude-port"), *ports, false);
-        readRest(leaves);
+        readRest(tree, leaves);
+        noteUnlessWhole(leaves, partlyRead_.ports);
         auto version = Orb::make<FieldSetL4PortSubConfig>();
         version->contentsSourceIs(ContentsSource::configured);
         for (U32 low = 0; low < portCount;) {
@@ -90,16 +97,27 @@ class SetsReader {
         }
     }
 
-    void readRest(const ModelLeaves& leaves) {
+    // What is no part of the model may take members out of the set, or bring some in.
+    void readRest(const JsonTree& tree, const ModelLeaves& leaves) {
         static constexpr std::string_view known[] = {
             "name", "description", "prefix", "exclude-prefix", "port", "exclude-port"};
         for (const auto& [name, leaf] : leaves) {
             if (std::ranges::find(known, name) != std::end(known)) continue;
             findings_.add(FindingKind::notUnderstood, leaf->place, name, leaf->written());
+            isWhole_ = false;
         }
+        forEachContainer(tree, [&](const std::string& name, const JsonTree& container) {
+            findings_.add(FindingKind::notUnderstood, container.place(), name, "");
+            isWhole_ = false;
+        });
+    }
+
+    void noteUnlessWhole(const ModelLeaves& leaves, std::set<std::string>& names) const {
+        if (!isWhole_) names.insert(leaves.text("name"));
     }
 
     void leftOut(const Leaf& leaf, std::size_t index, const char* what) {
+        isWhole_ = false;
         findings_.add(
             FindingKind::notUnderstood,
             leaf.values.size() == 1 ? leaf.place : pointerTo(leaf.place, std::to_string(index)),
@@ -108,12 +126,15 @@ class SetsReader {
 
     FieldSetConfig& config_;
     Findings& findings_;
+    bool isWhole_ = true;  // the set that is read
+    PartlyReadSets partlyRead_;
 };
 
 }  // namespace
 
-void readFieldSets(const JsonTree* definedSets, FieldSetConfig& config, Findings& findings) {
-    if (definedSets == nullptr) return;
+PartlyReadSets readFieldSets(const JsonTree* definedSets, FieldSetConfig& config,
+                             Findings& findings) {
+    if (definedSets == nullptr) return {};
     SetsReader reader(config, findings);
     const auto forEachSet = [&](const std::string& name, const auto& read) {
         const JsonTree* const sets = definedSets->child(name + "s");
@@ -126,6 +147,7 @@ void readFieldSets(const JsonTree* definedSets, FieldSetConfig& config, Findings
     forEachSet("ipv6-prefix-set",
                [&](const JsonTree& tree) { reader.readPrefixSet(tree, AddressFamily::ipv6); });
     forEachSet("port-set", [&](const JsonTree& tree) { reader.readPortSet(tree); });
+    return reader.partlyRead();
 }
 
 }  // namespace Import

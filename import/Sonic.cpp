@@ -218,7 +218,8 @@ class DatabaseGathering {
         } else if (!databases_.config.contains(std::string(typeKey) + *type)) {
             leftOut(placeOf(table) + " type", "type", *type + ": there is no such type");
         }
-        if (isControlPlane(table)) form.services = listOf(*table.fields, "services");
+        form.isOfServices = isControlPlane(table);
+        if (form.isOfServices) form.services = listOf(*table.fields, "services");
         return form;
     }
 

@@ -111,11 +111,12 @@ std::optional<ValueAndMask> valueAndMask(const std::string& text, U32 highest, U
     return ValueAndMask{*value & *mask, *mask};
 }
 
-// Of all eight bits six can be asked for; the others are carried beside these.
+// Of all eight bits six can be asked for; the others are carried beside these. Whether a mask of no
+// bit still asks for TCP is not told.
 bool readTcpFlags(const std::string& text, FilterDraft& draft) {
     constexpr U32 expressible = 0x3f;
     const auto flags = valueAndMask(text, 0xff, 0xff);
-    if (!flags) return false;
+    if (!flags || flags->mask == 0) return false;
     if (draft.protocols.empty()) draft.protocols = {tcpProtocol};
     const auto mask = static_cast<U16>(flags->mask & expressible);
     if (mask != 0) {
@@ -175,7 +176,7 @@ constexpr FieldRow rows[] = {
     {"SRC_IPV6", ipv6Family, true, readPrefix<true>},
     {"DST_IPV6", ipv6Family, true, readPrefix<false>},
     {"IP_PROTOCOL", ipFamilies, true, readProtocol},
-    {"NEXT_HEADER", ipFamilies, true, readProtocol},
+    {"NEXT_HEADER", ipv6Family, true, readProtocol},
     {"L4_SRC_PORT", ipFamilies, true, readPort<&FilterDraft::sourcePorts>},
     {"L4_DST_PORT", ipFamilies, true, readPort<&FilterDraft::destinationPorts>},
     {"L4_SRC_PORT_RANGE", ipFamilies, true, readPortRange<&FilterDraft::sourcePorts>},
@@ -263,25 +264,25 @@ class RuleReader {
 
     // Services whose port is the same everywhere (IANA "Service Name and Port Number Registry").
     void readServices(FilterDraft& draft) {
-        if (form_.services.empty()) return;
+        if (!form_.isOfServices) return;
         struct Service {
             std::string_view name;
             U32 protocol;
             U32 port;
         };
         static constexpr Service known[] = {{"SSH", tcpProtocol, 22}, {"NTP", udpProtocol, 123}};
-        const auto* const service =
-            std::ranges::find(known, form_.services.front(), &Service::name);
+        const std::string name = form_.services.size() == 1 ? form_.services.front() : "";
+        const auto* const service = std::ranges::find(known, name, &Service::name);
         const bool isFree = draft.destinationPorts.empty() && !draft.icmpTypes && !draft.icmpCodes;
-        if (form_.services.size() == 1 && service != std::end(known) && isFree &&
-            isIp(draft.option()) &&
+        if (service != std::end(known) && isFree && isIp(draft.option()) &&
             (draft.protocols.empty() || draft.protocols == std::vector<U32>{service->protocol})) {
             draft.protocols = {service->protocol};
             draft.destinationPorts.is(PortRange(service->port, service->port));
             return;
         }
         std::string text;
-        for (const std::string& name : form_.services) text += (text.empty() ? "" : ",") + name;
+        for (const std::string& told : form_.services) text += (text.empty() ? "" : ",") + told;
+        if (text.empty()) text = "not told";
         carry(draft, "services", text);
     }
 

@@ -17,7 +17,8 @@ namespace Import {
 struct SonicTableForm {
     std::set<ClassMapMatchOption> families;  // that its rules may look at
     bool takesIpv6Fields = false;            // although ipv6 is not among them
-    std::vector<std::string> services;       // of the switch itself; empty: not told
+    bool isOfServices = false;               // its rules are about services of the switch itself
+    std::vector<std::string> services;       // these; empty: not told
 };
 
 // The criteria and the actions. place: of the rule, for findings. The rule has no name and no

@@ -122,6 +122,32 @@ TEST(OpenConfigRules, SayWhatTheEntrySaysAndCarryTheRest) {
          {filter("ipv4", R"("protocols": {"0-255": {"portFields": [{"dport": [53]}]}})"),
           filter("ipv6", R"("protocols": {"0-255": {"portFields": [{"dport": [53]}]}})")},
          0},
+        // A frame of another family has no such header.
+        {"L2",
+         R"("ipv4": {"config": {"source-address": "10.0.0.0/8"}}, "ipv6": {"config": {}})",
+         {filter("ipv4", R"("sources": ["10.0.0.0/8"])")},
+         0},
+        // What the model does not have, in every family and at every depth; a container that says
+        // something by being there; values where the model has one.
+        {"L2",
+         R"("state": {"vendor:more": {"inner": {"state": {"x": 1}, "config": {"x": 2}}}},
+                    "vendor:other": {})",
+         {filter("ipv4", R"("otherCriteria": ["other", "more inner x 1"])"),
+          filter("ipv6", R"("otherCriteria": ["other", "more inner x 1"])"),
+          filter("mac", R"("otherCriteria": ["other", "more inner x 1"])"),
+          filter("mpls", R"("otherCriteria": ["other", "more inner x 1"])")},
+         2},
+        {"IPV4",
+         R"("transport": {"config": {"destination-port": [80, 443]}}, "ipv4": {"config": {
+                    "vendor:only": {"y": [{"z": 3}]}}, "icmpv4": {"vendor:id": {"w": 4}}})",
+         {filter("ipv4", R"("otherCriteria": ["only y 0 z 3", "icmpv4 id w 4", )"
+                         R"("destination-port 80, 443"])")},
+         3},
+        {"FUTURE",
+         R"("ipv6": {"config": {"dscp": 1}}, "actions": {"config": {"forwarding-action": ["DROP"]}})",
+         {filter("ipv6", R"("dscp": [1], "otherCriteria": ["type ACL_FUTURE"])") +
+          R"(, "action": {"drop": {}})"},
+         1},
         {"MPLS",
          R"("mpls": {"config": {"start-label-value": "IPV4_EXPLICIT_NULL"}})",
          {filter("mpls", R"("otherCriteria": ["start-label-value IPV4_EXPLICIT_NULL"])")},
@@ -146,6 +172,27 @@ TEST(OpenConfigRules, SayWhatTheEntrySaysAndCarryTheRest) {
         EXPECT_EQ(rulesOf(gathered), row.rules) << row.statements;
         EXPECT_EQ(findings.size(), row.findings) << row.statements << findings.report();
     }
+}
+
+// A field set that shows more or less than the data say is no criterion.
+TEST(OpenConfigRules, CarryReferencesToSetsThatAreReadInPart) {
+    Findings findings;
+    const Gathered gathered = openConfig(
+        R"({"defined-sets": {
+              "ipv4-prefix-sets": {"ipv4-prefix-set": [
+                {"name": "S", "config": {"prefix": ["10.0.0.0/8"], "exclude-prefix": ["10.0.0.1-10.0.0.9"]}},
+                {"name": "T", "config": {"prefix": ["10.0.0.0/8"]}}]},
+              "port-sets": {"port-set": [{"name": "P", "config": {"port": [80], "vendor:not": "81"}}]}},
+            "acl": {"acl-sets": {"acl-set": [{"name": "A", "type": "ACL_IPV4", "acl-entries": {"acl-entry": [
+              {"sequence-id": 1, "ipv4": {"config": {"source-address-prefix-set": "S",
+                 "destination-address-prefix-set": "T"}},
+               "transport": {"config": {"source-port-set": "P"}}}]}}]}}})",
+        findings);
+    EXPECT_THAT(
+        rulesOf(gathered),
+        ElementsAre(filter("ipv4", R"("dstPrefixSets": ["T"], "otherCriteria": )"
+                                   R"(["source-address-prefix-set S", "source-port-set P"])")));
+    EXPECT_EQ(findings.size(), 4U) << findings.report();
 }
 
 TEST(OpenConfigInput, TakesTheSameDataInEveryForm) {
@@ -287,6 +334,11 @@ TEST(SonicRules, SayWhatTheHashSaysAndCarryTheRest) {
              "ipv4",
              R"("sources": ["10.0.0.0/8"], "protocols": {"6": {"portFields": [{"dport": [22]}]}})")},
          0},
+        {"L3V4V6",
+         {{"NEXT_HEADER", "17"}, {"TCP_FLAGS", "0x0/0x0"}},
+         {filter("ipv6", R"("protocols": {"17": {}}, "otherCriteria": ["TCP_FLAGS 0x0/0x0"])") +
+          counts},
+         1},
         {"CTRLPLANE",
          {{"SRC_IP", "10.0.0.0/8"}, {"IP_PROTOCOL", "17"}},
          {filter(
