@@ -207,9 +207,11 @@ Families intersection(const Families& a, const Families& b) {
 // sense there: it stays of the table's families, and what does not fit is carried.
 Families familiesOf(const SonicFields& fields, const SonicTableForm& form) {
     Families families = form.families;
-    if (form.takesIpv6Fields && (fields.contains("SRC_IPV6") || fields.contains("DST_IPV6"))) {
-        families.insert(Option::ipv6);
-    }
+    const bool hasIpv6Field = std::ranges::any_of(fields, [](const auto& field) {
+        const FieldRow* const row = rowOf(field.first);
+        return row != nullptr && row->families == ipv6Family;
+    });
+    if (form.takesIpv6Fields && hasIpv6Field) families.insert(Option::ipv6);
     for (const auto& [field, text] : fields) {
         const FieldRow* const row = rowOf(field);
         if (row == nullptr) continue;

@@ -23,10 +23,12 @@ def main():
         problems = show(folder / "state", "show", "traffic-policy", "problems")
         compare_golden(HERE / "openconfig.txt", shown + problems + report.read_text())
 
-        rules = drawn.Drawing(1).rules(60)
-        (folder / "drawn.json").write_text(drawn.openconfig(rules))
-        run("openconfig", str(folder / "drawn.json"), "-o", str(folder / "drawn"))
-        drawn.compare(rules, policies(folder / "drawn"), folder / "drawn", lambda rule: str(rule["number"]))
+        drawing = drawn.Drawing(1)
+        source = drawn.OpenConfig(drawing)
+        tables = [drawing.table(number, type_, 60, source.rule) for number, type_ in enumerate(source.TYPES)]
+        (folder / "drawn.json").write_text(source.document(tables))
+        run("openconfig", str(folder / "drawn.json"), "-o", str(folder / "drawn"), status=6)
+        drawn.compare(drawing, tables, folder / "drawn", lambda rule: str(rule.number), 60)
     return end()
 
 

@@ -146,12 +146,14 @@ def main():
     with tempfile.TemporaryDirectory() as folder:
         folder = pathlib.Path(folder)
         import_files(folder)
-        drawn_rules = drawn.Drawing(4).rules(60)
-        for name, database in zip(NUMBERS, drawn.sonic(drawn_rules)):
+        drawing = drawn.Drawing(4)
+        source = drawn.Sonic(drawing)
+        tables = [drawing.table(number, type_, 60, source.rule) for number, type_ in enumerate(source.TYPES)]
+        for name, database in zip(NUMBERS, source.databases(tables)):
             (folder / f"{name}.json").write_text(json.dumps(database))
         run("sonic", "--config", str(folder / "config_db.json"), "--state", str(folder / "state_db.json"),
-            "--counters", str(folder / "counters_db.json"), "-o", str(folder / "drawn"))  # fmt: skip
-        drawn.compare(drawn_rules, policies(folder / "drawn"), folder / "drawn", lambda rule: f"R:{rule['number']}")
+            "--counters", str(folder / "counters_db.json"), "-o", str(folder / "drawn"), status=6)  # fmt: skip
+        drawn.compare(drawing, tables, folder / "drawn", lambda rule: f"R:{rule.number}", 60)
         server = Server(folder)
         try:
             import_server(folder, server)
