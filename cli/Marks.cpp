@@ -42,19 +42,22 @@ std::string hashOf(std::string_view text) {
     return digits;
 }
 
-Place placeOf(const Session& session) {
-    const std::string folder = stateHome();
+Place placeOf(const std::string& stateDirectory, const std::filesystem::path& folder) {
     if (folder.empty()) {
         throw StateError(
             "there is no place to keep marks: name one in the environment variable HOME or "
             "XDG_STATE_HOME");
     }
     std::error_code error;
-    const auto directory = std::filesystem::canonical(session.stateDirectory(), error);
+    const auto directory = std::filesystem::canonical(stateDirectory, error);
     if (error) {
-        throw StateError(Base::escaped(session.stateDirectory()) + ": " + error.message());
+        throw StateError(Base::escaped(stateDirectory) + ": " + error.message());
     }
     return {directory, folder, "marks-" + hashOf(directory.string())};
+}
+Place placeOf(const Session& session) { return placeOf(session.stateDirectory(), stateHome()); }
+Place madePlaceOf(const Session& session) {
+    return placeOf(session.stateDirectory(), madeStateHome());
 }
 
 Marks marksAt(const Place& place) {
@@ -149,7 +152,7 @@ Plan planMark(const Match& match) {
             "at most " + std::to_string(longestName) + " bytes without control characters");
     }
     return [name = token.text](const Session& session) {
-        const Place place = placeOf(session);
+        const Place place = madePlaceOf(session);
         const DocumentWriter writer(place.folder, place.stem, DocumentWriter::Access::ownerOnly);
         Marks marks = marksAt(place);
         Snapshots counts;
@@ -186,7 +189,7 @@ Plan planShowMarks(const Match&) {
 
 Plan planDeleteMark(const Match& match) {
     return [token = *match.find("MARK")](const Session& session) {
-        const Place place = placeOf(session);
+        const Place place = madePlaceOf(session);
         const DocumentWriter writer(place.folder, place.stem, DocumentWriter::Access::ownerOnly);
         Marks marks = marksAt(place);
         markNamed(marks, token);
@@ -197,6 +200,18 @@ Plan planDeleteMark(const Match& match) {
             renderer.text("Deleted mark ").name(token.text).endLine();
         });
     };
+}
+
+std::vector<std::string> markNames(const std::string& stateDirectory) {
+    std::vector<std::string> names;
+    try {
+        for (const auto& [name, counts] : marksAt(placeOf(stateDirectory, stateHome())).marks) {
+            names.push_back(name);
+        }
+    } catch (const StateError&) {
+        // The commands about marks say what is wrong.
+    }
+    return names;
 }
 
 Snapshots countsOfMark(const Session& session, const Token& mark) {

@@ -12,6 +12,9 @@ Plan planMark(const Match& match);
 Plan planShowMarks(const Match& match);
 Plan planDeleteMark(const Match& match);
 
+// The names of the marks on a state directory; none when they cannot be read.
+std::vector<std::string> markNames(const std::string& stateDirectory);
+
 // The counts of a mark. Throws CommandError when there is no such mark, and
 // StateDirectory::StateError.
 StateDirectory::Snapshots countsOfMark(const Session& session, const Token& mark);

@@ -17,6 +17,11 @@
 #include <cstring>
 
 #include "cli/ExitStatus.h"
+#include "cli/shell/OtherScreen.h"
+
+namespace Cli::Shell {
+[[gnu::weak]] void giveTerminalBack();  // a program without a shell has none
+}
 
 namespace {
 
@@ -26,6 +31,7 @@ void endForWantOfMemory(int error, void*) {
     if (error != ENOMEM) return;
     static std::atomic_flag isTold;
     while (isTold.test_and_set()) ::pause();  // another thread ends the process
+    if (Cli::Shell::giveTerminalBack != nullptr) Cli::Shell::giveTerminalBack();
     static char words[] = ": out of memory\n";
     const std::array pieces = {
         iovec{program_invocation_short_name, std::strlen(program_invocation_short_name)},

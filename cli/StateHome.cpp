@@ -18,10 +18,14 @@ std::filesystem::path home() {
 
 std::filesystem::path stateHome() {
     const std::filesystem::path parent = home();
-    if (parent.empty()) return {};
+    return parent.empty() ? parent : parent / "tpcli";
+}
+
+std::filesystem::path madeStateHome() {
+    std::filesystem::path folder = stateHome();
     std::error_code error;
-    std::filesystem::create_directories(parent / "tpcli", error);
-    return error ? std::filesystem::path() : parent / "tpcli";
+    if (!folder.empty()) std::filesystem::create_directories(folder, error);
+    return error ? std::filesystem::path() : folder;
 }
 
 }  // namespace Cli

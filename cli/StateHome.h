@@ -7,8 +7,9 @@ namespace Cli {
 
 // The program's folder in the state directory of the XDG base directory convention
 // (https://specifications.freedesktop.org/basedir-spec): below XDG_STATE_HOME, else below
-// ~/.local/state. A path that is not absolute counts as none. Makes it if need be; empty when there
-// is no place for it.
+// ~/.local/state. A path that is not absolute counts as none; empty when there is no place for it.
 std::filesystem::path stateHome();
+// The same, made if need be.
+std::filesystem::path madeStateHome();
 
 }  // namespace Cli

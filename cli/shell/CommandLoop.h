@@ -33,6 +33,7 @@ class CommandLoop {
     // What "history" shows, the newest last.
     std::vector<std::string>& history() { return history_; }
     StateDirectory::LiveState& live() { return live_; }
+    const std::string& stateDirectory() const { return stateDirectory_; }
     const Grammar& grammar() const { return grammar_; }
 
   private:

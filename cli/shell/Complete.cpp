@@ -6,6 +6,7 @@
 
 #include "cli/Commands.h"
 #include "cli/ExitStatus.h"
+#include "cli/Marks.h"
 #include "cli/TpcliOptions.h"
 #include "cli/shell/Completer.h"
 #include "state/StateError.h"
@@ -32,7 +33,8 @@ int printCompletions(const std::vector<std::string>& arguments) {
         } catch (const StateDirectory::StateError&) {
             state = {};  // keywords are to be had without names
         }
-        found = Shell::argumentsAfter(options.words, state);
+        found = Shell::argumentsAfter(
+            options.words, {&state, [&] { return markNames(stateDirectoryOf(options)); }});
     }
     for (const std::string& word : found) {
         if (word.starts_with(begun)) std::printf("%s\n", word.c_str());

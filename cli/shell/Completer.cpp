@@ -46,7 +46,14 @@ Names namesAfter(std::string_view last, const Match& before, const State& state)
 }
 
 // The names that an argument can be, given the words before it.
-NameSet namesFor(std::string_view label, const Match& before, const State& state) {
+NameSet namesFor(std::string_view label, const Match& before, const NameSources& sources) {
+    // A mark that is made has a new name.
+    if (label == "MARK" && before.tokens.size() > 1) {
+        const std::vector<std::string> marks = sources.marks();
+        return {marks.begin(), marks.end()};
+    }
+    if (sources.state == nullptr) return {};
+    const State& state = *sources.state;
     if (label == "VLAN") return vlanNumbers(state);
     const Names names = label == "INTF"   ? interfaceNames(state)
                         : label == "VRF"  ? vrfNames(state)
@@ -87,7 +94,8 @@ std::string typed(std::string_view name, bool needsQuotes,
 bool isArgument(std::string_view label) { return label.front() >= 'A' && label.front() <= 'Z'; }
 
 void completeCommand(const Words& before, std::string_view begun, const Grammar& commands,
-                     const State* state, Completion& result) {
+                     const NameSources& sources, Completion& result) {
+    const State* const state = sources.state;
     const Grammar::Position position = commands.after(before);
     for (const std::string_view label : position.labels) {
         const std::string_view help = helpOf(label, lastLabel(position.before));
@@ -100,8 +108,7 @@ void completeCommand(const Words& before, std::string_view begun, const Grammar&
             continue;
         }
         if (begun.empty()) result.choices.push_back({std::string(label), help, false});
-        if (state == nullptr) continue;
-        for (const std::string& name : namesFor(label, position.before, *state)) {
+        for (const std::string& name : namesFor(label, position.before, sources)) {
             const std::string text = typed(name, begun.starts_with('"'), position.labels);
             if (text.starts_with(begun)) result.choices.push_back({text, ""});
         }
@@ -130,7 +137,7 @@ void completeFilter(std::span<const CommandLine::Stage> before, const Words& wor
 
 }  // namespace
 
-Completion complete(std::string_view text, const Grammar& commands, const State* state) {
+Completion complete(std::string_view text, const Grammar& commands, const NameSources& names) {
     Completion result;
     const CommandLine line = splitLine(text);
     result.wordBegin = line.lastWordBegin;
@@ -147,7 +154,7 @@ Completion complete(std::string_view text, const Grammar& commands, const State*
     }
     try {
         if (line.stages.size() == 1) {
-            completeCommand(words, begun, commands, state, result);
+            completeCommand(words, begun, commands, names, result);
             if (result.isComplete) result.choices.push_back({"|", "filter the report", false});
         } else {
             const auto filters = std::span(line.stages).subspan(1);
@@ -159,7 +166,7 @@ Completion complete(std::string_view text, const Grammar& commands, const State*
     return result;
 }
 
-std::vector<std::string> argumentsAfter(const Words& words, const State& state) {
+std::vector<std::string> argumentsAfter(const Words& words, const NameSources& names) {
     std::vector<std::string> found;
     try {
         const Grammar::Position position = grammar().after(words);
@@ -168,7 +175,7 @@ std::vector<std::string> argumentsAfter(const Words& words, const State& state) 
                 found.emplace_back(label);
                 continue;
             }
-            for (const std::string& name : namesFor(label, position.before, state)) {
+            for (const std::string& name : namesFor(label, position.before, names)) {
                 found.push_back(isKeyword(name, position.labels) ? '"' + name + '"' : name);
             }
         }

@@ -2,6 +2,7 @@
 // of the state.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,14 +25,19 @@ struct Completion {
     std::string problem;      // why nothing can stand here
 };
 
+// Where names come from.
+struct NameSources {
+    const StateDirectory::State* state = nullptr;     // null when it is not loaded: none of it
+    std::function<std::vector<std::string>()> marks;  // asked when a mark can stand there
+};
+
 // What can begin with the last word of the line, or, behind a blank, come next. commands: the
-// grammar of all commands. state: null when it is not loaded; then names are missing.
-Completion complete(std::string_view line, const Grammar& commands,
-                    const StateDirectory::State* state);
+// grammar of all commands.
+Completion complete(std::string_view line, const Grammar& commands, const NameSources& names);
 
 // The arguments that may follow these on a command line: keywords, and names, in double quotes only
 // when they would be read as keywords. None when the words are wrong.
-std::vector<std::string> argumentsAfter(const Words& words, const StateDirectory::State& state);
+std::vector<std::string> argumentsAfter(const Words& words, const NameSources& names);
 
 // What Tab does: the text to insert at the end of the line, and what to show below it.
 struct TabAnswer {

@@ -51,7 +51,7 @@ std::string contentsOf(const std::string& path) {
 }  // namespace
 
 HistoryFile::HistoryFile() {
-    const std::filesystem::path home = stateHome();
+    const std::filesystem::path home = madeStateHome();
     if (home.empty()) return;
     const std::string path = home / "history";
     struct stat status {};

@@ -14,6 +14,7 @@
 #include "base/Escape.h"
 #include "cli/ExitStatus.h"
 #include "cli/Failures.h"
+#include "cli/Marks.h"
 #include "cli/editor/LineEditor.h"
 #include "cli/shell/Completer.h"
 #include "cli/shell/History.h"
@@ -61,7 +62,8 @@ std::unique_ptr<LineEditor> makeEditor(EditorHooks hooks) {
 EditorHooks hooksOf(CommandLoop& loop) {
     const auto completion = [&loop](std::string_view line) {
         const StatePtr state = loop.live().loadedSoFar();
-        return complete(line, loop.grammar(), state.get());
+        return complete(line, loop.grammar(),
+                        {state.get(), [&loop] { return markNames(loop.stateDirectory()); }});
     };
     EditorHooks hooks;
     hooks.tab = [=](std::string_view line) -> EditorHooks::Answer {

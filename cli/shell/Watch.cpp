@@ -1,7 +1,5 @@
 #include "cli/shell/Watch.h"
 
-#include <signal.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,6 +12,7 @@
 #include "base/Text.h"
 #include "base/Time.h"
 #include "cli/ExitStatus.h"
+#include "cli/shell/OtherScreen.h"
 #include "cli/shell/Pager.h"
 #include "textout/Exceptions.h"
 #include "textout/TextOutBuffer.h"
@@ -24,8 +23,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::string_view enterScreen = "\033[?1049h\033[?25l";
-constexpr std::string_view leaveScreen = "\033[?25h\033[?1049l";
 constexpr std::string_view home = "\033[H";
 constexpr std::string_view endOfLine = "\033[K\r\n";
 constexpr std::string_view endOfScreen = "\033[J";
@@ -38,73 +35,6 @@ void print(std::string_view text) {
     out.append(text);
     out.flush();
 }
-
-volatile sig_atomic_t endingSignal = 0;
-
-// The terminal's other screen, for the life of the object, also when a signal ends the program.
-class OtherScreen {
-  public:
-    OtherScreen() {
-        struct sigaction ending {};
-        ending.sa_handler = [](int signal) {
-            endingSignal = signal;
-            Orb::interruptRequestedIs(true);
-        };
-        for (std::size_t i = 0; i < std::size(signals); ++i) {
-            ::sigaction(signals[i], nullptr, &before_[i]);
-            if (before_[i].sa_handler == SIG_DFL) ::sigaction(signals[i], &ending, nullptr);
-        }
-        print(enterScreen);
-    }
-    OtherScreen(const OtherScreen&) = delete;
-    OtherScreen& operator=(const OtherScreen&) = delete;
-    ~OtherScreen() {
-        // Not by what fails after an interrupt.
-        [[maybe_unused]] const ssize_t written =
-            ::write(STDOUT_FILENO, leaveScreen.data(), leaveScreen.size());
-        for (std::size_t i = 0; i < std::size(signals); ++i) {
-            ::sigaction(signals[i], &before_[i], nullptr);
-        }
-        if (endingSignal != 0) ::raise(endingSignal);
-    }
-
-  private:
-    static constexpr int signals[] = {SIGTERM, SIGHUP};
-    struct sigaction before_[std::size(signals)]{};
-};
-
-// Collects what goes to standard error, which would stand in the midst of the frame.
-class StandardErrorAside {
-  public:
-    StandardErrorAside() : file_(::memfd_create("messages", MFD_CLOEXEC)) {
-        if (file_ < 0) return;
-        saved_ = ::dup(STDERR_FILENO);
-        if (saved_ >= 0) ::dup2(file_, STDERR_FILENO);
-    }
-    StandardErrorAside(const StandardErrorAside&) = delete;
-    StandardErrorAside& operator=(const StandardErrorAside&) = delete;
-    ~StandardErrorAside() {
-        if (saved_ >= 0) {
-            std::fflush(stderr);
-            ::dup2(saved_, STDERR_FILENO);
-            ::close(saved_);
-        }
-        if (file_ >= 0) ::close(file_);
-    }
-    std::string text() const {
-        if (file_ < 0) return "";
-        std::fflush(stderr);
-        const off_t size = std::max<off_t>(::lseek(file_, 0, SEEK_CUR), 0);
-        std::string text(static_cast<std::size_t>(size), '\0');
-        const ssize_t count = ::pread(file_, text.data(), text.size(), 0);
-        text.resize(count < 0 ? 0 : static_cast<std::size_t>(count));
-        return text;
-    }
-
-  private:
-    int file_;
-    int saved_ = -1;
-};
 
 std::vector<std::string_view> linesOf(std::string_view text) {
     std::vector<std::string_view> lines;
@@ -190,26 +120,24 @@ Clock::duration durationOf(const Watch& how) {
 using Report = std::function<int(std::string& text)>;
 
 [[noreturn]] void watchOnScreen(const Watch& how, const Report& report) {
-    const OtherScreen screen;
+    OtherScreen screen;
     std::string former;
     for (;;) {
         const Clock::time_point begin = Clock::now();
         std::string text;
-        {
-            const StandardErrorAside messages;
-            report(text);
-            textout::checkInterrupt();
-            text += messages.text();
-        }
+        report(text);
+        textout::checkInterrupt();
+        text += screen.takeMessages();
         const std::string heading = headingOf(how);
         ScreenSize size = screenSize();
         const auto draw = [&] {
-            print(frameText(how, heading, text, former, size.lines, size.columns));
+            screen.draw(frameText(how, heading, text, former, size.lines, size.columns));
         };
         draw();
         waitUntil(begin + durationOf(how), [&] {
             const ScreenSize now = screenSize();
-            if (now.lines == size.lines && now.columns == size.columns) return;
+            const bool isSameSize = now.lines == size.lines && now.columns == size.columns;
+            if (isSameSize && !screen.lacksFrame()) return;
             size = now;
             draw();
         });

@@ -1,6 +1,7 @@
 """The interactive shell in a real terminal: keys in, screen out. TPCLI_PATH names the program."""
 import json
 import os
+import pty
 import re
 import shutil
 import signal
@@ -341,6 +342,48 @@ class Watching(Shell):
             screen.line("exit")
             self.assertEqual(screen.exit_status(), "0")
             self.count(10 ** 8)
+
+    def test_a_stopped_watch_leaves_the_screen(self):
+        for watch, end in [("%s --state %s --watch 0.5 " % (TPCLI, self.state), r"^sh:\Z"),
+                           ("watch 0.5 ", IDLE)]:
+            screen = Screen("env PS1=sh: bash --norc --noprofile -i", environment={"HOME": self.folder})
+            self.addCleanup(screen.__exit__)
+            screen.wait("^sh:")
+            if end == IDLE:
+                screen.line("%s --state %s" % (TPCLI, self.state))
+                screen.wait(PROMPT)
+            screen.line(watch + self.COMMAND)
+            for resume, wanted in [("fg", "^Every 0.5 s"), ("bg", r"&\nsh:\Z"), ("fg", "^Every 0.5 s")]:
+                screen.wait("^Every 0.5 s", history=False)
+                screen.type("C-z")
+                self.assertNotIn("Every", screen.wait(r"Stopped(.|\n)*^sh:\Z", history=False))
+                screen.line(resume)
+                screen.wait(wanted, history=False)
+                if resume == "bg":  # nothing is drawn behind the back of who is typing
+                    screen.line("sleep 0.6; fg")
+            screen.type("C-c")
+            self.assertNotIn("Every", screen.wait(end, history=False))
+
+    def test_whatever_ends_a_watch_gives_the_terminal_back(self):
+        for signals in [[signal.SIGINT], [signal.SIGTERM], [signal.SIGHUP], [signal.SIGQUIT],
+                        # The second comes before the first is noticed.
+                        [signal.SIGSTOP, signal.SIGINT, signal.SIGTERM, signal.SIGCONT]]:
+            terminal, theirs = pty.openpty()
+            process = subprocess.Popen([TPCLI, "--state", self.state, "--watch", "0.1", *self.COMMAND.split()],
+                                       stdin=theirs, stdout=theirs, start_new_session=True)
+            os.close(theirs)
+            shown = os.read(terminal, 4096)
+            for number in signals:
+                process.send_signal(number)
+            try:
+                while piece := os.read(terminal, 4096):
+                    shown += piece
+            except OSError:  # the last who had it open is gone
+                os.close(terminal)
+            self.assertEqual(process.wait(), 130 if signals == [signal.SIGINT] else
+                             -(signal.SIGINT if signal.SIGSTOP in signals else signals[0]))
+            self.assertEqual(shown.count(b"\x1b[?1049h"), shown.count(b"\x1b[?1049l"))
+            self.assertRegex(shown, rb"\x1b\[\?25h\x1b\[\?1049l(exiting interrupted\r\n)?$")
 
     def test_without_a_terminal_reports_follow_each_other(self):
         process = subprocess.Popen([TPCLI, "--state", self.state, "--json", "--watch", "0.1", *self.COMMAND.split()],
