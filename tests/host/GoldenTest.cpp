@@ -1,7 +1,10 @@
 // The report of every command in tests/golden/commands.txt on an example state, against the file
 // that someone has read: of the branch, those that are named after it. scripts/golden writes the
 // files anew, for a person to read and compare.
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -66,9 +69,34 @@ std::string normalised(std::string report, const std::string& directory) {
     return std::regex_replace(report, std::regex("\"ageSeconds\":[0-9]+"), "\"ageSeconds\":0");
 }
 
+// Runs rates on a state that the platform writes anew between the two looks: tpcli sleeps there.
+Outcome runRates(const std::vector<std::string>& words) {
+    const TemporaryFolder state;
+    for (const char* const name : {"config.json", "status.json", "later/status.json"}) {
+        const std::string own = name[0] == 'l' ? "later.json" : name;
+        fileIs(state.file(own), contentsOf(EXAMPLES_DIR "/branch/" + std::string(name)));
+    }
+    std::vector<std::string> arguments = {"--state", state.path()};
+    arguments.insert(arguments.end(), words.begin(), words.end());
+    const int output = ::open(state.file("output").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    const pid_t process = startTpcli(arguments, state, output);
+    const std::string call = "/proc/" + std::to_string(process) + "/syscall";
+    const std::string sleeping = std::to_string(SYS_clock_nanosleep) + " ";
+    for (int i = 0; i < 10000 && !contentsOf(call).starts_with(sleeping); ++i) ::usleep(1000);
+    std::filesystem::rename(state.file("later.json"), state.file("status.json"));
+    const int status = waitFor(process);
+    return {status, contentsOf(state.file("output")), contentsOf(state.file("errors"))};
+}
+
 class Golden : public testing::TestWithParam<Case> {};
 
 TEST_P(Golden, isWhatSomeoneHasRead) {
+    if (GetParam().file.starts_with("rates-")) {
+        const Outcome outcome = runRates(GetParam().arguments);
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_EQ(outcome.output, contentsOf(folder + GetParam().file)) << outcome.errors;
+        return;
+    }
     const bool isOfBranch = GetParam().file.starts_with("branch-");
     const ExampleSwitch example(!GetParam().file.starts_with("packets-"));
     std::vector<std::string> arguments = {"--state",
@@ -92,7 +120,7 @@ TEST(GoldenShell, printsTheSame) {
     std::vector<std::string> arguments = {"--state", example.path(), "-c"};
     std::string expected;
     for (const Case& row : cases()) {
-        if (std::regex_match(row.file, std::regex("(packets|branch|compare)-?.*"))) continue;
+        if (std::regex_match(row.file, std::regex("(packets|branch|rates|compare)-?.*"))) continue;
         if (row.arguments.front().starts_with("--")) continue;
         std::string command;
         for (const std::string& word : row.arguments) command += word + ' ';
