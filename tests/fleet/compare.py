@@ -1,6 +1,7 @@
 """Randomly changed states against the changes made: what compare says must be those, all of them, and
 nothing else. The argument is the folder of the programs."""
 
+import collections
 import copy
 import json
 import pathlib
@@ -9,6 +10,9 @@ import subprocess
 import sys
 import tempfile
 import unittest
+
+sys.dont_write_bytecode = True
+from places import INTERFACES, Places  # noqa: E402
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 PROGRAMS = pathlib.Path(sys.argv.pop(1)).resolve()
@@ -41,6 +45,33 @@ def longest_run(numbers):
     return max(best, default=0)
 
 
+def prefix():
+    return f"100.{rng.randrange(64, 128)}.{rng.randrange(256)}.0/24"
+
+
+def prefix6():
+    return f"2001:db8:{rng.randrange(1, 65536):x}::/48"
+
+
+def span(most):
+    def make():
+        low = rng.randrange(1, most - 9)
+        return rng.choice((low, f"{low}-{low + rng.randrange(1, 9)}"))
+    return make
+
+
+def mac():
+    return f"00:00:5e:00:53:{rng.randrange(256):02x}"
+
+
+# Of each kind of field set the keys of its entries, and what makes one.
+KINDS = {"fieldSetIpPrefix": (("prefixes", "exceptPrefixes"), prefix),
+         "fieldSetIpv6Prefix": (("prefixes", "exceptPrefixes"), prefix6),
+         "fieldSetL4Port": (("ports",), span(65535)), "fieldSetVlan": (("vlans",), span(4094)), "mac": (("macAddrs",), mac)}
+KIND_KEYS = {"fieldSetIpPrefix": "ipv4Prefix", "fieldSetIpv6Prefix": "ipv6Prefix", "fieldSetL4Port": "l4Port",
+             "fieldSetVlan": "vlan", "mac": "mac"}
+
+
 class State:
     """A state, and what is done to it."""
 
@@ -48,6 +79,7 @@ class State:
         self.config = json.loads((ROOT / "examples/campus/config.json").read_text())
         self.status = json.loads((ROOT / "examples/campus/status.json").read_text())
         self.before = copy.deepcopy(self.config)
+        self.status_before = copy.deepcopy(self.status)
         self.rules = {}  # by policy and rule: what changed
         self.done = []
 
@@ -108,25 +140,63 @@ class State:
             rule["action"]["setTc"] = {"tc": 5}
         self.rules[name, rule["name"], "action", "setTc"] = True
 
-    def change_prefixes(self):
-        sets = self.config["fieldSetConfig"]["fieldSetIpPrefix"]
-        version = sets[rng.choice(sorted(sets))].setdefault("currCfg", {})
-        for key in ("prefixes", "exceptPrefixes"):
-            prefixes = version.setdefault(key, [])
-            for prefix in rng.sample(prefixes, min(len(prefixes), rng.randrange(3))):
-                prefixes.remove(prefix)
+    def change_entries(self):
+        kind = rng.choice(sorted(KINDS))
+        keys, make = KINDS[kind]
+        if kind == "mac":
+            sets = self.config["fieldSetMacAddr"][rng.choice(("cli", "controller", "nac"))]
+        else:
+            sets = self.config["fieldSetConfig"][kind]
+        if rng.random() < 0.2:
+            sets[f"NEW-{rng.randrange(1000)}"] = {"currCfg": {keys[0]: [make()]}}
+            return
+        if not sets:
+            return
+        name = rng.choice(sorted(sets))
+        if rng.random() < 0.2:
+            del sets[name]
+            return
+        version = sets[name].setdefault("currCfg", {})
+        if kind != "mac" and rng.random() < 0.2:
+            version["contentsSource"] = rng.choice(("static", "bgp"))
+        for key in keys:
+            entries = version.setdefault(key, [])
+            for entry in rng.sample(entries, min(len(entries), rng.randrange(3))):
+                entries.remove(entry)
             for _ in range(rng.randrange(3)):
-                prefix = f"100.{rng.randrange(64, 128)}.{rng.randrange(256)}.0/24"
-                if prefix not in prefixes:
-                    prefixes.append(prefix)
+                entry = make()
+                if entry not in entries:
+                    entries.append(entry)
 
     def change_attachment(self):
-        points = self.config[rng.choice(("intfConfigInput", "intfConfigOutput"))]
         policies = sorted(self.config["policyMapConfig"])
+        if rng.random() < 0.3:
+            points, name = self.config["vrfConfig"], rng.choice(("all", "default", "guest", "lab", "mgmt", "oob"))
+        else:
+            key = rng.choice(sorted(INTERFACES, key=str))
+            points = self.config[INTERFACES[key][0]]
+            name = ("Vlan" if key[0] == "vlan" else "Ethernet") + str(rng.randrange(1, 60))
         if rng.random() < 0.3 and points:
             del points[rng.choice(sorted(points))]
         else:
-            points[f"Ethernet{rng.randrange(1, 60)}"] = rng.choice(policies)
+            points[name] = rng.choice(policies)
+
+    def change_installation(self):
+        key = rng.choice(("interfaceInput", "interfaceOutput", "cpu", "cpuSoftware", "vlan"))
+        policies = self.status[key]["policyMapStatus"]
+        reports = policies[rng.choice(sorted(policies))].setdefault("intfStatus", {})
+        if not reports or rng.random() < 0.2:
+            reports[rng.choice({"vlan": ("Vlan20", "Vlan59"), "cpu": ("Cpu0", "Cpu3"), "cpuSoftware": ("Cpu5", "Cpu1")}
+                               .get(key, ("Ethernet1", "Ethernet59")))] = {"ipv4": {"state": "programmed"}}
+            return
+        name = rng.choice(sorted(reports))
+        if rng.random() < 0.2:
+            del reports[name]
+            return
+        entry = {"state": rng.choice(("programmed", "failed", "notReported", 3))}
+        if entry["state"] != "programmed" and rng.random() < 0.5:
+            entry["errorText"] = f"no room for {rng.randrange(9)}"
+        reports[name][rng.choice(("ipv4", "ipv4", "ipv6", "mac"))] = entry
 
     def change_policies(self):
         policies = self.config["policyMapConfig"]
@@ -137,22 +207,30 @@ class State:
 
     def change_something(self):
         rng.choice((self.move_rules, self.add_rule, self.remove_rule, self.change_rule, self.change_action,
-                    self.change_prefixes, self.change_attachment, self.change_policies))()
+                    self.change_entries, self.change_entries, self.change_attachment, self.change_installation,
+                    self.change_installation, self.change_policies))()
 
 
 def names(policy):
     return [rule["name"] for rule in sorted(policy.get("currCfg", {}).get("rules", []), key=lambda rule: rule["priority"])]
 
 
-def points(config):
-    return {(key, point): policy if isinstance(policy, list) else [policy]
-            for key in ("intfConfigInput", "intfConfigOutput") for point, policy in config.get(key, {}).items()}
+FieldSet = collections.namedtuple("FieldSet", "entries source has_version")
 
 
-def entries(config):
-    return {name: {*field_set.get("currCfg", {}).get("prefixes", []),
-                   *("except " + prefix for prefix in field_set.get("currCfg", {}).get("exceptPrefixes", []))}
-            for name, field_set in config["fieldSetConfig"]["fieldSetIpPrefix"].items()}
+def field_sets(config):
+    found = {}
+    for kind, (keys, _) in KINDS.items():
+        by_source = config["fieldSetMacAddr"] if kind == "mac" else {None: config["fieldSetConfig"][kind]}
+        for source, sets in by_source.items():
+            for name, field_set in sets.items():
+                version = field_set.get("currCfg", {})
+                entries = {("except " if key.startswith("except") else "") + str(entry)
+                           for key in keys for entry in version.get(key, [])}
+                origin = tuple(version.get(key) or default for key, default in
+                               (("contentsSource", "static"), ("urlPath", ""), ("urlVrf", "")))
+                found[KIND_KEYS[kind], source, name] = FieldSet(entries, origin, "currCfg" in field_set)
+    return found
 
 
 class Compare(unittest.TestCase):
@@ -165,7 +243,7 @@ class Compare(unittest.TestCase):
         return subprocess.run([PROGRAMS / "tpcli", *form, "compare", *map(str, words)], capture_output=True, text=True)
 
     def compare(self, state):
-        write(self.folder / "before", state.before, state.status)
+        write(self.folder / "before", state.before, state.status_before)
         write(self.folder / "after", state.config, state.status)
         done = self.run_compare(self.folder / "before", self.folder / "after", "detail")
         self.assertEqual(done.stderr, "")
@@ -181,11 +259,7 @@ class Compare(unittest.TestCase):
             report = self.compare(state)
             self.check_policies(state, report)
             self.check_field_sets(state, report)
-            before, after = points(state.before), points(state.config)
-            found = {("intfConfigInput" if row["direction"] == "input" else "intfConfigOutput", row["point"]):
-                     (row["before"], row["after"]) for row in report["attachments"] if row["pointKind"] == "interface"}
-            self.assertEqual(found, {key: (before.get(key, []), after.get(key, [])) for key in before.keys() | after.keys()
-                                     if before.get(key) != after.get(key)})
+            self.check_places(state, report)
             again = self.run_compare(self.folder / "after", self.folder / "after")
             self.assertEqual((again.returncode, json.loads(again.stdout)["isDifferent"]), (0, False))
 
@@ -210,11 +284,37 @@ class Compare(unittest.TestCase):
             self.assertEqual(changes, {key for key in state.rules if key[0] == name and key[1] in new})
 
     def check_field_sets(self, state, report):
-        before, after = entries(state.before), entries(state.config)
-        expected = {name: (sorted(after[name] - before[name]), sorted(before[name] - after[name]))
-                    for name in before if before[name] != after[name]}
-        found = {row["name"]: (sorted(row["added"]), sorted(row["removed"])) for row in report["fieldSets"]}
+        before, after = field_sets(state.before), field_sets(state.config)
+        expected = {}
+        none = FieldSet(set(), None, False)
+        for key in before.keys() | after.keys():
+            old, new = before.get(key, none), after.get(key, none)
+            change = "added" if key not in before else "removed" if key not in after else "changed"
+            moved = old.has_version and new.has_version and old.source != new.source
+            if change != "changed" or moved or old.entries != new.entries:
+                expected[key] = (change, len(old.entries), len(new.entries), sorted(new.entries - old.entries),
+                                 sorted(old.entries - new.entries), moved)
+        found = {(row["kind"], row.get("source"), row["name"]):
+                 (row["change"], row["entriesBefore"], row["entriesAfter"], sorted(row["added"]), sorted(row["removed"]),
+                  row["contentsSourceChanged"]) for row in report["fieldSets"]}
         self.assertEqual(found, expected)
+
+    def check_places(self, state, report):
+        before, after = Places(state.before, state.status_before), Places(state.config, state.status)
+
+        def changes(old, new, none):
+            return {key: (old.get(key, none), new.get(key, none)) for key in old.keys() | new.keys()
+                    if old.get(key, none) != new.get(key, none)}
+
+        def place(row):
+            return (row["pointKind"], row.get("direction"))
+
+        found = {(place(row), row["point"]): (row["before"], row["after"]) for row in report["attachments"]}
+        self.assertEqual(found, changes(before.configured, after.configured, []))
+        found = {(place(row), row["point"], row["policy"], row["family"], row["installedIn"]):
+                 tuple((row[when]["installation"], row[when].get("installationError")) for when in ("before", "after"))
+                 for row in report["installations"]}
+        self.assertEqual(found, changes(before.installations(), after.installations(), ("notAsked", None)))
 
     def test_statuses(self):
         state = ROOT / "examples/maintenance"
