@@ -126,7 +126,8 @@ void giveTerminalBack() {
     char piece[512];
     for (off_t at = 0;;) {
         const ssize_t count = ::pread(shared.messages, piece, sizeof piece, at);
-        if (count <= 0 || ::write(STDERR_FILENO, piece, static_cast<std::size_t>(count)) < 0) return;
+        if (count <= 0 || ::write(STDERR_FILENO, piece, static_cast<std::size_t>(count)) < 0)
+            return;
         at += count;
     }
 }

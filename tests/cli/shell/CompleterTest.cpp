@@ -31,7 +31,9 @@ class CompletionOfTheShell : public testing::Test {
 
     Completion completion(std::string_view line) const {
         return complete(line, loop_.grammar(),
-                        {&state_, [] { return std::vector<std::string>{"before", "at night"}; }});
+                        {&state_, [] {
+                             return std::vector<std::string>{"before", "at night"};
+                         }});
     }
     // What a Tab behind the line can become, with blanks between.
     std::string offered(std::string_view line) const {
@@ -54,7 +56,9 @@ TEST_F(CompletionOfTheShell, knowsHelpForEveryWord) {
     std::deque<std::pair<std::string, std::string>> lines = {{"", ""}};
     for (; !lines.empty(); lines.pop_front()) {
         const auto [line, last] = lines.front();
-        for (const auto& choice : complete(line, loop_.grammar(), {nullptr, [] { return std::vector<std::string>(); }}).choices) {
+        for (const auto& choice :
+             complete(line, loop_.grammar(), {nullptr, [] { return std::vector<std::string>(); }})
+                 .choices) {
             if (!seen.emplace(choice.text, last).second) continue;
             EXPECT_FALSE(choice.help.empty()) << line << choice.text;
             const bool isKeyword = choice.isTyped || choice.text == "|";
