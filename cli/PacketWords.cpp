@@ -6,12 +6,14 @@
 
 #include "base/Number.h"
 #include "cli/Filters.h"
+#include "hive/StructuredFilter.h"
 #include "names/AclNameMap.h"
 
 namespace Cli {
 
 namespace {
 
+using namespace Classification;
 using TrafficPolicyCli::AskedPoint;
 using TrafficPolicyCli::Diagnosis::Field;
 using TrafficPolicyCli::Diagnosis::fieldAt;
@@ -26,25 +28,27 @@ using MatchOption = PolicyMap::ClassMapMatchOption;
     throw CommandError(token.position, inQuotes(token.text) + " " + why, expected);
 }
 
-U32 numberOf(const Token& token, U32 highest) {
-    const Base::Bounds bounds{0, highest};
-    if (const auto number = Base::parseNumber(token.text, bounds)) {
+template <class Range>
+U32 numberOf(const Token& token, bool /*isIpv4*/) {
+    if (const auto number = Base::parseNumber(token.text, Range::bounds)) {
         return static_cast<U32>(*number);
     }
-    const auto fault = Base::numberFault(token.text, bounds);
+    const auto fault = Base::numberFault(token.text, Range::bounds);
     refuse(token, std::string(fault.wrong),
-           fault.right.empty() ? "a number " + bounds.stringValue() : fault.right);
+           fault.right.empty() ? "a number " + Range::bounds.stringValue() : fault.right);
 }
 
 // A value by its name, or its number.
-template <class NameOf>
-U32 namedNumber(const Token& token, U32 highest, const NameOf& nameOf,
-                const std::string& expected) {
-    for (U32 value = 0; value <= highest; ++value) {
+template <class Range, class NameOf>
+U32 namedNumber(const Token& token, const NameOf& nameOf, const std::string& example) {
+    for (U32 value = 0; value <= Range::bounds.highest; ++value) {
         if (nameOf(value) == token.text) return value;
     }
-    const auto number = Base::parseNumber(token.text, {0, highest});
-    if (!number) refuse(token, "is unknown", expected);
+    const auto number = Base::parseNumber(token.text, Range::bounds);
+    if (!number) {
+        refuse(token, "is unknown",
+               "a number " + Range::bounds.stringValue() + ", or a name, as " + example);
+    }
     return static_cast<U32>(*number);
 }
 
@@ -56,7 +60,13 @@ U32 protocolNumber(const Token& token, bool isIpv4) {
         }
         return isIpv4 ? names->ipv4ProtocolName(value) : names->ipv6ProtocolName(value);
     };
-    return namedNumber(token, 255, nameOf, "a number 0 to 255, or a name, as tcp");
+    return namedNumber<ProtocolRange>(token, nameOf, "tcp");
+}
+
+U32 dscpNumber(const Token& token, bool /*isIpv4*/) {
+    const auto names = AclNameMap::instance();
+    return namedNumber<DscpRange>(
+        token, [&](U32 dscp) { return names->dscpName(dscp); }, "ef");
 }
 
 // Calls visit with each part of a list with commas.
@@ -70,7 +80,7 @@ void eachPart(std::string_view text, const Visit& visit) {
     }
 }
 
-U32 flagsOf(const Token& token) {
+U32 flagsOf(const Token& token, bool /*isIpv4*/) {
     U32 flags = 0;
     if (token.text == "none") return flags;
     eachPart(token.text, [&](std::string_view name) {
@@ -84,21 +94,42 @@ U32 flagsOf(const Token& token) {
     return flags;
 }
 
-// The fields with a plain number, and the greatest.
-struct NumberField {
+// Fragments are told by their offset plus 1; 0 is what is no fragment.
+U32 fragmentOf(const Token& token, bool /*isIpv4*/) {
+    if (token.text == "no") return 0;
+    const auto number = Base::parseNumber(token.text, FragmentOffsetRange::bounds);
+    if (!number) {
+        refuse(token, "is no fragment offset",
+               "no, or the offset in units of 8 bytes, " +
+                   FragmentOffsetRange::bounds.stringValue() + ", 0 for the first");
+    }
+    return static_cast<U32>(*number) + 1;
+}
+
+U32 isYes(const Token& token, bool /*isIpv4*/) { return token.label == "yes" ? 1 : 0; }
+
+// How the words of the fields are read that stand for one number, in the order in which they are
+// looked at.
+struct FieldWord {
     Field field;
-    U32 highest;
+    U32 (*number)(const Token& token, bool isIpv4);
 };
-constexpr NumberField numberFields[] = {
-    {Field::sourcePort, 65535},
-    {Field::destinationPort, 65535},
-    {Field::icmpType, 255},
-    {Field::icmpCode, 255},
-    {Field::ecn, 3},
-    {Field::ttl, 255},
-    {Field::length, 65535},
+constexpr FieldWord fieldWords[] = {
+    {Field::sourcePort, numberOf<PortRange>},
+    {Field::destinationPort, numberOf<PortRange>},
+    {Field::icmpType, numberOf<IcmpTypeRange>},
+    {Field::icmpCode, numberOf<IcmpCodeRange>},
+    {Field::ecn, numberOf<EcnRange>},
+    {Field::ttl, numberOf<TtlRange>},
+    {Field::length, numberOf<PacketLengthRange>},
+    {Field::ipOptions, isYes},
+    {Field::tracked, isYes},
+    {Field::bgpNeighbor, isYes},
+    {Field::protocol, protocolNumber},
+    {Field::dscp, dscpNumber},
+    {Field::tcpFlags, flagsOf},
+    {Field::fragment, fragmentOf},
 };
-constexpr Field switchFields[] = {Field::ipOptions, Field::tracked, Field::bgpNeighbor};
 
 // One header as it was typed: for each field the keyword and the value.
 struct TypedField {
@@ -159,20 +190,23 @@ class PacketReader {
         const Token* detail = nullptr;
         while (at < tokens.size()) {
             const Token& keyword = tokens[at];
-            const bool isInner = inner_ != nullptr;
-            if (keyword.label == "inner" || keyword.label == "detail") {
-                const Token*& word = keyword.label == "inner" ? inner_ : detail;
-                if (word != nullptr) refuseTwice(keyword);
-                word = &keyword;
+            if (keyword.label == "inner") {
+                once(inner_, keyword);
                 ++at;
-                continue;
+            } else if (keyword.label == "detail") {
+                once(detail, keyword);
+                ++at;
+            } else {
+                TypedField& typed = typedOf(keyword.label, inner_ != nullptr);
+                once(typed.keyword, keyword);
+                typed.value = &tokens[at + 1];
+                at += 2;
             }
-            TypedField& typed = keyword.label == "family" ? typedFamily_[isInner ? 1 : 0]
-                                                          : typedOf(keyword.label, isInner);
-            if (typed.keyword != nullptr) refuseTwice(keyword);
-            typed = {&keyword, &tokens[at + 1]};
-            at += 2;
         }
+    }
+    static void once(const Token*& word, const Token& keyword) {
+        if (word != nullptr) refuseTwice(keyword);
+        word = &keyword;
     }
     [[noreturn]] static void refuseTwice(const Token& keyword) {
         throw CommandError(keyword.position, "\"" + std::string(keyword.label) + "\" stands twice",
@@ -180,6 +214,7 @@ class PacketReader {
     }
 
     TypedField& typedOf(std::string_view name, bool isInner) {
+        if (name == "family") return typedFamily_[isInner ? 1 : 0];
         U32 index = 0;
         while (fieldName(static_cast<Field>(index)) != name) ++index;
         return typed_[isInner ? 1 : 0][index];
@@ -190,87 +225,66 @@ class PacketReader {
 
     // The family of a header, by its word and its addresses, which must agree.
     MatchOption familyOf(bool isInner) {
-        auto& family = family_[isInner ? 1 : 0];
-        const TypedField& word = typedFamily_[isInner ? 1 : 0];
-        if (word.value != nullptr) {
-            for (const auto option :
-                 {MatchOption::ipv4, MatchOption::ipv6, MatchOption::mac, MatchOption::mpls}) {
-                if (matchOptionName(option) == word.value->label) family = option;
-            }
-            const bool isIp = family == MatchOption::ipv4 || family == MatchOption::ipv6;
-            if (isInner && !isIp) refuse(*word.value, "is in no tunnel", "ipv4 or ipv6");
+        if (const Token* const word = typedFamily_[isInner ? 1 : 0].value) {
+            namedFamily(*word, isInner);
         }
         for (const Field field : {Field::source, Field::destination}) {
-            const Token* const value = typedOf(field, isInner).value;
-            if (value == nullptr) continue;
-            const auto address = Wire::IpGenAddr::parse(value->text);
-            if (!address) {
-                refuse(*value, "is no address", "an address, as 10.1.2.3 or 2001:db8::1");
+            if (const Token* const value = typedOf(field, isInner).value) {
+                address(field, *value, isInner);
             }
-            const bool isIpv4 = address->family() == Wire::AddressFamily::ipv4;
-            const auto option = isIpv4 ? MatchOption::ipv4 : MatchOption::ipv6;
-            if (family && *family != option) {
-                refuse(*value, "is of another family than the words before",
-                       "an address of the family " + std::string(matchOptionName(*family)));
-            }
-            family = option;
-            addresses_.push_back({fieldAt(field, isInner), FieldValue::address(*address)});
         }
-        return family.value_or(MatchOption::ipv4);
+        return family_[isInner ? 1 : 0].value_or(MatchOption::ipv4);
+    }
+
+    void namedFamily(const Token& word, bool isInner) {
+        auto& family = family_[isInner ? 1 : 0];
+        for (const auto option :
+             {MatchOption::ipv4, MatchOption::ipv6, MatchOption::mac, MatchOption::mpls}) {
+            if (matchOptionName(option) == word.label) family = option;
+        }
+        const bool isIp = family == MatchOption::ipv4 || family == MatchOption::ipv6;
+        if (isInner && !isIp) refuse(word, "is in no tunnel", "ipv4 or ipv6");
+    }
+
+    void address(Field field, const Token& value, bool isInner) {
+        auto& family = family_[isInner ? 1 : 0];
+        const auto address = Wire::IpGenAddr::parse(value.text);
+        if (!address) {
+            refuse(value, "is no address", "an address, as 10.1.2.3 or 2001:db8::1");
+        }
+        const bool isIpv4 = address->family() == Wire::AddressFamily::ipv4;
+        const auto option = isIpv4 ? MatchOption::ipv4 : MatchOption::ipv6;
+        if (family && *family != option) {
+            refuse(value, "is of another family than the words before",
+                   "an address of the family " + std::string(matchOptionName(*family)));
+        }
+        family = option;
+        addresses_.push_back({fieldAt(field, isInner), FieldValue::address(*address)});
     }
 
     void header(bool isInner, bool isIpv4) {
         for (const auto& [field, value] : addresses_) packet_->valueIs(field, value);
         addresses_.clear();
-        const auto set = [&](Field field, U32 number) {
-            packet_->numberIs(fieldAt(field, isInner), number);
-        };
-        const auto valueOf = [&](Field field) { return typedOf(field, isInner).value; };
-        for (const auto& [field, highest] : numberFields) {
-            if (const Token* const value = valueOf(field)) set(field, numberOf(*value, highest));
+        for (const FieldWord& word : fieldWords) {
+            const Token* const value = typedOf(word.field, isInner).value;
+            if (value == nullptr) continue;
+            packet_->numberIs(fieldAt(word.field, isInner), word.number(*value, isIpv4));
         }
-        for (const Field field : switchFields) {
-            if (const Token* const value = valueOf(field))
-                set(field, value->label == "yes" ? 1 : 0);
-        }
-        if (const Token* const value = valueOf(Field::protocol)) {
-            set(Field::protocol, protocolNumber(*value, isIpv4));
-        }
-        if (const Token* const value = valueOf(Field::dscp)) {
-            const auto names = AclNameMap::instance();
-            set(Field::dscp, namedNumber(
-                                 *value, 63, [&](U32 dscp) { return names->dscpName(dscp); },
-                                 "a number 0 to 63, or a name, as ef"));
-        }
-        if (const Token* const value = valueOf(Field::tcpFlags)) {
-            set(Field::tcpFlags, flagsOf(*value));
-        }
-        if (const Token* const value = valueOf(Field::fragment)) {
-            set(Field::fragment, value->text == "no" ? 0 : offsetOf(*value) + 1);
-        }
-        if (const Token* const value = valueOf(Field::vlan)) {
+        if (const Token* const value = typedOf(Field::vlan, isInner).value) {
             if (isInner) refuse(*value, "is in no tunnel", "vlan before inner");
             tags(*value);
         }
-    }
-
-    static U32 offsetOf(const Token& token) {
-        const auto number = Base::parseNumber(token.text, {0, 8191});
-        if (!number) {
-            refuse(token, "is no fragment offset",
-                   "no, or the offset in units of 8 bytes, 0 to 8191, 0 for the first");
-        }
-        return static_cast<U32>(*number);
     }
 
     void tags(const Token& token) {
         std::vector<U32> tags;
         if (token.text != "none") {
             eachPart(token.text, [&](std::string_view part) {
-                const auto number = Base::parseNumber(part, {1, 4094});
+                const auto number = Base::parseNumber(part, VlanRange::bounds);
                 if (!number || tags.size() == 2) {
                     refuse(token, "is no tag",
-                           "VLANs 1 to 4094, as 10, or 10,20 for two tags; or none");
+                           "VLANs " + VlanRange::bounds.stringValue() +
+                               ", as 10, or 10,20 for two tags; or none");
                 }
                 tags.push_back(static_cast<U32>(*number) + 1);
             });

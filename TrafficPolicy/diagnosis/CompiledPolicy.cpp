@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "model/IpCriteria.h"
+
 namespace TrafficPolicyCli::Diagnosis {
 
 namespace {
@@ -53,12 +55,11 @@ Values valuesOf(const Ranges& ranges, const Names& names, const ValuesOf& values
 
 // The flags of a header that one of the groups holds for.
 Values flagValues(const Orb::HashSet2018<TcpFlagAndMask>& groups) {
-    constexpr U32 syn = 2, rst = 4, ack = 16, established = 0x100, initialSyn = 0x200;
     Intervals intervals;
-    for (U32 flags = 0; flags < 64; ++flags) {
+    for (U32 flags = 0; flags <= allTcpFlags; ++flags) {
         U32 all = flags;
-        if ((flags & (ack | rst)) != 0) all |= established;
-        if ((flags & syn) != 0 && (flags & ack) == 0) all |= initialSyn;
+        if ((flags & (TcpBit::ack | TcpBit::rst)) != 0) all |= TcpBit::established;
+        if ((flags & TcpBit::syn) != 0 && (flags & TcpBit::ack) == 0) all |= TcpBit::initialSyn;
         for (const TcpFlagAndMask& group : groups) {
             if ((all & group.mask) != (U32{group.flag} & group.mask)) continue;
             intervals.push_back(ValueSet::numbers(flags, flags));
@@ -150,11 +151,11 @@ class CompiledPolicy::Compiler {
         vlanTags(filter);
         for (const AddressForms& forms : sides) addresses(filter, forms);
         if (filter.protocols()) protocols(filter.protocols());
-        ranges(Field::length, filter.length());
-        if (filter.fragment()) fragment(*filter.fragment());
-        ranges(Field::dscp, filter.dscp());
-        ranges(Field::ecn, filter.ecn());
-        ranges(Field::ttl, filter.ttl());
+        forEachIpCriterion(
+            [&](const auto& numeric) { ranges(numeric.field, (filter.*numeric.ranges)()); },
+            [&] {
+                if (filter.fragment()) fragment(*filter.fragment());
+            });
         if (filter.neighborsProtocol() == NeighborsProtocol::bgp) isSet(Field::bgpNeighbor);
         if (filter.l4Protocol() == L4Protocol::bgp) bgp();
         if (filter.ipOptions()) ofIp(Field::ipOptions, share({ValueSet::numbers(1, 1)}));
@@ -183,7 +184,12 @@ class CompiledPolicy::Compiler {
     }
     template <class Range>
     void ranges(Field field, const Orb::HashSet2018<Range>& numbers) {
-        if (numbers) ofIp(field, share(intervalsOf(numbers)));
+        if (!numbers) return;
+        if (field == Field::otherCriteria) {
+            compiled_.asksOther = true;
+        } else {
+            ofIp(field, share(intervalsOf(numbers)));
+        }
     }
 
     // A second tag is there only behind a first one. No packet told of has a third.

@@ -3,34 +3,39 @@
 #include <algorithm>
 #include <string>
 
+#include "hive/StructuredFilter.h"
+
 namespace TrafficPolicyCli::Diagnosis {
 
 namespace {
 
+using namespace Classification;
+
 struct FieldRow {
     std::string_view name;
-    U32 highest;  // of numbers; addresses go over all values
+    U64 highest;  // of numbers; addresses go over all values
 };
 
-constexpr U32 anyAddress = ~U32{0};
+constexpr U64 anyAddress = ~U64{0};
+constexpr U64 tagOrNone = 0xfff + 1;  // of 12 bits
 
 // By Field, from 0.
 constexpr FieldRow fieldRows[innerFields] = {
     {"source", anyAddress},
     {"destination", anyAddress},
-    {"protocol", 255},
-    {"source-port", 65535},
-    {"destination-port", 65535},
-    {"tcp-flags", 63},
-    {"icmp-type", 255},
-    {"icmp-code", 255},
-    {"dscp", 63},
-    {"ecn", 3},
-    {"ttl", 255},
-    {"length", 65535},
-    {"fragment", 8192},
-    {"vlan", 4096},
-    {"vlan", 4096},
+    {"protocol", ProtocolRange::bounds.highest},
+    {"source-port", PortRange::bounds.highest},
+    {"destination-port", PortRange::bounds.highest},
+    {"tcp-flags", allTcpFlags},
+    {"icmp-type", IcmpTypeRange::bounds.highest},
+    {"icmp-code", IcmpCodeRange::bounds.highest},
+    {"dscp", DscpRange::bounds.highest},
+    {"ecn", EcnRange::bounds.highest},
+    {"ttl", TtlRange::bounds.highest},
+    {"length", PacketLengthRange::bounds.highest},
+    {"fragment", FragmentOffsetRange::bounds.highest + 1},
+    {"vlan", tagOrNone},
+    {"vlan", tagOrNone},
     {"ip-options", 1},
     {"tracked", 1},
     {"bgp-neighbor", 1},
@@ -41,9 +46,9 @@ ValueSet valuesOf(Field field) {
         return ValueSet(
             {ValueSet::numbers(0, 0), ValueSet::numbers(4, 4), ValueSet::numbers(6, 6)});
     }
-    const U32 highest = fieldRows[static_cast<U32>(field) % innerFields].highest;
+    const U64 highest = fieldRows[static_cast<U32>(field) % innerFields].highest;
     if (highest == anyAddress) return ValueSet({ValueSet::Interval{{}, {~U64{0}, ~U64{0}}}});
-    return ValueSet({ValueSet::numbers(0, highest)});
+    return ValueSet({ValueSet::numbers(0, static_cast<U32>(highest))});
 }
 
 constexpr Field portFields[] = {Field::sourcePort, Field::destinationPort};

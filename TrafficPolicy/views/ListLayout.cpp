@@ -1,8 +1,9 @@
 // The map of labels and the lines of lists.
 #include "views/ListLayout.h"
 
-#include <iterator>
+#include <array>
 
+#include "model/IpCriteria.h"
 #include "names/AclNameMap.h"
 #include "orb/Assert.h"
 
@@ -15,20 +16,17 @@ struct CliMapEntry {
     std::string_view jsonName;
 };
 
-// Ascending by label.
-constexpr CliMapEntry cliMap[] = {
+// Beside the labels of numeric criteria, which stand in their rows.
+constexpr CliMapEntry otherLabels[] = {
     {"802.1Q VLAN", "dot1qVlans"},
-    {"DSCP", "dscps"},
     {"Destination port", "destPorts"},
     {"Destination port field-set", "destL4PortFieldSets"},
     {"Destination prefix", "destPrefixes"},
     {"Destination prefix (longest prefix match)", "destLpmPrefixes"},
     {"Destination prefix field-set", "destPrefixSets"},
-    {"ECN", "ecns"},
     {"Fragment: offset", "fragmentOffsets"},
     {"ICMP code", "icmpCodes"},
     {"ICMP type", "icmpTypes"},
-    {"IP length", "ipLengths"},
     {"Protocol", "protocols"},
     {"Set DSCP", "setDscp"},
     {"Set Traffic Class", "setTc"},
@@ -38,9 +36,18 @@ constexpr CliMapEntry cliMap[] = {
     {"Source prefix (longest prefix match)", "srcLpmPrefixes"},
     {"Source prefix field-set", "srcPrefixSets"},
     {"TCP flags", "tcpFlags"},
-    {"TTL", "ttls"},
 };
-static_assert(std::ranges::is_sorted(cliMap, {}, &CliMapEntry::label) && std::size(cliMap) == 22);
+
+constexpr auto cliMap = [] {
+    constexpr std::size_t numericCriteria = std::tuple_size_v<decltype(ipCriteria)> - 1;
+    std::array<CliMapEntry, std::size(otherLabels) + numericCriteria> map{};
+    auto* next = std::ranges::copy(otherLabels, map.begin()).out;
+    forEachNumericCriterion([&](const auto& criterion) {
+        *next++ = {criterion.label, criterion.jsonName};
+    });
+    std::ranges::sort(map, {}, &CliMapEntry::label);
+    return map;
+}();
 
 // The directory of singletons keeps the map alive, so no reference is counted per value.
 const AclNameMap& aclNames() {
@@ -54,7 +61,7 @@ std::string_view jsonNameOf(std::string_view label) {
     // Every list asks once. Labels of different lengths differ at once, so a walk costs less than a
     // binary search, which compares texts at every step.
     const auto* const entry = std::ranges::find(cliMap, label, &CliMapEntry::label);
-    const auto* const jsonName = entry == std::end(cliMap) ? nullptr : &entry->jsonName;
+    const auto* const jsonName = entry == cliMap.end() ? nullptr : &entry->jsonName;
     ORB_ASSERT(!!jsonName && "Invalid mapping in cliMap");
     SHOW_TRACE(8, label << " --> " << *jsonName);
     return *jsonName;

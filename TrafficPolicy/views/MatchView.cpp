@@ -2,6 +2,7 @@
 // forms in which it can be given, of which at most one is used.
 #include "views/MatchView.h"
 
+#include "model/IpCriteria.h"
 #include "orb/Assert.h"
 #include "views/FieldSetReferenceView.h"
 #include "views/ProtocolView.h"
@@ -215,11 +216,11 @@ void renderMatches(const CriteriaView& view, const PolicyMap::ClassMapMatch& mat
         renderLpmPrefixes(view, filter, forms);
     }
     if (filter.protocols()) renderProtocol(view, filter, false);
-    renderRanges(view, "IP length", filter.length());
-    if (filter.fragment()) renderFragment(view, *filter.fragment());
-    renderRanges(view, "DSCP", filter.dscp());
-    renderRanges(view, "ECN", filter.ecn());
-    renderRanges(view, "TTL", filter.ttl());
+    forEachIpCriterion(
+        [&](const auto& numeric) { renderRanges(view, numeric.label, (filter.*numeric.ranges)()); },
+        [&] {
+            if (filter.fragment()) renderFragment(view, *filter.fragment());
+        });
     renderKeywords(view, filter);
     renderOtherCriteria(view, filter);
     if (filter.innerMatch()) renderInnerMatch(view, *filter.innerMatch());

@@ -179,4 +179,20 @@ class ORB_EXPORT OtherAction : public Action {
     OtherAction() : Action(ActionType::other) {}
 };
 
+// The classes above. One that is missing here does not link.
+#define POLICY_MAP_ACTIONS(DO)     \
+    DO(Action)                     \
+    DO(GotoAction)                 \
+    DO(RedirectNexthopAction)      \
+    DO(RedirectNexthopGroupAction) \
+    DO(SetAggGroupAction)          \
+    DO(SetVrfAction)               \
+    DO(SetDscpAction)              \
+    DO(SetTcAction)                \
+    DO(StripHeaderBytesAction)     \
+    DO(SetIdentityTagAction)       \
+    DO(PoliceAction)               \
+    DO(CountAction)                \
+    DO(OtherAction)
+
 }  // namespace PolicyMap

@@ -155,6 +155,7 @@ struct NamedCounterKey {
 struct CounterVersion {
     Keel::UniqueId uniqueId;
     U64 packets = 0;
+    friend bool operator==(const CounterVersion&, const CounterVersion&) = default;
     Orb::String stringValue() const {
         return uniqueId.stringValue() + ": " + std::to_string(packets) + " packets";
     }
@@ -174,6 +175,7 @@ struct Clear {
     Orb::String user;      // empty: not known
     Orb::String terminal;  // as "pts/3"; empty: none, or not known
     bool isKnown() const { return time.count() > 0 && !user.empty(); }
+    friend bool operator==(const Clear&, const Clear&) = default;
     Orb::String stringValue() const { return std::to_string(time.count()) + " " + user; }
 };
 

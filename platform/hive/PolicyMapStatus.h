@@ -14,6 +14,7 @@ enum class InstallState : U32 { notReported = 0, programmed = 1, failed = 2 };
 struct Installation {
     InstallState state = InstallState::notReported;
     Orb::String errorText;
+    friend bool operator==(const Installation&, const Installation&) = default;
     Orb::String stringValue() const {
         return std::to_string(static_cast<U32>(state)) + " " + errorText;
     }

@@ -1,12 +1,13 @@
 // Ranges of numbers that rules match, and the flags and types of TCP and ICMP. Each type of range
 // has the bounds of its numbers, from which readers, filters and messages take them. All bounds are
-// inclusive; ranges order by (low, high).
+// inclusive; ranges order by (low, high). Those of plain numbers in the IP header stand beside
+// their criteria in StructuredFilter.h.
 #pragma once
 
 #include <compare>
 
 #include "base/Number.h"
-#include "orb/HashMap2018.h"
+#include "orb/Same.h"
 
 namespace Classification {
 
@@ -23,57 +24,29 @@ struct NumericalRange {
     Orb::String stringValue() const { return Base::rangeText(low, high); }
 };
 
-// IP packet length in bytes.
-struct PacketLengthRange : NumericalRange {
+// A range of numbers from lowest to highest, of a kind of its own.
+template <U32 lowest, U32 highest, class Kind>
+struct RangeOf : NumericalRange {
     using NumericalRange::NumericalRange;
-    static constexpr Base::Bounds bounds{0, 65535};
-};
-// Fragment offset in units of 8 bytes (RFC 791).
-struct FragmentOffsetRange : NumericalRange {
-    using NumericalRange::NumericalRange;
-    static constexpr Base::Bounds bounds{0, 8191};
-};
-// Differentiated services code point (RFC 2474).
-struct DscpRange : NumericalRange {
-    using NumericalRange::NumericalRange;
-    static constexpr Base::Bounds bounds{0, 63};
-};
-// Explicit congestion notification (RFC 3168).
-struct EcnRange : NumericalRange {
-    using NumericalRange::NumericalRange;
-    static constexpr Base::Bounds bounds{0, 3};
-};
-// Time to live or hop limit.
-struct TtlRange : NumericalRange {
-    using NumericalRange::NumericalRange;
-    static constexpr Base::Bounds bounds{0, 255};
-};
-// IP protocol number (IANA "Protocol Numbers").
-struct ProtocolRange : NumericalRange {
-    using NumericalRange::NumericalRange;
-    static constexpr Base::Bounds bounds{0, 255};
-};
-// TCP, UDP or SCTP port.
-struct PortRange : NumericalRange {
-    using NumericalRange::NumericalRange;
-    static constexpr Base::Bounds bounds{0, 65535};
-};
-// VLAN id (IEEE 802.1Q).
-struct VlanRange : NumericalRange {
-    using NumericalRange::NumericalRange;
-    static constexpr Base::Bounds bounds{1, 4094};
-};
-// ICMP code.
-struct IcmpCodeRange : NumericalRange {
-    using NumericalRange::NumericalRange;
-    static constexpr Base::Bounds bounds{0, 255};
+    static constexpr Base::Bounds bounds{lowest, highest};
 };
 
+// IP protocol number (IANA "Protocol Numbers").
+using ProtocolRange = RangeOf<0, 255, struct ProtocolNumber>;
+// TCP, UDP or SCTP port.
+using PortRange = RangeOf<0, 65535, struct PortNumber>;
+// VLAN id (IEEE 802.1Q).
+using VlanRange = RangeOf<1, 4094, struct VlanId>;
+using IcmpCodeRange = RangeOf<0, 255, struct IcmpCode>;
+
 // ICMP types with the codes they are restricted to; no codes: unrestricted.
-struct IcmpTypeRange : NumericalRange {
-    using NumericalRange::NumericalRange;
-    static constexpr Base::Bounds bounds{0, 255};
+struct IcmpTypeRange : RangeOf<0, 255, struct IcmpType> {
+    using RangeOf::RangeOf;
     Orb::HashSet2018<IcmpCodeRange> codes;
+
+    friend bool operator==(const IcmpTypeRange& a, const IcmpTypeRange& b) {
+        return a.low == b.low && a.high == b.high && Orb::isSame(a.codes, b.codes);
+    }
 };
 
 // A TCP flag, or a keyword that is matched like one.
@@ -83,11 +56,23 @@ struct TcpFlag {
     bool isKeyword;  // alone in its group, and set
 };
 
-// In the order in which the flags of a group are shown (RFC 9293).
+// The bits of the TCP header (RFC 9293), and those of the keywords.
+namespace TcpBit {
+inline constexpr U16 fin = 0x001, syn = 0x002, rst = 0x004, psh = 0x008, ack = 0x010, urg = 0x020;
+inline constexpr U16 established = 0x100;  // ack or rst
+inline constexpr U16 initialSyn = 0x200;   // syn without ack
+}  // namespace TcpBit
+
+// In the order in which the flags of a group are shown.
 inline constexpr TcpFlag tcpFlags[] = {
-    {"initial-syn", 0x200, true}, {"established", 0x100, true}, {"ack", 0x010, false},
-    {"fin", 0x001, false},        {"psh", 0x008, false},        {"rst", 0x004, false},
-    {"syn", 0x002, false},        {"urg", 0x020, false},
+    {"initial-syn", TcpBit::initialSyn, true},
+    {"established", TcpBit::established, true},
+    {"ack", TcpBit::ack, false},
+    {"fin", TcpBit::fin, false},
+    {"psh", TcpBit::psh, false},
+    {"rst", TcpBit::rst, false},
+    {"syn", TcpBit::syn, false},
+    {"urg", TcpBit::urg, false},
 };
 
 // One group of TCP flags that must hold together: the bits of the mask are looked at, and each must

@@ -40,6 +40,9 @@ class ORB_EXPORT ProtoField : public Orb::PtrInterface {
 
 enum class FragmentType : U8 { matchAll = 0, matchOffset = 2 };
 
+using FragmentOffsetRange =
+    RangeOf<0, 8191, struct FragmentOffset>;  // in units of 8 bytes (RFC 791)
+
 // A match of fragments: all of them, or those at some offsets.
 class ORB_EXPORT Fragment : public Orb::PtrInterface {
     ORB_KEYED_TYPE(Fragment, type, FragmentType)
@@ -49,6 +52,11 @@ class ORB_EXPORT Fragment : public Orb::PtrInterface {
 enum class NeighborsProtocol : U8 { none = 0, bgp = 1 };
 enum class L4Protocol : U8 { none = 0, bgp = 1 };
 enum class EncapsulationType : U8 { gtpv1 = 0 };
+
+using PacketLengthRange = RangeOf<0, 65535, struct PacketLength>;  // of the IP packet, in bytes
+using DscpRange = RangeOf<0, 63, struct Dscp>;  // differentiated services code point (RFC 2474)
+using EcnRange = RangeOf<0, 3, struct Ecn>;     // explicit congestion notification (RFC 3168)
+using TtlRange = RangeOf<0, 255, struct Ttl>;   // time to live or hop limit
 
 class InnerMatch;
 

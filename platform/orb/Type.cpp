@@ -63,6 +63,22 @@ std::vector<const TypeInfo*> registeredTypes() {
     return all;
 }
 
+bool sameRecords(const PtrInterface* a, const PtrInterface* b) {
+    if (a == b) return true;
+    if (a == nullptr || b == nullptr || &a->fwkType() != &b->fwkType()) return false;
+    return a->fwkType().allAttributes(
+        [&](const Attribute& attribute) { return attribute.isSame(*a, *b); });
+}
+
+std::vector<std::string_view> differences(const PtrInterface& a, const PtrInterface& b) {
+    std::vector<std::string_view> names;
+    a.fwkType().allAttributes([&](const Attribute& attribute) {
+        if (!attribute.isSame(a, b)) names.push_back(attribute.name);
+        return true;
+    });
+    return names;
+}
+
 namespace Detail {
 
 void argumentMismatch(const TypeInfo& type, std::size_t position) {

@@ -21,7 +21,7 @@
 #include <variant>
 #include <vector>
 
-#include "orb/Ptr.h"
+#include "orb/Same.h"
 
 namespace Orb {
 
@@ -77,6 +77,7 @@ struct Attribute {
     std::string_view name;
     std::string_view declaredType;  // as written in the declaration
     Value (*value)(const PtrInterface& object);
+    bool (*isSame)(const PtrInterface& a, const PtrInterface& b);  // of two objects of the type
 };
 
 class ORB_EXPORT TypeInfo {
@@ -93,6 +94,12 @@ class ORB_EXPORT TypeInfo {
     const TypeInfo* base() const { return base_; }
     // The attributes of the base types, then the type's own, in declaration order.
     std::vector<Attribute> attributes() const;
+    // Calls visit(attribute) for each of them until a call returns false. Says whether none did.
+    template <class Visit>
+    bool allAttributes(const Visit& visit) const {
+        return (base_ == nullptr || base_->allAttributes(visit)) &&
+               std::all_of(attributes_.begin(), attributes_.end(), visit);
+    }
     // An attribute by name; null when there is none.
     const Attribute* attribute(std::string_view name) const;
 
@@ -125,6 +132,10 @@ class ORB_EXPORT TypeInfo {
 ORB_EXPORT const TypeInfo* typeByName(std::string_view name);
 // All registered types, ascending by name.
 ORB_EXPORT std::vector<const TypeInfo*> registeredTypes();
+
+// The names of the attributes in which two records of one type differ, in the order of their
+// declaration.
+ORB_EXPORT std::vector<std::string_view> differences(const PtrInterface& a, const PtrInterface& b);
 
 namespace Detail {
 
@@ -332,8 +343,13 @@ bool registerFactory() {
     static_assert(__LINE__ - orbFirstLine < ::Orb::Detail::maxLines);                        \
     template <class OrbSelf>                                                                 \
     static ::Orb::Attribute orbAttribute(::Orb::Detail::Line<__LINE__ - orbFirstLine>) {     \
-        return {#attribute, #__VA_ARGS__, [](const ::Orb::PtrInterface& object) {            \
+        return {#attribute, #__VA_ARGS__,                                                    \
+                [](const ::Orb::PtrInterface& object) {                                      \
                     return ::Orb::valueOf(static_cast<const OrbSelf&>(object).attribute##_); \
+                },                                                                           \
+                [](const ::Orb::PtrInterface& a, const ::Orb::PtrInterface& b) {             \
+                    return ::Orb::isSame(static_cast<const OrbSelf&>(a).attribute##_,        \
+                                         static_cast<const OrbSelf&>(b).attribute##_);       \
                 }};                                                                          \
     }                                                                                        \
                                                                                              \

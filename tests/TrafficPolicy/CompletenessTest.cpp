@@ -1,8 +1,9 @@
 // A criterion that is forgotten in one place makes a rule look wider than it is. Each attribute of
-// a filter has a row here, and is read, shown, and asked of packets.
+// a filter has a row here, and is read, shown, asked of packets, and told when it differs.
 #include "ViewsFixture.h"
 #include "diagnosis/CompiledPolicy.h"
 #include "diagnosis/MatchingFixture.h"
+#include "diagnosis/Sameness.h"
 
 namespace TrafficPolicyCli::Diagnosis {
 
@@ -48,6 +49,13 @@ TEST(Completeness, everyCriterionIsReadShownAndAsked) {
         ASSERT_EQ(policy.size(), 1U);
         const CompiledRule& rule = policy.rule(0);
         EXPECT_TRUE(rule.asksOther || !rule.clauses.empty());
+
+        const auto plain = policyState({{"r", "{}"}});
+        const Orb::String name = "r";
+        const auto difference = differenceOf({name, 0, versionOf(asked)->classMap(name), nullptr},
+                                             {name, 0, versionOf(plain)->classMap(name), nullptr});
+        ASSERT_EQ(difference.criteria.size(), 1U);
+        EXPECT_EQ(difference.criteria[0].key, attribute.name);
     }
 }
 

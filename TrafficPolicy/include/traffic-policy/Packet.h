@@ -4,10 +4,12 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <optional>
 #include <string_view>
 
 #include "hive/MatchOption.h"
+#include "hive/Ranges.h"
 #include "traffic-policy/ValueSet.h"
 
 namespace TrafficPolicyCli::Diagnosis {
@@ -22,7 +24,7 @@ enum class Field : U8 {
     protocol,    // IANA "Protocol Numbers", 0 to 255
     sourcePort,  // of TCP, UDP, UDP-Lite, SCTP, DCCP
     destinationPort,
-    tcpFlags,  // fin 1, syn 2, rst 4, psh 8, ack 16, urg 32
+    tcpFlags,  // a sum of Classification::TcpBit, of flags only
     icmpType,
     icmpCode,
     dscp,
@@ -150,7 +152,18 @@ inline constexpr U32 protocolIcmpv6 = 58;
 inline constexpr U32 portBgp = 179;
 inline constexpr U32 portGtpU = 2152;
 
-// The names of TCP flags by bit, from the lowest.
-inline constexpr std::string_view tcpFlagNames[] = {"fin", "syn", "rst", "psh", "ack", "urg"};
+// All flags of a TCP header, and their names by bit, from the lowest.
+inline constexpr U32 allTcpFlags = [] {
+    U32 bits = 0;
+    for (const auto& flag : Classification::tcpFlags) bits |= flag.isKeyword ? 0U : flag.bit;
+    return bits;
+}();
+inline constexpr auto tcpFlagNames = [] {
+    std::array<std::string_view, std::popcount(allTcpFlags)> names;
+    for (const auto& flag : Classification::tcpFlags) {
+        if (!flag.isKeyword) names[std::countr_zero(flag.bit)] = flag.name;
+    }
+    return names;
+}();
 
 }  // namespace TrafficPolicyCli::Diagnosis

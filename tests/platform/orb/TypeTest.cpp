@@ -146,6 +146,46 @@ TEST(Type, saysWhichArgumentsItExpected) {
     EXPECT_TRUE(typeOf("TypeTest::Switch").create({U32{1}, nullptr}));
 }
 
+TEST(Type, comparesRecordsByWhatTheyHold) {
+    const auto filled = [](bool isReversed) {
+        const Ptr<Switch> box = new Switch(1, new Port("et1"));
+        box->enabledIs(true);
+        box->zoneIs("a", Color::green);
+        box->slotIs(1, Ptr<const Port>(new Port("et2")));
+        box->portIs("et3")->speedIs(10);
+        for (U32 i = 0; i < 20; ++i) {
+            box->prefixIs(*Wire::IpGenPrefix::parse(
+                "10.0.0." + std::to_string(isReversed ? 19 - i : i) + "/32"));
+        }
+        return box;
+    };
+    const auto box = filled(false);
+    const struct {
+        const char* differs;
+        void (*change)(Switch& other);
+    } rows[] = {
+        {"enabled", [](Switch& other) { other.enabledIs(false); }},
+        {"uplink", [](Switch& other) { other.uplinkIs(Ptr<const Port>(new Port("et9"))); }},
+        {"uplink", [](Switch& other) { other.uplinkIs(Ptr<const Port>()); }},
+        {"zone", [](Switch& other) { other.zoneIs("b", Color::green); }},
+        {"prefix",
+         [](Switch& other) { other.prefixDel(*Wire::IpGenPrefix::parse("10.0.0.7/32")); }},
+        {"slot", [](Switch& other) { other.slotIs(0, Ptr<const Port>(new Port("et2"))); }},
+        {"port", [](Switch& other) { other.portIs("et3")->speedIs(40); }},
+    };
+    EXPECT_TRUE(Orb::sameRecords(box.get(), filled(true).get()));
+    for (const auto& [differs, change] : rows) {
+        const auto other = filled(true);
+        change(*other);
+        EXPECT_FALSE(Orb::sameRecords(box.get(), other.get())) << differs;
+        EXPECT_EQ(Orb::differences(*box, *other), std::vector<std::string_view>{differs});
+    }
+    const Ptr<Device> device = new Device(1);
+    EXPECT_FALSE(Orb::sameRecords(box.get(), device.get()));
+    EXPECT_FALSE(Orb::sameRecords(box.get(), nullptr));
+    EXPECT_TRUE(Orb::sameRecords(nullptr, nullptr));
+}
+
 TEST(Type, countsLiveObjectsWithThoseOfDerivedTypes) {
     const U64 devices = Device::orbType().liveCount();
     {
