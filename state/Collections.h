@@ -2,12 +2,15 @@
 // Types of objects are tables: one row per key, with the functions that read and write its value.
 #pragma once
 
+#include <deque>
+#include <exception>
 #include <utility>
 #include <vector>
 
 #include "orb/HashMap2018.h"
 #include "orb/RbTreeMap.h"
 #include "state/Node.h"
+#include "state/SecondThread.h"
 #include "state/Writer.h"
 
 namespace StateDirectory {
@@ -61,7 +64,9 @@ void readObject(const Node& node, std::span<const Key<Target>> keys,
                 std::type_identity_t<Target>& target) {
     U64 seen = 0;
     std::size_t next = 0;  // most documents have their keys in the order of the table
-    for (const auto& [name, element] : node.object()) {
+    for (Members members(node); members.next();) {
+        const std::string_view name = members.name();
+        const Node value = members.node();
         std::size_t tried = 0;
         while (tried < keys.size() && keys[next % keys.size()].name != name) {
             ++next;
@@ -69,7 +74,6 @@ void readObject(const Node& node, std::span<const Key<Target>> keys,
         }
         if (tried == keys.size()) node.refuseKey(name, namesOf(keys));
         next %= keys.size();
-        const Node value(node, name, element);
         const U64 bit = U64{1} << next;
         if ((seen & bit) != 0) value.refuseRepeated();
         seen |= bit;
@@ -126,19 +130,85 @@ void enterNew(Map& map, typename MapTypes<Map>::Key key, Value... value) {
     }
 }
 
+// Room for the members or elements of a value, as far as their number is known.
+template <class Collection, class Value>
+void reserveFor(Collection& collection, const Node& node, Value (Node::*value)() const) {
+    if constexpr (requires { collection.reserve(0); }) {
+        if (node.pieces() == nullptr) {
+            collection.reserve(static_cast<U32>((node.*value)().size()));
+        }
+    }
+}
+
 // Reads an object as a map: readKey(member, text) gives the key of a member, which it may refuse,
 // and readValue(member, key) its value. Refuses repeated keys.
 template <class Map, class ReadKey, class ReadValue>
 Map readMap(const Node& node, ReadKey readKey, ReadValue readValue) {
     Map map;
-    const simdjson::dom::object object = node.object();
-    if constexpr (requires { map.reserve(0); }) map.reserve(static_cast<U32>(object.size()));
-    for (const auto& [name, element] : object) {
-        const Node member(node, name, element);
-        typename MapTypes<Map>::Key key = readKey(member, name);
+    reserveFor(map, node, &Node::object);
+    for (Members members(node); members.next();) {
+        const Node member = members.node();
+        typename MapTypes<Map>::Key key = readKey(member, members.name());
         if (map.contains(key)) member.refuseRepeated();
         auto value = readValue(member, std::as_const(key));
         enterNew(map, std::move(key), std::move(value));
+    }
+    return map;
+}
+
+// What a task has read of a map: the members of one run of the text.
+template <class Key, class Value>
+struct MapPart {
+    simdjson::padded_string text;
+    std::vector<std::pair<Key, Value>> entries;
+    std::exception_ptr fault;
+};
+
+// The same, on two threads where the document is read in pieces: readKey and readValue may be
+// called on both at once.
+template <class Map, class ReadKey, class ReadValue>
+Map readMapTogether(const Node& node, ReadKey readKey, ReadValue readValue) {
+    if (node.pieces() == nullptr) return readMap<Map>(node, readKey, readValue);
+    using Key = typename MapTypes<Map>::Key;
+    using Part = MapPart<Key, decltype(readValue(node, std::declval<const Key&>()))>;
+    std::deque<Part> parts;
+    const auto readMember = [&](Part& part, std::string_view name, const Node& member) {
+        Key key = readKey(member, name);
+        auto value = readValue(member, std::as_const(key));
+        part.entries.emplace_back(std::move(key), std::move(value));
+    };
+    {
+        SecondThread& second = node.pieces()->second();
+        const SecondThread::Finishing finishing(second);
+        Pieces::Walk walk(*node.pieces(), '{');
+        while (walk.next()) {
+            Part& part = parts.emplace_back();
+            if (!walk.isRun()) {
+                readMember(part, walk.key(), Node(node, Step{walk.key()}, *node.pieces()));
+                continue;
+            }
+            part.text = simdjson::padded_string(walk.run());
+            second.offer([&] {
+                try {
+                    readRun(part.text, [&](simdjson::dom::element run) {
+                        for (const auto& [name, element] : simdjson::dom::object(run)) {
+                            readMember(part, name, Node(node, Step{name}, element));
+                        }
+                    });
+                } catch (...) {
+                    part.fault = std::current_exception();
+                }
+                part.text = simdjson::padded_string();
+            });
+        }
+    }
+    Map map;
+    for (Part& part : parts) {
+        if (part.fault) std::rethrow_exception(part.fault);
+        for (auto& [key, value] : part.entries) {
+            if (map.contains(key)) throw NotInPieces();
+            enterNew(map, std::move(key), std::move(value));
+        }
     }
     return map;
 }
@@ -147,11 +217,9 @@ Map readMap(const Node& node, ReadKey readKey, ReadValue readValue) {
 template <class Set, class ReadValue>
 Set readSet(const Node& node, ReadValue readValue) {
     Set set;
-    const simdjson::dom::array list = node.list();
-    if constexpr (requires { set.reserve(0); }) set.reserve(static_cast<U32>(list.size()));
-    std::size_t index = 0;
-    for (const simdjson::dom::element element : list) {
-        const Node item(node, index++, element);
+    reserveFor(set, node, &Node::list);
+    for (Elements elements(node); elements.next();) {
+        const Node item = elements.node();
         typename MapTypes<Set>::Key value = readValue(item);
         if (set.contains(value)) item.refuseRepeated();
         enterNew(set, std::move(value));
@@ -166,15 +234,6 @@ void writeSet(Writer& writer, const Set& set, Write write) {
     writer.list([&] {
         for (const auto& value : set) write(value);
     });
-}
-
-// Calls read(item) for each element of a list.
-template <class Read>
-void readList(const Node& node, Read read) {
-    std::size_t index = 0;
-    for (const simdjson::dom::element element : node.list()) {
-        read(Node(node, index++, element));
-    }
 }
 
 }  // namespace StateDirectory

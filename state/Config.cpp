@@ -82,11 +82,11 @@ Orb::Ptr<const ClassMapConfig> readClassMap(const Node& node, const Rule& rule) 
 void readRules(const Node& node, PolicyMapSubConfig& version) {
     Orb::HashMap2018<Orb::String, Orb::Ptr<const ClassMapConfig>> classMap;
     Orb::HashMap2018<Orb::String, Orb::Ptr<const PolicyClassAction>> policyAction;
-    const auto count = static_cast<U32>(node.list().size());
-    classMap.reserve(count);
-    policyAction.reserve(count);
+    reserveFor(classMap, node, &Node::list);
+    reserveFor(policyAction, node, &Node::list);
     Orb::RbTreeMap<U32, Orb::String> priorities;
-    readList(node, [&](const Node& item) {
+    for (Elements elements(node); elements.next();) {
+        const Node item = elements.node().whole();
         Rule rule;
         readObject(item, ruleKeys, rule);
         if (classMap.contains(rule.name)) {
@@ -106,7 +106,7 @@ void readRules(const Node& node, PolicyMapSubConfig& version) {
             policyAction.insertNew({rule.name, std::move(actions)});
         }
         priorities.is(rule.priority, std::move(rule.name));
-    });
+    }
     version.classPriorityIs(std::move(priorities));
     version.classMapIs(std::move(classMap));
     version.policyActionIs(std::move(policyAction));
@@ -143,7 +143,7 @@ Orb::Ptr<const TrafficPolicy::TrafficPolicyConfig> readPolicies(const Node& node
     using Policies = Orb::RbTreeMap<Orb::String, Orb::Ptr<const PolicyMapConfig>>;
     auto config = Orb::make<TrafficPolicy::TrafficPolicyConfig>();
     config->policyMapConfigIs(
-        readMap<Policies>(node, nameKey, [](const Node& member, const Orb::String& name) {
+        readMapTogether<Policies>(node, nameKey, [](const Node& member, const Orb::String& name) {
             auto policy = Orb::make<PolicyMapConfig>(name);
             readObject(member, policyKeys, *policy);
             return Orb::Ptr<const PolicyMapConfig>(policy);
@@ -159,7 +159,8 @@ Orb::String readPoliciesAt(const Node& node, const More& more) {
     if (!node.element().is_array()) node.refuseType("a name, or a list of names");
     Orb::String first;
     Orb::HashSet2018<Orb::String> seen;
-    readList(node, [&](const Node& item) {
+    for (Elements elements(node); elements.next();) {
+        const Node item = elements.node();
         Orb::String name = readName(item);
         if (seen.contains(name)) item.refuseRepeated();
         seen.insertNew(name);
@@ -168,7 +169,7 @@ Orb::String readPoliciesAt(const Node& node, const More& more) {
         } else {
             first = std::move(name);
         }
-    });
+    }
     if (first.empty()) node.refuse("an empty list", "at least one name");
     return first;
 }

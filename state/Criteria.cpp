@@ -29,14 +29,15 @@ constexpr Key<VlanRangeSet> vlanTagKeys[] = {
 };
 
 void readVlanTags(const Node& node, StructuredFilter& filter) {
-    readList(node, [&](const Node& item) {
+    for (Elements elements(node); elements.next();) {
+        const Node item = elements.node();
         auto tag = Orb::make<VlanRangeSet>();
         readObject(item, vlanTagKeys, *tag);
         if (tag->vlans() && tag->vlanFieldSets()) {
             item.refuse("both \"vlans\" and \"vlanFieldSets\"", "one of them");
         }
         filter.vlanTagsIs(filter.vlanTags().size(), Orb::Ptr<const VlanRangeSet>(tag));
-    });
+    }
 }
 
 void writeVlanTags(Writer& writer, const StructuredFilter& filter) {
@@ -52,11 +53,12 @@ constexpr Key<PortField> portFieldKeys[] = {
 };
 
 void readPortFields(const Node& node, ProtoField& proto) {
-    readList(node, [&](const Node& item) {
+    for (Elements elements(node); elements.next();) {
+        const Node item = elements.node();
         auto field = Orb::make<PortField>();
         readObject(item, portFieldKeys, *field);
         proto.portFieldsIs(proto.portFields().size(), Orb::Ptr<const PortField>(field));
-    });
+    }
 }
 
 constexpr Key<TcpFlagAndMask> tcpFlagKeys[] = {
@@ -138,7 +140,8 @@ constexpr Key<IcmpTypeRange> icmpTypeKeys[] = {
 
 void readIcmpTypes(const Node& node, ProtoField& proto) {
     Orb::HashSet2018<NumericalRange> seen;
-    readList(node, [&](const Node& item) {
+    for (Elements elements(node); elements.next();) {
+        const Node item = elements.node();
         IcmpTypeRange types;
         readObject(item, icmpTypeKeys, types);
         const NumericalRange range(types.low, types.high);
@@ -146,7 +149,7 @@ void readIcmpTypes(const Node& node, ProtoField& proto) {
             item.member("type").refuse("this type appears twice", "each type once");
         seen.insertNew(range);
         proto.icmpTypesIs(proto.icmpTypes().size(), std::move(types));
-    });
+    }
 }
 
 constexpr Key<ProtoField> protoFieldKeys[] = {

@@ -1,18 +1,14 @@
-// Opening never waits (a FIFO without a writer would), and nothing but a regular file is read. Text
-// and parser are freed before the values are walked: only the parsed form stays. A message about a
-// value reads the text once more to tell its line.
+// Text and parser are freed before the values are walked: only the parsed form stays. A message
+// about a value reads the text once more to tell its line.
 #include "state/Document.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 #include <new>
 
 #include "base/Escape.h"
-#include "base/File.h"
+#include "state/OpenDocument.h"
 #include "state/SyntaxFault.h"
 
 namespace StateDirectory {
@@ -24,59 +20,35 @@ namespace {
     throw StateError(name + ": " + wrong + ", expected " + expected);
 }
 
-[[noreturn]] void refuseUnreadable(const std::string& name, const std::string& wrong,
-                                   const std::string& expected = "a readable regular file") {
-    throw UnreadableError(name + ": " + wrong + ", expected " + expected);
-}
-
-[[noreturn]] void refuseFailed(const std::string& name, const char* operation) {
-    refuseUnreadable(name, std::string(operation) + ": " + std::strerror(errno));
-}
-
 // How many of the bytes that were asked for are there.
-std::size_t readAll(const Base::FileDescriptor& file, const std::string& name, char* data,
+std::size_t readAll(const Base::FileDescriptor& file, const std::string& path, char* data,
                     std::size_t size) {
     std::size_t done = 0;
     while (done < size) {
         const ssize_t count = ::read(file.number(), data + done, size - done);
         if (count < 0 && errno == EINTR) continue;
-        if (count < 0) refuseFailed(name, "cannot be read");
+        if (count < 0) refuseFailed(path, "cannot be read");
         if (count == 0) break;
         done += static_cast<std::size_t>(count);
     }
     return done;
 }
 
-// written: gets the time of the file; may be null.
-simdjson::padded_string readFile(const std::string& path, const std::string& name,
-                                 Orb::Seconds* written) {
-    const Base::FileDescriptor file(
-        ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
-    if (!file.isOpen()) refuseFailed(name, "cannot be opened");
-    struct stat status {};
-    if (::fstat(file.number(), &status) != 0) refuseFailed(name, "cannot be read");
-    if (!S_ISREG(status.st_mode)) refuseUnreadable(name, "is not a regular file");
-    const auto size = static_cast<std::size_t>(status.st_size);
-    if (size > Document::maxSize) {
-        refuseUnreadable(name, "has " + std::to_string(size) + " bytes",
-                         "at most " + std::to_string(Document::maxSize));
-    }
-    simdjson::padded_string text(size);
-    if (size > 0 && text.data() == nullptr) throw std::bad_alloc();
-    if (readAll(file, name, text.data(), size) != size) {
-        refuseUnreadable(name, "became shorter while it was being read",
+simdjson::padded_string readFile(const std::string& path, const OpenDocument& document) {
+    simdjson::padded_string text(document.size);
+    if (document.size > 0 && text.data() == nullptr) throw std::bad_alloc();
+    if (readAll(document.file, path, text.data(), document.size) != document.size) {
+        refuseUnreadable(path, "became shorter while it was being read",
                          "a document that nobody is changing");
-    }
-    if (written != nullptr) {
-        *written = Orb::Seconds(static_cast<double>(status.st_mtim.tv_sec) +
-                                static_cast<double>(status.st_mtim.tv_nsec) * 1e-9);
     }
     return text;
 }
 
 simdjson::dom::element parse(const std::string& path, const std::string& name,
                              simdjson::dom::document& parsed, Orb::Seconds& written) {
-    const simdjson::padded_string text = readFile(path, name, &written);
+    const OpenDocument document = openDocument(path);
+    written = document.written;
+    const simdjson::padded_string text = readFile(path, document);
     simdjson::dom::parser parser;
     simdjson::dom::element root;
     const simdjson::error_code error = parser.parse_into_document(parsed, text).get(root);
@@ -154,7 +126,7 @@ Document::Document(const std::string& path)
 
 std::string Document::placeOf(std::span<const Step> way, Spot spot) const {
     try {
-        const simdjson::padded_string text = readFile(path_, name_, nullptr);
+        const simdjson::padded_string text = readFile(path_, openDocument(path_));
         const auto offset = offsetOf(text, way, spot);
         if (!offset || *offset >= text.size()) return "";
         const TextPlace place = placeAt(text, *offset);

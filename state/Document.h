@@ -10,8 +10,8 @@ namespace StateDirectory {
 
 class Document {
   public:
-    // Reads a regular file of at most maxSize bytes. Throws UnreadableError when that fails, and
-    // StateError when the text is no JSON.
+    // Reads a regular file of at most OpenDocument::maxSize bytes. Throws UnreadableError when that
+    // fails, and StateError when the text is no JSON.
     explicit Document(const std::string& path);
 
     // Valid as long as the document.
@@ -23,8 +23,6 @@ class Document {
     // Where in the text a value or a key stands, for a message: ", line 3, column 7". The text is
     // read once more; empty when it is not what it was.
     std::string placeOf(std::span<const Step> way, Spot spot) const;
-
-    static constexpr std::size_t maxSize = std::size_t{1} << 30;
 
   private:
     std::string path_;

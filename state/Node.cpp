@@ -76,44 +76,44 @@ std::string anyOf(std::span<const std::string_view> words) {
 
 simdjson::dom::object Node::object() const {
     simdjson::dom::object value;
-    if (!isOf(element_, value)) refuseType("an object");
+    if (!isOf(element(), value)) refuseType("an object");
     return value;
 }
 
 simdjson::dom::array Node::list() const {
     simdjson::dom::array value;
-    if (!isOf(element_, value)) refuseType("a list");
+    if (!isOf(element(), value)) refuseType("a list");
     return value;
 }
 
 bool Node::boolean() const {
     bool value = false;
-    if (!isOf(element_, value)) refuseType("true or false");
+    if (!isOf(element(), value)) refuseType("true or false");
     return value;
 }
 
 std::string_view Node::text() const {
     std::string_view value;
-    if (!isOf(element_, value)) refuseType("a string");
+    if (!isOf(element(), value)) refuseType("a string");
     return value;
 }
 
 U64 Node::number(Base::Bounds bounds) const {
     U64 value = 0;
-    if (isOf(element_, value) && bounds.holds(value)) return value;
+    if (isOf(element(), value) && bounds.holds(value)) return value;
     const std::string expected = "a whole number from " + bounds.stringValue();
-    if (!element_.is_number()) refuseType(expected);
-    if (element_.type() == simdjson::dom::element_type::DOUBLE)
+    if (!element().is_number()) refuseType(expected);
+    if (element().type() == simdjson::dom::element_type::DOUBLE)
         refuse("is a number with a fraction or an exponent", expected);
-    refuse(simdjson::minify(element_) + " is out of range", expected);
+    refuse(simdjson::minify(element()) + " is out of range", expected);
 }
 
 double Node::seconds() const {
     constexpr double endOfTheYear9999 = 253402300800.0;
     double value = 0;
-    if (!isOf(element_, value)) refuseType("a number of seconds");
+    if (!isOf(element(), value)) refuseType("a number of seconds");
     if (value < 0 || value >= endOfTheYear9999) {
-        refuse(simdjson::minify(element_) + " is out of range", "a point in time of 1970 to 9999");
+        refuse(simdjson::minify(element()) + " is out of range", "a point in time of 1970 to 9999");
     }
     return value;
 }
@@ -121,16 +121,25 @@ double Node::seconds() const {
 std::size_t Node::oneOf(std::span<const std::string_view> words, const std::string& orElse) const {
     const auto expected = [&] { return anyOf(words) + (orElse.empty() ? "" : ", or " + orElse); };
     std::string_view word;
-    if (!isOf(element_, word)) refuseType(expected());
+    if (!isOf(element(), word)) refuseType(expected());
     const auto known = std::ranges::find(words, word);
     if (known == words.end()) refuse("unknown word " + inQuotes(word), expected());
     return static_cast<std::size_t>(known - words.begin());
 }
 
-const Document& Node::document() const {
+Node Node::whole() const {
+    Node node = *this;
+    if (pieces_ != nullptr) {
+        node.element_ = pieces_->value();
+        node.pieces_ = nullptr;
+    }
+    return node;
+}
+
+const Document* Node::document() const {
     const Node* node = this;
     while (node->parent_ != nullptr) node = node->parent_;
-    return *node->document_;
+    return node->document_;
 }
 
 std::vector<Step> Node::way() const {
@@ -144,8 +153,10 @@ std::vector<Step> Node::way() const {
 
 void Node::fail(std::vector<Step> wayToSpot, Spot spot, const std::string& wrong,
                 const std::string& expected) const {
-    throw StateError(document().name() + ": at \"" + pointerText(way()) + "\"" +
-                     document().placeOf(wayToSpot, spot) + ": " + wrong + ", expected " + expected);
+    const Document* const document = this->document();
+    if (document == nullptr) throw NotInPieces();
+    throw StateError(document->name() + ": at \"" + pointerText(way()) + "\"" +
+                     document->placeOf(wayToSpot, spot) + ": " + wrong + ", expected " + expected);
 }
 
 void Node::refuse(const std::string& wrong, const std::string& expected, Spot spot) const {
@@ -153,7 +164,7 @@ void Node::refuse(const std::string& wrong, const std::string& expected, Spot sp
 }
 
 void Node::refuseType(const std::string& expected) const {
-    refuse("is " + typeName(element_.type()), expected);
+    refuse("is " + typeName(element().type()), expected);
 }
 
 void Node::refuseKey(std::string_view key, std::span<const std::string_view> known) const {
@@ -168,7 +179,7 @@ void Node::refuseKey(std::string_view key, std::span<const std::string_view> kno
 
 void Node::refuseRepeated() const {
     if (step_.isElement())
-        refuse(shown(element_) + " appears twice in the list", "each value once");
+        refuse(shown(element()) + " appears twice in the list", "each value once");
     refuse("the key " + inQuotes(step_.key) + " appears twice in the object", "each key once",
            Spot::secondKey);
 }

@@ -4,6 +4,7 @@
 
 #include <simdjson.h>
 
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -12,7 +13,7 @@
 #include "base/Number.h"
 #include "base/Text.h"
 #include "orb/Types.h"
-#include "state/StateError.h"
+#include "state/Pieces.h"
 
 namespace StateDirectory {
 
@@ -37,16 +38,30 @@ class Node {
     Node(const Document& document, simdjson::dom::element element)
         : document_(&document), element_(element) {}
     // A member of an object or an element of a list. The parent and the key outlive the node.
-    Node(const Node& parent, std::string_view key, simdjson::dom::element element)
-        : parent_(&parent), step_{key}, element_(element) {}
-    Node(const Node& parent, std::size_t index, simdjson::dom::element element)
-        : parent_(&parent), step_{{}, index}, element_(element) {}
+    Node(const Node& parent, Step step, simdjson::dom::element element)
+        : parent_(&parent), step_(step), element_(element) {}
+
+    // The same of a document, or a large member of one, that is read in pieces: its value is an
+    // object or list that can be walked once, now. Everything else throws NotInPieces, refusing
+    // included.
+    explicit Node(Pieces& pieces) : pieces_(&pieces) {}
+    Node(const Node& parent, Step step, Pieces& pieces)
+        : parent_(&parent), step_(step), pieces_(&pieces) {}
 
     // REQUIRES: not the root.
     const Node& parent() const { return *parent_; }
-    simdjson::dom::element element() const { return element_; }
+    simdjson::dom::element element() const {
+        if (pieces_ != nullptr) throw NotInPieces();
+        return element_;
+    }
+    // Null when all of the value is there.
+    Pieces* pieces() const { return pieces_; }
+    // The same with all of the value.
+    Node whole() const;
     // A member that the object has.
-    Node member(std::string_view key) const { return {*this, key, element_.at_key(key).value()}; }
+    Node member(std::string_view key) const {
+        return {*this, Step{key}, element().at_key(key).value()};
+    }
 
     // The value as one of these types; refuses any other.
     simdjson::dom::object object() const;
@@ -75,13 +90,80 @@ class Node {
   private:
     [[noreturn]] void fail(std::vector<Step> way, Spot spot, const std::string& wrong,
                            const std::string& expected) const;
-    const Document& document() const;
+    // Null when it is read in pieces.
+    const Document* document() const;
     std::vector<Step> way() const;
 
     const Document* document_ = nullptr;
     const Node* parent_ = nullptr;
     Step step_;  // from the parent
+    Pieces* pieces_ = nullptr;
     simdjson::dom::element element_;
 };
+
+// A walk over the members of an object, or the elements of a list. Refuses any other value.
+//
+//     for (Members members(node); members.next();) read(members.name(), members.node());
+template <class Container>
+class Children {
+  public:
+    static constexpr bool haveNames = std::is_same_v<Container, simdjson::dom::object>;
+
+    explicit Children(const Node& parent) : parent_(parent) {
+        if (parent.pieces() != nullptr) {
+            walk_.emplace(*parent.pieces(), haveNames ? '{' : '[');
+        } else if constexpr (haveNames) {
+            begin(parent.object());
+        } else {
+            begin(parent.list());
+        }
+    }
+
+    // Goes on to the next one, the first at first; false at the end.
+    bool next() {
+        while (!(next_ != end_)) {
+            if (!walk_ || !walk_->next()) return false;
+            if (!walk_->isRun()) {
+                step_ = haveNames ? Step{walk_->key()} : Step{{}, index_++};
+                isLarge_ = true;
+                return true;
+            }
+            begin(Container(parent_.pieces()->parsed(walk_->run())));
+            isLarge_ = false;
+        }
+        if constexpr (haveNames) {
+            step_ = {next_.key()};
+            element_ = next_.value();
+        } else {
+            step_ = {{}, index_++};
+            element_ = *next_;
+        }
+        ++next_;
+        return true;
+    }
+
+    std::string_view name() const requires haveNames { return step_.key; }
+    // Valid until the next step.
+    Node node() const {
+        return isLarge_ ? Node(parent_, step_, *parent_.pieces()) : Node(parent_, step_, element_);
+    }
+
+  private:
+    void begin(const Container& container) {
+        next_ = container.begin();
+        end_ = container.end();
+    }
+
+    const Node& parent_;
+    typename Container::iterator next_;
+    typename Container::iterator end_;
+    Step step_;
+    std::size_t index_ = 0;
+    simdjson::dom::element element_;
+    bool isLarge_ = false;
+    std::optional<Pieces::Walk> walk_;
+};
+using Members = Children<simdjson::dom::object>;
+using Elements = Children<simdjson::dom::array>;
 
 }  // namespace StateDirectory

@@ -45,8 +45,9 @@ void readByPolicy(const Node& node, Enter enter) {
     using Names = Orb::HashSet2018<std::string_view>;
     const auto walk = [](const Node& object, auto&& visit) {
         Names seen;
-        for (const auto& [name, element] : object.object()) {
-            const Node member(object, name, element);
+        for (Members members(object); members.next();) {
+            const std::string_view name = members.name();
+            const Node member = members.node();
             nameKey(member, name);
             if (seen.contains(name)) member.refuseRepeated();
             seen.insertNew(name);
@@ -118,11 +119,11 @@ constexpr Key<Counter> counterKeys[] = {
      [](Writer& writer, const Counter& from) { writeName(writer, from.terminal()); }},
     {"policyClear",
      [](const Node& node, Counter& to) {
-         for (const auto& [name, element] : node.object()) {
-             const Node member(node, name, element);
+         for (Members members(node); members.next();) {
+             const Node member = members.node();
              Clear clear;
              readObject(member, clearKeys, clear);
-             const Orb::String policy = nameKey(member, name);
+             const Orb::String policy = nameKey(member, members.name());
              if (to.policyClear(policy) != nullptr) member.refuseRepeated();
              to.policyClearIs(policy, clear);
          }
@@ -183,9 +184,9 @@ constexpr Key<Marks> marksKeys[] = {
      Presence::required},
     {"marks",
      [](const Node& node, Marks& to) {
-         for (const auto& [name, element] : node.object()) {
-             const Node member(node, name, element);
-             const auto [mark, isNew] = to.marks.try_emplace(nameKey(member, name));
+         for (Members members(node); members.next();) {
+             const Node member = members.node();
+             const auto [mark, isNew] = to.marks.try_emplace(nameKey(member, members.name()));
              if (!isNew) member.refuseRepeated();
              readObject(member, snapshotsKeys, mark->second);
          }

@@ -1,39 +1,60 @@
 #include "state/State.h"
 
-#include <future>
-
 #include "state/Config.h"
 #include "state/Document.h"
 #include "state/ImportedDirectory.h"
+#include "state/Reading.h"
+#include "state/SecondThread.h"
 #include "state/Status.h"
 
 namespace StateDirectory {
 
 namespace {
 
-// Returns when the document was written.
-Orb::Seconds readDocument(const std::string& path, State& state,
-                          void (*read)(const Node& root, State& state)) {
-    const Document document(path);
-    read(document.root(), state);
-    return document.written();
-}
+using Read = void (*)(const Node& root, State& state);
 
-}  // namespace
-
-namespace {
-
-State readFolder(const std::string& folder) {
-    // The documents fill different members, so that two threads may fill one state.
+// readDocument(path, read, state, second) returns when the document was written. The documents fill
+// different members, so that two threads may fill one state.
+template <class ReadDocument>
+State readDocuments(const std::string& folder, const ReadDocument& readDocument) {
     State state;
-    auto status =
-        std::async([&] { return readDocument(folder + "/status.json", state, readStatus); });
-    readDocument(folder + "/config.json", state, readConfig);
-    state.statusWritten = status.get();
+    SecondThread second([&] {
+        state.statusWritten = readDocument(folder + "/status.json", readStatus, state, second);
+    });
+    readDocument(folder + "/config.json", readConfig, state, second);
+    second.finishFirst();
     return state;
 }
 
+State readFolder(const std::string& folder) {
+    try {
+        return readInPieces(folder);
+    } catch (const NotInPieces&) {
+        return readWhole(folder);
+    }
+}
+
 }  // namespace
+
+State readInPieces(const std::string& folder, std::size_t runSize) {
+    const auto readDocument = [&](const std::string& path, Read read, State& state,
+                                  SecondThread& second) {
+        Pieces pieces(path, second, runSize);
+        read(Node(pieces), state);
+        pieces.end();
+        return pieces.written();
+    };
+    return readDocuments(folder, readDocument);
+}
+
+State readWhole(const std::string& folder) {
+    const auto readDocument = [](const std::string& path, Read read, State& state, SecondThread&) {
+        const Document document(path);
+        read(document.root(), state);
+        return document.written();
+    };
+    return readDocuments(folder, readDocument);
+}
 
 State readState(const std::string& directory) {
     for (;;) {

@@ -19,6 +19,13 @@ Registry& registry() {
 
 }  // namespace
 
+constinit thread_local U32 SpreadCount::placeOfThread_ = SpreadCount::noPlace;
+
+void SpreadCount::findPlace() {
+    static std::atomic<U32> next{0};
+    placeOfThread_ = next.fetch_add(1, std::memory_order_relaxed) % placeCount;
+}
+
 TypeInfo::TypeInfo(std::string_view name, const TypeInfo* base) : name_(name), base_(base) {
     const std::lock_guard guard(registry().mutex);
     registry().types.emplace(name_, this);

@@ -80,6 +80,35 @@ struct Attribute {
     bool (*isSame)(const PtrInterface& a, const PtrInterface& b);  // of two objects of the type
 };
 
+// A count that several threads change all the time: each at a place of its own, or one that it
+// shares with few.
+class ORB_EXPORT SpreadCount {
+  public:
+    void add(U64 by) {
+        if (placeOfThread_ == noPlace) findPlace();
+        places_[placeOfThread_].count.fetch_add(by, std::memory_order_relaxed);
+    }
+    U64 value() const {
+        U64 sum = 0;
+        for (const Place& place : places_) sum += place.count.load(std::memory_order_relaxed);
+        return sum;
+    }
+
+  private:
+    static constexpr U32 placeCount = 8;
+    static constexpr U32 noPlace = ~U32{0};
+    static constexpr std::size_t cacheLine = 64;
+    struct alignas(cacheLine) Place {
+        std::atomic<U64> count{0};
+    };
+
+    static void findPlace();
+
+    [[gnu::tls_model("initial-exec")]] static constinit thread_local U32 placeOfThread_;
+
+    Place places_[placeCount];
+};
+
 class ORB_EXPORT TypeInfo {
   public:
     using Arguments = std::span<const std::any>;
@@ -113,19 +142,19 @@ class ORB_EXPORT TypeInfo {
     }
 
     // How many objects of the type, those of derived types included, are alive.
-    U64 liveCount() const { return liveCount_.load(std::memory_order_relaxed); }
+    U64 liveCount() const { return liveCount_.value(); }
 
     // Used by the macros below.
     void attributeIs(const Attribute& attribute);
     bool constructorIs(Constructor constructor);
-    void liveCountAdd(U64 by) { liveCount_.fetch_add(by, std::memory_order_relaxed); }
+    void liveCountAdd(U64 by) { liveCount_.add(by); }
 
   private:
     String name_;
     const TypeInfo* base_;
     std::vector<Attribute> attributes_;
     Constructor constructor_ = nullptr;
-    std::atomic<U64> liveCount_{0};
+    SpreadCount liveCount_;
 };
 
 // The registered type of a qualified name, as "Orb::Dir"; null when there is none.

@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "TemporaryState.h"
-#include "state/Document.h"
+#include "state/OpenDocument.h"
 
 namespace {
 
@@ -196,7 +196,7 @@ const FaultyFile faultyFiles[] = {
      ": is not a regular file, expected a readable regular file"},
     {[](const std::string& path) {
          std::ofstream(path) << "{}";
-         std::filesystem::resize_file(path, StateDirectory::Document::maxSize + 1);
+         std::filesystem::resize_file(path, StateDirectory::OpenDocument::maxSize + 1);
      },
      ": has 1073741825 bytes, expected at most 1073741824"},
     {[](const std::string& path) { std::ofstream(path) << "{\"a\xc0\x80\": 1}"; },

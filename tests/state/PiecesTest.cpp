@@ -1,0 +1,111 @@
+// A document that is read in pieces is read as it is as a whole, wherever the runs of its text end.
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "TemporaryState.h"
+#include "state/Reading.h"
+
+namespace {
+
+using StateDirectory::NotInPieces;
+using StateDirectory::State;
+
+std::string textsOf(const State& state) {
+    return StateDirectory::configText(state) + StateDirectory::statusText(state);
+}
+
+std::string wholeOf(const std::string& folder) {
+    try {
+        return textsOf(StateDirectory::readWhole(folder));
+    } catch (const StateDirectory::StateError& error) {
+        return error.what();
+    }
+}
+
+// What cuts may fall into: brackets, commas and escapes in strings, blanks, keys that are escaped,
+// empty containers, and a rule that is larger than any run of the test.
+std::string oddConfig() {
+    std::string prefixes;
+    for (int i = 0; i < 200; ++i) {
+        prefixes += (i == 0 ? "\"10.0." : " ,\n\"10.0.") + std::to_string(i) + ".0/24\"";
+    }
+    const std::string large = R"({"name": "wide", "priority": 1, "match": {"ipv4": )"
+                              R"({"structuredFilter": {"sources": [)" +
+                              prefixes + R"(]}}}, "action": {}})";
+    const std::string odd =
+        R"({"name":"a\"],[{\\","priority":2}, {"priority":3,"name":"\u00e4,\\\\\"}"},)"
+        R"({"name":"\\","priority":4,"action":{"other":{"text":"}]\\\"{[,"}}})";
+    return "\t{ \"policyMapConfig\" :\r\n{\"P\\u0031 {[\\\"\" : { \"currCfg\":{\"rules\":[" +
+           large + ", " + odd +
+           " ], \"namedCounter\":[ ] } } ,\n\"empty\":{ }, \"more\":{\"currCfg\":" +
+           "{\"rules\":[" + odd + "," + large + "]}}} ,\"allVrfConfig\":[\"blue\",\"red\"]} \n";
+}
+
+TEST(Pieces, readTheSameWhereverRunsEnd) {
+    TemporaryState odd;
+    odd.documentIs("config", oddConfig());
+    const DocumentedState documented;
+    for (const std::string& folder :
+         {odd.path(), documented.path(), std::string(EXAMPLES_DIR "/campus"),
+          std::string(EXAMPLES_DIR "/branch")}) {
+        const std::string expected = wholeOf(folder);
+        // A string as long as a run is not read in pieces.
+        for (const std::size_t runSize : {120U, 121U, 128U, 190U, 256U, 1000U, 4099U, 1U << 17}) {
+            EXPECT_EQ(textsOf(StateDirectory::readInPieces(folder, runSize)), expected)
+                << folder << " in runs of " << runSize;
+        }
+    }
+}
+
+TEST(Pieces, acceptNothingThatIsRefusedAsAWhole) {
+    TemporaryState state;
+    const std::string config = oddConfig();
+    std::mt19937 random(1);
+    int refused = 0;
+    for (int i = 0; i < 200; ++i) {
+        std::string text = config;
+        const std::size_t place = random() % text.size();
+        constexpr std::string_view bytes = "{}[],:\"\\ 0\n\x80";
+        switch (random() % 4) {
+            case 0:
+                text.erase(place, 1);
+                break;
+            case 1:
+                text.resize(place);
+                break;
+            default:
+                text.insert(place, 1, bytes[random() % bytes.size()]);
+        }
+        state.documentIs("config", text);
+        try {
+            const State read = StateDirectory::readInPieces(state.path(), 130 + random() % 200);
+            EXPECT_EQ(textsOf(read), wholeOf(state.path())) << text;
+        } catch (const NotInPieces&) {
+            ++refused;
+        }
+    }
+    EXPECT_GT(refused, 60);
+    EXPECT_LT(refused, 196);
+}
+
+// Both threads read policies; a mistake of any of them is refused with its place.
+TEST(PiecesThreads, readManyPoliciesTogether) {
+    std::string policies;
+    for (int i = 0; i < 400; ++i) {
+        policies += (i == 0 ? "\"P" : ",\n\"P") + std::to_string(i) +
+                    R"(":{"currCfg":{"rules":[{"name":"r","priority":1,"action":{"drop":{}}}]}})";
+    }
+    TemporaryState state;
+    state.documentIs("config", "{\"policyMapConfig\":{" + policies + "}}");
+    EXPECT_EQ(textsOf(StateDirectory::readInPieces(state.path(), 300)), wholeOf(state.path()));
+    for (const auto& [more, wrong] :
+         {std::pair{R"(,"P7":{})", "appears twice"},
+          std::pair{R"(,"Q":{"currCfg":{"rules":1}})", "is a number"}}) {
+        state.documentIs("config", "{\"policyMapConfig\":{" + policies + more + "}}");
+        EXPECT_THROW(StateDirectory::readInPieces(state.path(), 300), NotInPieces);
+        EXPECT_NE(state.refusal().find(wrong), std::string::npos) << state.refusal();
+    }
+}
+
+}  // namespace
