@@ -13,8 +13,8 @@ constexpr int gzipWindow = 15 + 16;
 
 }  // namespace
 
-Body::Body(Exposition exposition, bool isCompressed, Clock::time_point deadline)
-    : exposition_(std::move(exposition)), isCompressed_(isCompressed), deadline_(deadline) {
+Body::Body(Exposition exposition, bool isCompressed)
+    : exposition_(std::move(exposition)), isCompressed_(isCompressed) {
     if (isCompressed_ &&
         ::deflateInit2(&stream_, level, Z_DEFLATED, gzipWindow, 8, Z_DEFAULT_STRATEGY) != Z_OK) {
         throw std::bad_alloc();

@@ -3,7 +3,6 @@
 
 #include <zlib.h>
 
-#include <chrono>
 #include <span>
 
 #include "exporter/Exposition.h"
@@ -12,18 +11,14 @@ namespace Exporter {
 
 class Body {
   public:
-    using Clock = std::chrono::steady_clock;
-
     // Throws std::bad_alloc.
-    Body(Exposition exposition, bool isCompressed, Clock::time_point deadline);
+    Body(Exposition exposition, bool isCompressed);
     ~Body();
     Body(const Body&) = delete;
     Body& operator=(const Body&) = delete;
 
     // Fills the memory with what comes next; 0: that was all.
     std::size_t read(std::span<char> memory);
-    // Says whether the client took too long.
-    bool isLate() const { return Clock::now() > deadline_; }
 
   private:
     bool refill();
@@ -35,7 +30,6 @@ class Body {
     bool isCompressed_;
     bool isEnded_ = false;
     z_stream stream_{};
-    Clock::time_point deadline_;
 };
 
 }  // namespace Exporter

@@ -23,7 +23,6 @@ constexpr unsigned connectionsPerAddress = 16;
 constexpr unsigned scrapesAtOnce = 16;
 constexpr unsigned idleSeconds = 10;
 constexpr std::size_t requestBytes = 16384;
-constexpr auto longestResponse = std::chrono::seconds(30);
 constexpr std::size_t threadStack = 1 << 20;
 constexpr std::size_t sendSize = 32768;
 
@@ -34,7 +33,7 @@ std::atomic<unsigned> scrapes;
 // A body that is being sent, one of the scrapes.
 struct Sending {
     explicit Sending(Exposition exposition, bool isCompressed)
-        : body(std::move(exposition), isCompressed, Body::Clock::now() + longestResponse) {
+        : body(std::move(exposition), isCompressed) {
         ++scrapes;
     }
     ~Sending() { --scrapes; }
@@ -45,7 +44,6 @@ struct Sending {
 
 ssize_t readBody(void* closure, std::uint64_t, char* memory, std::size_t size) {
     Body& body = static_cast<Sending*>(closure)->body;
-    if (body.isLate()) return MHD_CONTENT_READER_END_WITH_ERROR;
     try {
         const std::size_t count = body.read({memory, size});
         return count == 0 ? MHD_CONTENT_READER_END_OF_STREAM : static_cast<ssize_t>(count);
@@ -116,9 +114,44 @@ MHD_Result answerFrontPage(MHD_Connection* connection) {
     return response ? MHD_queue_response(connection, MHD_HTTP_OK, response.get()) : MHD_NO;
 }
 
+int socketOf(MHD_Connection* connection) {
+    const auto* const info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
+    return info == nullptr ? -1 : info->connect_fd;
+}
+
+void begins(Server& server, MHD_Connection* connection) {
+    server.patience().begins(connection, socketOf(connection), Patience::Clock::now());
+}
+
+void noteConnection(void* closure, MHD_Connection* connection, void**,
+                    MHD_ConnectionNotificationCode code) {
+    Server& server = *static_cast<Server*>(closure);
+    if (code == MHD_CONNECTION_NOTIFY_CLOSED) {
+        server.patience().ends(connection);
+    } else {
+        begins(server, connection);
+    }
+}
+
+void noteResponse(void* closure, MHD_Connection* connection, void**, MHD_RequestTerminationCode) {
+    begins(*static_cast<Server*>(closure), connection);
+}
+
+bool hasBody(MHD_Connection* connection) {
+    return !headerOf(connection, MHD_HTTP_HEADER_CONTENT_LENGTH).empty() ||
+           !headerOf(connection, MHD_HTTP_HEADER_TRANSFER_ENCODING).empty();
+}
+
+// Called for the head of a request, and again when all of it is there. An answer to the head ends
+// the connection: no body is read.
 MHD_Result handle(void* closure, MHD_Connection* connection, const char* path, const char* method,
-                  const char*, const char*, std::size_t* uploadSize, void**) {
-    if (*uploadSize != 0) return MHD_NO;
+                  const char*, const char*, std::size_t*, void** request) {
+    Server& server = *static_cast<Server*>(closure);
+    if (*request == nullptr && !hasBody(connection)) {
+        *request = closure;
+        return MHD_YES;
+    }
+    begins(server, connection);
     const std::string_view word = method;
     if (word != MHD_HTTP_METHOD_GET && word != MHD_HTTP_METHOD_HEAD) {
         return answer(connection, MHD_HTTP_METHOD_NOT_ALLOWED, "only GET and HEAD\n",
@@ -127,7 +160,7 @@ MHD_Result handle(void* closure, MHD_Connection* connection, const char* path, c
     try {
         const std::string_view page = path;
         if (page == "/metrics") {
-            return answerMetrics(connection, *static_cast<const Switches*>(closure));
+            return answerMetrics(connection, server.switches());
         }
         if (page == "/healthz") return answer(connection, MHD_HTTP_OK, "ok\n");
         if (page == "/") return answerFrontPage(connection);
@@ -165,11 +198,13 @@ std::vector<Reading> readAll(const Switches& switches) {
 
 Server::Server(const ListenAddress& address, const Switches& switches)
     : address_(address),
+      switches_(switches),
       daemon_(MHD_start_daemon(
           MHD_USE_THREAD_PER_CONNECTION | MHD_USE_INTERNAL_POLLING_THREAD | MHD_USE_POLL |
               (address.any.sa_family == AF_INET6 ? MHD_USE_IPv6 : MHD_NO_FLAG),
-          0, nullptr, nullptr, handle, const_cast<Switches*>(&switches), MHD_OPTION_SOCK_ADDR,
-          &address_.any, MHD_OPTION_CONNECTION_LIMIT, connections,
+          0, nullptr, nullptr, handle, this, MHD_OPTION_SOCK_ADDR, &address_.any,
+          MHD_OPTION_NOTIFY_CONNECTION, noteConnection, this, MHD_OPTION_NOTIFY_COMPLETED,
+          noteResponse, this, MHD_OPTION_CONNECTION_LIMIT, connections,
           MHD_OPTION_PER_IP_CONNECTION_LIMIT, connectionsPerAddress, MHD_OPTION_CONNECTION_TIMEOUT,
           idleSeconds, MHD_OPTION_CONNECTION_MEMORY_LIMIT, requestBytes + sendSize,
           MHD_OPTION_THREAD_STACK_SIZE, threadStack, MHD_OPTION_END)) {

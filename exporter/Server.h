@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "exporter/ExporterOptions.h"
+#include "exporter/Patience.h"
 #include "exporter/Switch.h"
 
 struct MHD_Daemon;
@@ -28,9 +29,16 @@ class Server {
 
     // "http://127.0.0.1:9812/".
     std::string url() const;
+    // Ends the connections whose clients take too long. To be called now and then.
+    void endLateConnections() { patience_.endLate(Patience::Clock::now()); }
+
+    const Switches& switches() const { return switches_; }
+    Patience& patience() { return patience_; }
 
   private:
     ListenAddress address_;
+    const Switches& switches_;
+    Patience patience_;
     MHD_Daemon* daemon_;
 };
 

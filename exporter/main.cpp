@@ -69,11 +69,11 @@ int writeFiles(const Options& options, const Switches& switches) {
 }
 
 int serve(const Options& options, const Switches& switches) {
-    const Server server(options.listen, switches);
+    Server server(options.listen, switches);
     say("serving at " + server.url());
     const sigset_t signals = stopSignals();
-    int signal = 0;
-    ::sigwait(&signals, &signal);
+    constexpr timespec interval = {5, 0};
+    while (::sigtimedwait(&signals, nullptr, &interval) < 0) server.endLateConnections();
     return 0;
 }
 

@@ -1,11 +1,14 @@
 // What a scrape shows of a state directory, and which format a client gets.
 #include <gmock/gmock.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <filesystem>
 
 #include "TemporaryFolder.h"
 #include "exporter/Exposition.h"
 #include "exporter/Negotiation.h"
+#include "exporter/Patience.h"
 
 namespace {
 
@@ -189,6 +192,28 @@ TEST(Negotiation, givesClientsWhatTheyLikeBest) {
     for (const auto& row : rows) {
         EXPECT_EQ(Exporter::wantsGzip(row.encodings), row.isGzip) << row.encodings;
     }
+}
+
+TEST(Patience, endsWhatTakesTooLong) {
+    using Exporter::Patience;
+    int sockets[2];
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, sockets), 0);
+    const auto isEnded = [&] {
+        char byte = 0;
+        return ::read(sockets[1], &byte, 1) == 0;
+    };
+    const Patience::Clock::time_point start{};
+    Patience patience;
+    patience.begins(&sockets[0], sockets[0], start);
+    patience.begins(&sockets[0], sockets[0], start + Patience::longest);  // a response
+    patience.begins(&patience, sockets[0], start);
+    patience.ends(&patience);
+    patience.endLate(start + 2 * Patience::longest);
+    EXPECT_FALSE(isEnded());
+    patience.endLate(start + 2 * Patience::longest + std::chrono::seconds(1));
+    EXPECT_TRUE(isEnded());
+    ::close(sockets[0]);
+    ::close(sockets[1]);
 }
 
 TEST(ExporterOptions, nameSwitches) {

@@ -75,6 +75,16 @@ class Exporter(unittest.TestCase):
         self.assertEqual(running.ask("/nowhere")[0].status, 404)
         answer, _ = running.ask(method="POST")
         self.assertEqual((answer.status, answer.headers["Allow"]), (405, "GET, HEAD"))
+        # One connection for many requests; none behind a body, which nobody reads.
+        connection = http.client.HTTPConnection("127.0.0.1", running.port, timeout=20)
+        connection.connect()
+        first = connection.sock
+        for method, body in (("HEAD", None), ("GET", None), ("GET", "body")):
+            self.assertIs(connection.sock, first)
+            connection.request(method, "/metrics", body)
+            answer = connection.getresponse()
+            self.assertEqual((answer.status, answer.read() == b""), (200, method == "HEAD"))
+        self.assertIsNone(connection.sock)
         self.assertEqual(running.end(), 0)
 
     def test_no_client_holds_up_another(self):
