@@ -1,5 +1,5 @@
 // The shared-memory counter store: shown while nobody counts and while an agent counts, the agent
-// itself, and a clear from the loaded state to the synced document.
+// itself, a clear and a mark from the loaded state to the synced document, and rates.
 #include <atomic>
 #include <chrono>
 #include <filesystem>
@@ -8,8 +8,10 @@
 #include "Scene.h"
 #include "orb/ActivityLock.h"
 #include "reef/StoreWriter.h"
+#include "state/DocumentWriter.h"
 #include "state/SnapshotsFile.h"
 #include "traffic-policy/CounterSnapshot.h"
+#include "traffic-policy/ShowRates.h"
 
 namespace {
 
@@ -51,6 +53,23 @@ class ReefScene {
         command.reefInput = Orb::make<PolicyMapTypeCounters>(manager, Direction::input);
         command.reefOutput = Orb::make<PolicyMapTypeCounters>(manager, Direction::output);
         command.run(state());
+    }
+    // Two looks and what came between them.
+    void rates() {
+        auto hwStatus = Orb::make<TrafficPolicy::HwStatus>();
+        hwStatus->countersInReefIs(true);
+        hwStatus->byteCountersSupportedIs(true);
+        const auto show = TrafficPolicyCli::showTrafficPolicyRatesFactory({}, "");
+        for (const double time : {1.0, 2.0}) {
+            const auto manager = Orb::make<Reef::StoreManager>(path_);
+            auto sources = TrafficPolicyCli::diagnosisSourcesOf(
+                state(), Orb::make<PolicyMapTypeCounters>(manager, Direction::input),
+                Orb::make<PolicyMapTypeCounters>(manager, Direction::output));
+            sources.trafficPolicyHwStatus = hwStatus;
+            const Orb::ActivityLockGuard lock;
+            show->look(sources, {Orb::Seconds(time), Orb::Seconds(time)});
+        }
+        show->render(Bench::nullDevice(), 1, 2);
     }
     // Counts every counter once; returns how many there are.
     U64 countAll() {
@@ -96,6 +115,41 @@ void reef_show_while_agent_counts(benchmark::State& bench) {
 }
 BENCHMARK(reef_show_while_agent_counts)->Unit(benchmark::kMillisecond)->UseRealTime();
 
+void rates(benchmark::State& bench) {
+    ReefScene scene;
+    for (auto _ : bench) scene.rates();
+}
+BENCHMARK(rates)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// Takes snapshots of all counters of the status documents.
+void takeSnapshots(const StateDirectory::Snapshots& snapshots) {
+    const auto take = [](const auto& source, const auto& target) {
+        TrafficPolicyCli::trafficPolicyHiveCounterSnapshotHelperFactory(source, target)
+            ->clearCounter();
+    };
+    take(state().cpu, snapshots.cpu);
+    take(state().interfaceInput, snapshots.interfaceInput);
+    take(state().interfaceOutput, snapshots.interfaceOutput);
+}
+
+// A mark beside another one, and the counts of one.
+void mark(benchmark::State& bench) {
+    const std::string path = directory() + "/marks.json";
+    for (auto _ : bench) {
+        const StateDirectory::DocumentWriter writer(
+            directory(), "marks", StateDirectory::DocumentWriter::Access::ownerOnly);
+        StateDirectory::Marks marks = StateDirectory::readMarks(path);
+        marks.stateDirectory = directory();
+        StateDirectory::Snapshots snapshots;
+        takeSnapshots(snapshots);
+        marks.marks.insert_or_assign(marks.marks.empty() ? "first" : "second", snapshots);
+        const std::string fault = writer.save(StateDirectory::marksText(marks));
+        if (!fault.empty()) bench.SkipWithError(fault.c_str());
+    }
+    std::filesystem::remove(path);
+}
+BENCHMARK(mark)->Unit(benchmark::kMillisecond)->UseRealTime();
+
 // A clear of all three targets, over the status documents' counters.
 void clear(benchmark::State& bench) {
     U32 counters = 0;
@@ -103,13 +157,7 @@ void clear(benchmark::State& bench) {
         const Orb::ActivityLockGuard lock;
         const StateDirectory::SnapshotsWriter writer(directory());
         const StateDirectory::Snapshots snapshots;
-        const auto clearTarget = [](const auto& source, const auto& target) {
-            TrafficPolicyCli::trafficPolicyHiveCounterSnapshotHelperFactory(source, target)
-                ->clearCounter();
-        };
-        clearTarget(state().cpu, snapshots.cpu);
-        clearTarget(state().interfaceInput, snapshots.interfaceInput);
-        clearTarget(state().interfaceOutput, snapshots.interfaceOutput);
+        takeSnapshots(snapshots);
         const std::string fault = writer.save(snapshots);
         if (!fault.empty()) bench.SkipWithError(fault.c_str());
         counters = 0;
