@@ -6,6 +6,7 @@ import copy
 import json
 import pathlib
 import random
+import re
 import subprocess
 import sys
 import tempfile
@@ -233,6 +234,24 @@ def field_sets(config):
     return found
 
 
+def changed_nodes(value, path=()):
+    """Of every node below a value its path, and documents in which it alone is missing, or is another."""
+    for key, item in list(value.items() if isinstance(value, dict) else enumerate(value)):
+        del value[key]
+        yield path + (key,)
+        if isinstance(value, dict):
+            value[key] = item
+        else:
+            value.insert(key, item)
+        if isinstance(item, (dict, list)):
+            yield from changed_nodes(item, path + (key,))
+            continue
+        value[key] = (not item if isinstance(item, bool) else item + 1 if isinstance(item, int)
+                      else item[:-1] + chr(ord(item[-1]) ^ 1))
+        yield path + (key,)
+        value[key] = item
+
+
 class Compare(unittest.TestCase):
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
@@ -262,6 +281,30 @@ class Compare(unittest.TestCase):
             self.check_places(state, report)
             again = self.run_compare(self.folder / "after", self.folder / "after")
             self.assertEqual((again.returncode, json.loads(again.stdout)["isDifferent"]), (0, False))
+
+    def test_every_attribute(self):
+        """The documented state has every attribute: whichever of a rule changes, its criterion or action is named."""
+        config = json.loads(re.search(r"```json\n(\{\n *\"policyMapConfig\".*?)```", (ROOT / "docs/state.md").read_text(),
+                                      re.DOTALL).group(1))
+        state = State()
+        state.before, state.status_before, state.status = copy.deepcopy(config), {}, {}
+        write(self.folder / "before", state.before, {})
+        seen = 0
+        for rule in (rule for policy in config["policyMapConfig"].values()
+                     for rule in policy.get("currCfg", {}).get("rules", [])):
+            for path in changed_nodes({key: rule[key] for key in ("match", "action") if key in rule}):
+                if len(path) < (4 if path[0] == "match" else 2):
+                    continue
+                write(self.folder / "after", config, {})
+                done = self.run_compare(self.folder / "before", self.folder / "after")
+                if done.returncode == 2:  # no document any more
+                    continue
+                seen += 1
+                rules = [change for policy in json.loads(done.stdout)["policies"] for change in policy["rules"]]
+                named = [(row["family"], row["criterion"]) for change in rules for row in change.get("criteria", [])]
+                named += [("action", action) for change in rules for action in change.get("actions", [])]
+                self.assertEqual(named, [(path[1], path[3]) if path[0] == "match" else path[:2]], path)
+        self.assertGreater(seen, 120)
 
     def check_policies(self, state, report):
         before, after = state.before["policyMapConfig"], state.config["policyMapConfig"]

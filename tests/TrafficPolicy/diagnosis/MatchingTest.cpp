@@ -366,6 +366,9 @@ TEST(Matching, TooManyWaysAreListedWithoutBeingFollowed) {
     }
     EXPECT_TRUE(named({.steps = 0, .endings = 2}).ends_with(" | ...")) << named({.endings = 2});
 
+    // Ways that the same rules decided are one.
+    EXPECT_FALSE(named({.ways = 1}).ends_with(" | ...")) << named({.ways = 1});
+
     // Nor is what is not known of a rule lost then.
     const auto other = policyState({{"a", R"({"otherCriteria": ["x"]})"}, {"b", "{}"}});
     const CompiledPolicy policyOfOther(versionOf(other), MatchOption::ipv4, sets);
