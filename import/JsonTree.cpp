@@ -64,7 +64,9 @@ std::optional<std::string> keyLeaf(Element entry, std::string_view key) {
 
 class Merging {
   public:
-    explicit Merging(Findings& findings) : findings_(findings) {}
+    Merging(Repeated repeated, Findings& findings)
+        : contradictions_(repeated == Repeated::contradicts ? &findings : nullptr),
+          findings_(findings) {}
 
     void merge(JsonTree& node, Element value, const std::string& place) {
         simdjson::dom::object object;
@@ -87,7 +89,7 @@ class Merging {
         } else if (value.is_array()) {
             mergeArray(node, name, value, place);
         } else {
-            node.leafIs(name, {{*scalarText(value)}, place}, findings_);
+            node.leafIs(name, {{*scalarText(value)}, place}, contradictions_);
         }
     }
 
@@ -100,7 +102,8 @@ class Merging {
             key += (found == keys.end() ? "" : found->second) + '\n';
         }
         JsonTree& entry = list.entryIs(key, place);
-        for (const auto& [leaf, value] : keys) entry.leafIs(leaf, {{value}, place}, findings_);
+        for (const auto& [leaf, value] : keys)
+            entry.leafIs(leaf, {{value}, place}, contradictions_);
         return entry;
     }
 
@@ -165,13 +168,14 @@ class Merging {
             ++index;
         }
         // [null] says that an empty leaf is there.
-        if (!leaf.values.empty()) node.leafIs(name, std::move(leaf), findings_);
+        if (!leaf.values.empty()) node.leafIs(name, std::move(leaf), contradictions_);
     }
 
     void leftOut(const std::string& place, std::string_view statement, const std::string& text) {
         findings_.add(FindingKind::notUnderstood, place, statement, text);
     }
 
+    Findings* contradictions_;  // null: there are none
     Findings& findings_;
 };
 
@@ -220,16 +224,35 @@ JsonTree& JsonTree::entryIs(const std::string& key, const std::string& place) {
     return *entry;
 }
 
-void JsonTree::leafIs(std::string_view name, Leaf leaf, Findings& findings) {
+void JsonTree::leafIs(std::string_view name, Leaf leaf, Findings* findings) {
     const auto known = leaves_.find(name);
     if (known == leaves_.end()) {
         leaves_.emplace(name, std::move(leaf));
         return;
     }
     if (known->second.values == leaf.values) return;
-    findings.add(FindingKind::contradiction, leaf.place, name,
-                 known->second.written() + " before, at " + known->second.place);
+    if (findings != nullptr) {
+        findings->add(FindingKind::contradiction, leaf.place, name,
+                      known->second.written() + " before, at " + known->second.place);
+    }
     known->second = std::move(leaf);
+}
+
+void JsonTree::erase(std::string_view name) {
+    if (const auto leaf = leaves_.find(name); leaf != leaves_.end()) leaves_.erase(leaf);
+    if (const auto child = children_.find(name); child != children_.end()) children_.erase(child);
+}
+
+void JsonTree::eraseEntries(const std::function<bool(const JsonTree&)>& isGone) {
+    std::erase_if(entryByKey_, [&](const auto& entry) { return isGone(*entry.second); });
+    std::erase_if(entries_, [&](const auto& entry) { return isGone(*entry); });
+}
+
+void JsonTree::clear() {
+    entryByKey_.clear();
+    entries_.clear();
+    children_.clear();
+    leaves_.clear();
 }
 
 std::string_view withoutModule(std::string_view name) {
@@ -252,8 +275,8 @@ std::string pointerTo(const std::string& place, std::string_view key) {
 }
 
 void mergeAt(JsonTree& root, const std::vector<PathStep>& path, Element value,
-             const std::string& place, Findings& findings) {
-    Merging merging(findings);
+             const std::string& place, Repeated repeated, Findings& findings) {
+    Merging merging(repeated, findings);
     JsonTree* node = &root;
     for (std::size_t i = 0; i < path.size(); ++i) {
         const auto& [name, keys] = path[i];
@@ -267,6 +290,34 @@ void mergeAt(JsonTree& root, const std::vector<PathStep>& path, Element value,
         if (isList) node = &merging.entryOf(*node, name, keys, place);
     }
     merging.merge(*node, value, place);
+}
+
+void eraseAt(JsonTree& root, std::span<const PathStep> path) {
+    if (path.empty()) {
+        for (const auto& [name, child] : root.children()) child->clear();
+        return;
+    }
+    const auto& [name, keys] = path.front();
+    const auto found = root.children().find(name);
+    const std::span<const PathStep> below = path.subspan(1);
+    if (below.empty() && keys.empty()) root.erase(name);
+    if ((below.empty() && keys.empty()) || found == root.children().end()) return;
+    JsonTree& child = *found->second;
+    const auto isMeant = [&](const JsonTree& entry) {
+        return std::ranges::all_of(keys, [&](const auto& key) {
+            const Leaf* const leaf = entry.leaf(key.first);
+            return key.second == "*" || (leaf != nullptr && leaf->text() == key.second);
+        });
+    };
+    if (keysOf(name) == nullptr) {
+        eraseAt(child, below);
+    } else if (below.empty()) {
+        child.eraseEntries(isMeant);
+    } else {
+        for (const auto& entry : child.entries()) {
+            if (isMeant(*entry)) eraseAt(*entry, below);
+        }
+    }
 }
 
 }  // namespace Import

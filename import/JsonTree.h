@@ -8,6 +8,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -54,7 +55,13 @@ class JsonTree {
     // For who fills it: made when there is none.
     JsonTree& childIs(std::string_view name, const std::string& place);
     JsonTree& entryIs(const std::string& key, const std::string& place);
-    void leafIs(std::string_view name, Leaf leaf, Findings& findings);
+    // A leaf that says something else than before contradicts it; without findings it takes its
+    // place.
+    void leafIs(std::string_view name, Leaf leaf, Findings* findings);
+    // Takes away a leaf, a container or a list; entries of a list; all that is below.
+    void erase(std::string_view name);
+    void eraseEntries(const std::function<bool(const JsonTree&)>& isGone);
+    void clear();
 
   private:
     std::map<std::string, std::unique_ptr<JsonTree>, std::less<>> children_;
@@ -73,10 +80,18 @@ struct PathStep {
     std::map<std::string, std::string> keys;
 };
 
+// What becomes of a value that says something else than one before: told as a contradiction, or
+// taken for a change.
+enum class Repeated : U8 { contradicts, changes };
+
 // Merges a value that stands at a path into the tree. Throws StateError when nesting or types are
 // such that it is no such data.
 void mergeAt(JsonTree& root, const std::vector<PathStep>& path, simdjson::dom::element value,
-             const std::string& place, Findings& findings);
+             const std::string& place, Repeated repeated, Findings& findings);
+
+// Takes away what stands at a path and below, if anything does. A step of a list without a key, or
+// with the key "*", stands for every entry. What the root holds stays, empty.
+void eraseAt(JsonTree& root, std::span<const PathStep> path);
 
 // The JSON pointer (RFC 6901) of a member.
 std::string pointerTo(const std::string& place, std::string_view key);

@@ -85,7 +85,7 @@ class Gathering {
         forEachEntry(list, [&](const JsonTree& tree) {
             const ModelLeaves leaves(&tree);
             Set& set = sets_.emplace_back();
-            set.key = {leaves.text("name"), leaves.text("type")};
+            set.key = {keyOf(tree, leaves, "name"), keyOf(tree, leaves, "type")};
             ++sameName[set.key.first];
             if (!isKnownType(set.key.second)) {
                 findings_.add(FindingKind::carried, tree.place(), "type", set.key.second);
@@ -98,6 +98,18 @@ class Gathering {
             if (sameName[set.key.first] > 1) set.policy += " " + familyWord(set.key.second);
             while (!used.insert(set.policy).second) set.policy += "'";
         }
+    }
+
+    // The key of a list entry, by which it was found, whatever its containers say.
+    std::string keyOf(const JsonTree& entry, const ModelLeaves& leaves, std::string_view name) {
+        const Leaf* const key = entry.leaf(name);
+        const Leaf* const told = leaves.find(name);
+        if (key == nullptr) return leaves.text(name);
+        if (told->text() != key->text()) {
+            findings_.add(FindingKind::contradiction, told->place, name,
+                          told->written() + ", and its key is " + key->text());
+        }
+        return key->text();
     }
 
     // "ipv4" of "ACL_IPV4".
@@ -115,7 +127,7 @@ class Gathering {
             const ModelLeaves leaves(&tree);
             Entry& entry = set.entries.emplace_back();
             entry.tree = &tree;
-            entry.sequence = leaves.text("sequence-id");
+            entry.sequence = keyOf(tree, leaves, "sequence-id");
             entry.number = Base::parseNumber(entry.sequence, {0, ~U32{0}});
             entry.description = leaves.text("description");
             entry.counts = countsOf(leaves);
@@ -187,7 +199,7 @@ class Gathering {
 
     void attach(const std::string& interface, Place place, const JsonTree& tree) {
         const ModelLeaves leaves(&tree);
-        const SetKey key{leaves.text("set-name"), leaves.text("type")};
+        const SetKey key{keyOf(tree, leaves, "set-name"), keyOf(tree, leaves, "type")};
         Set* const set = setOf(key);
         Attachment attachment{
             place, interface, set == nullptr ? nameOf(key.first) : set->policy, true, {}};
@@ -210,7 +222,7 @@ class Gathering {
         set->hasReporters[direction] |= tellsEntries;
         forEachEntry(entries, [&](const JsonTree& entry) {
             const ModelLeaves entryLeaves(&entry);
-            const std::string sequence = entryLeaves.text("sequence-id");
+            const std::string sequence = keyOf(entry, entryLeaves, "sequence-id");
             const auto found = set->placeOf.find(sequence);
             if (found == set->placeOf.end()) {
                 findings_.add(FindingKind::notUnderstood, entry.place(), "sequence-id",

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "import/TypedValue.h"
 #include "state/Document.h"
 
 namespace Import {
@@ -96,13 +97,16 @@ class Input {
             list && list->is_array()) {
             forEachItem(*list, place + "/notification",
                         [&](Element item, const std::string& at) { readMessage(item, at); });
+        } else if (const auto response = memberOf(message, {"update"});
+                   response && response->is_object()) {
+            readMessage(*response, place + "/update");
         } else if (memberOf(message, {"update", "updates", "delete", "deletes"})) {
             readNotification(message, place);
         } else if (memberOf(message, {"path", "Path"}) &&
                    memberOf(message, {"val", "value", "values"})) {
             readUpdate(message, {}, place);
         } else {
-            readTree(message, place);
+            readTree(message, place, Repeated::contradicts);
         }
     }
 
@@ -111,16 +115,40 @@ class Input {
         if (const auto element = memberOf(message, {"prefix"})) {
             prefix = readPath(*element, place + "/prefix");
         }
+        // What was there before is gone, before something new comes.
+        bool isAtomic = false;
+        if (const auto element = memberOf(message, {"atomic"})) {
+            isAtomic = element->get(isAtomic) == simdjson::SUCCESS && isAtomic;
+        }
+        if (isAtomic) erase(prefix, place);
+        if (const auto deletes = memberOf(message, {"delete", "deletes"});
+            deletes && deletes->is_array()) {
+            forEachItem(*deletes, place + "/deletes", [&](Element item, const std::string& at) {
+                Path path = prefix;
+                append(path, readPath(item, at));
+                erase(path, at);
+            });
+        }
         if (const auto updates = memberOf(message, {"update", "updates"});
             updates && updates->is_array()) {
             forEachItem(*updates, place + "/updates",
                         [&](Element item, const std::string& at) { readUpdate(item, prefix, at); });
         }
-        if (memberOf(message, {"delete", "deletes"})) {
-            findings_.add(FindingKind::notUnderstood, place, "delete",
-                          "expected the data as they are, not changes");
+    }
+
+    void erase(const Path& path, const std::string& place) {
+        const bool isOfAcls = path.empty() || isRoot(path.front().name);
+        if (!isOfAcls) {
+            findings_.add(FindingKind::elsewhere, place, path.front().name, "");
+        } else if (path.size() == 1) {
+            // What is left says that there are none.
+            tree_.childIs(path.front().name, place).clear();
+        } else {
+            eraseAt(tree_, path);
         }
     }
+
+    static bool isRoot(std::string_view name) { return name == "acl" || name == "defined-sets"; }
 
     // {"path": PATH, "val": VALUE}, or {"Path": PATH, "values": {PATH: VALUE}}.
     void readUpdate(Element update, const Path& prefix, const std::string& place) {
@@ -146,14 +174,7 @@ class Input {
             findings_.add(FindingKind::notUnderstood, place, "update", "has no value");
             return;
         }
-        mergeInto(path, unwrapped(*value), place + "/val");
-    }
-
-    // The value of {"jsonIetfVal": VALUE} and its like.
-    static Element unwrapped(Element value) {
-        const auto typed = memberOf(value, {"jsonIetfVal", "json_ietf_val", "jsonVal", "json_val",
-                                            "stringVal", "uintVal", "intVal", "boolVal"});
-        return typed && simdjson::dom::object(value).size() == 1 ? *typed : value;
+        mergeInto(path, *value, place + "/val");
     }
 
     Path readPath(Element element, const std::string& place) {
@@ -196,18 +217,21 @@ class Input {
 
     // A value at a path, which may begin in the midst of the model as well.
     void mergeInto(const Path& path, Element value, const std::string& place) {
-        if (path.empty()) {
-            readTree(value, place);
-            return;
+        try {
+            const TypedValue typed(value);
+            if (path.empty()) {
+                readTree(typed.element(), place, Repeated::changes);
+            } else if (isRoot(path.front().name)) {
+                mergeAt(tree_, path, typed.element(), place, Repeated::changes, findings_);
+            } else {
+                findings_.add(FindingKind::elsewhere, place, path.front().name, "");
+            }
+        } catch (const StateError& error) {
+            findings_.add(FindingKind::notUnderstood, place, "value", error.what());
         }
-        if (path.front().name == "acl" || path.front().name == "defined-sets") {
-            mergeAt(tree_, path, value, place, findings_);
-            return;
-        }
-        findings_.add(FindingKind::elsewhere, place, path.front().name, "");
     }
 
-    void readTree(Element value, const std::string& place) {
+    void readTree(Element value, const std::string& place, Repeated repeated) {
         simdjson::dom::object object;
         if (value.get(object) != simdjson::SUCCESS) {
             findings_.add(FindingKind::notUnderstood, place, "value", "expected an object");
@@ -230,13 +254,13 @@ class Input {
                 }
             }
             path.push_back(std::move(step));
-            mergeAt(tree_, path, value, place, findings_);
+            mergeAt(tree_, path, value, place, repeated, findings_);
             return;
         }
         for (const auto& [key, member] : object) {
             const auto path = placeOfTree(key);
             if (path) {
-                mergeAt(tree_, *path, member, pointerTo(place, key), findings_);
+                mergeAt(tree_, *path, member, pointerTo(place, key), repeated, findings_);
             } else {
                 findings_.add(FindingKind::elsewhere, pointerTo(place, key), key, "");
             }

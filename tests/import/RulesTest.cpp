@@ -220,7 +220,20 @@ TEST(OpenConfigInput, TakesTheSameDataInEveryForm) {
                  "val": {"jsonIetfVal": )" +
              set + "}}]}]}",
          R"([{"path": ")" + path + R"(/acl-entries/acl-entry[sequence-id=7]/ipv4/config/protocol",
-                 "value": 6}])"}) {
+                 "value": 6}])",
+         // {"protocol": 6} and {"name": "A/1"} in base64, a changed value, and data that went away.
+         R"([{"update": {"update": [{"path": ")" + path +
+             R"(/acl-entries/acl-entry[sequence-id=7]/ipv4/config",
+                 "val": {"jsonIetfVal": "eyJwcm90b2NvbCI6IDE3fQ=="}}, {"path": ")" +
+             path + R"(/acl-entries/acl-entry[sequence-id=7]/ipv4/config",
+                 "val": {"bytesVal": "eyJwcm90b2NvbCI6IDZ9"}}, {"path": ")" +
+             path + R"(/acl-entries/acl-entry[sequence-id=8]/ipv4/config/protocol",
+                 "val": {"uintVal": "17"}}, {"path": ")" +
+             path + R"(/acl-entries/acl-entry[sequence-id=7]/ipv4/config/dscp-set",
+                 "val": {"leaflistVal": {"element": [{"uintVal": 1}, {"uintVal": 2}]}}}]}},
+             {"update": {"prefix": "/acl/acl-sets", "delete": ["acl-set[name=A/1]/acl-entries/acl-entry[sequence-id=8]",
+                 "acl-set[name=*]/acl-entries/acl-entry[sequence-id=7]/ipv4/config/dscp-set",
+                 "acl-set[name=B]", "acl-set[name=A/1][type=ACL_IPV6]"]}}])"}) {
         Findings findings;
         const Gathered gathered = openConfig(text, findings);
         ASSERT_EQ(gathered.policies.size(), 1U) << text << findings.report();
@@ -238,7 +251,9 @@ TEST(OpenConfigInput, TellsWhatItLeavesOut) {
         {R"({"acl": {"acl-sets": {"acl-set": [{"type": "ACL_IPV4"}]}}})",
          "acl-set/0: not understood"},
         {R"({"acl": {"acl-sets": {"acl-set": 5}}})", "acl-set: not understood"},
-        {R"([{"delete": ["/acl"]}, {"acl": {}}])", "delete"},
+        {R"([{"update": [{"path": "/acl", "val": {"bytesVal": "AAAA"}}]}, {"acl": {}}])", "bytes"},
+        {R"({"acl": {"acl-sets": {"acl-set": [{"name": "A", "config": {"name": "B"}}]}}})",
+         "name: B, and its key is A"},
         {R"([{"update": [{"path": "/acl/a[b", "val": {}}]}, {"acl": {}}])", "path"},
         {R"([5, {"acl": {}}])", "expected an object"},
         {R"({"defined-sets": {"port-sets": {"port-set": [{"name": "P", "config": {"port": [1, "x"]}}]}}})",
@@ -255,6 +270,43 @@ TEST(OpenConfigInput, TellsWhatItLeavesOut) {
     EXPECT_THROW(openConfig(R"({"interfaces-of-another": {}})", findings),
                  StateDirectory::StateError);
     EXPECT_THROW(openConfig("{", findings), StateDirectory::StateError);
+}
+
+// In the order in which they come: a notification takes away before it brings.
+TEST(OpenConfigInput, FollowsNotifications) {
+    const auto update = [](const std::string& more) {
+        return R"({"prefix": "/acl/acl-sets", "update": [{"path": "acl-set[name=N][type=ACL_IPV4]/state/description",
+                   "val": {"stringVal": "x"}}]})" +
+               more;
+    };
+    const auto changed = [&](std::string text, const std::string& name) {
+        return text.replace(text.find("name=N"), 6, "name=" + name);
+    };
+    const std::string one = changed(update(""), "ONE");
+    const std::string two = changed(update(""), "TWO");
+    const auto with = [](std::string text, const std::string& member) {
+        return text.replace(1, 0, member + ", ");
+    };
+    const std::pair<std::string, std::vector<std::string>> rows[] = {
+        {one + "," + two, {"ONE", "TWO"}},
+        {one + "," + with(two, R"("delete": ["acl-set"])"), {"TWO"}},
+        {one + "," + with(two, R"("delete": ["/"])"), {"TWO"}},
+        {one + "," + with(two, R"("atomic": true)"), {"TWO"}},
+        {two + "," + one + R"(, {"delete": ["/acl/acl-sets/acl-set[name=ONE]"]})", {"TWO"}},
+        {one + R"(, {"delete": ["/acl"]})", {}},
+        {one + R"(, {"delete": ["/acl/acl-sets/acl-set[name=ONE]"]},)" + one, {"ONE"}},
+        {one + R"(, {"delete": ["/acl/other/acl-set[name=ONE]", "/acl/acl-sets/acl-set/state"]})",
+         {"ONE"}},
+    };
+    for (const auto& [text, expected] : rows) {
+        Findings findings;
+        std::vector<std::string> names;
+        for (const Policy& policy : openConfig("[" + text + "]", findings).policies) {
+            names.push_back(policy.name);
+        }
+        EXPECT_EQ(names, expected) << text << findings.report();
+        EXPECT_TRUE(findings.isComplete()) << text << findings.report();
+    }
 }
 
 Gathered sonicRule(const std::string& type, const SonicFields& rule, Findings& findings) {
