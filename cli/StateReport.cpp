@@ -13,6 +13,7 @@
 #include "orb/Seconds.h"
 #include "reef/CorruptionDetectedException.h"
 #include "reef/CounterDirectory.h"
+#include "state/Heard.h"
 #include "state/Snapshots.h"
 #include "textout/RendererV2.h"
 
@@ -55,6 +56,21 @@ void reportOrigin(RendererV2& renderer, const State& state) {
     renderer.pair("ageSeconds", seconds);
     renderer.text("Time: ").text(time).text(", ").text(durationText(seconds));
     renderer.text(" ago").endLine();
+}
+
+void reportHeard(RendererV2& renderer, const Session& session) {
+    const auto heard = StateDirectory::readHeard(session.stateDirectory());
+    if (!heard) return;
+    const std::string time = Base::timeText(heard->time);
+    const U64 seconds = secondsSince(heard->time.count());
+    const auto object = renderer.object("heard");
+    renderer.pair("time", time);
+    renderer.pair("ageSeconds", seconds);
+    renderer.text("Switch last heard: ").text(time).text(", ").text(durationText(seconds));
+    renderer.text(" ago").endLine();
+    if (heard->lost.empty()) return;
+    renderer.pair("lost", heard->lost);
+    renderer.text("   not followed any more: ").name(heard->lost).endLine();
 }
 
 void reportDocuments(RendererV2& renderer, const Session& session) {
@@ -196,6 +212,7 @@ int reportState(const Session& session) {
     renderer.pair("directory", session.stateDirectory());
     renderer.text("State directory: ").name(session.stateDirectory()).endLine();
     reportOrigin(renderer, state);
+    reportHeard(renderer, session);
     reportDocuments(renderer, session);
     const struct {
         const char* key;

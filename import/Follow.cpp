@@ -26,6 +26,7 @@ constexpr milliseconds counterInterval(2000);
 constexpr milliseconds pollInterval(5000);    // where the server does not tell of changes
 constexpr milliseconds quiet(10);             // after a change, for others that belong to it
 constexpr milliseconds longestGathering(60);  // of changes that come one after the other
+constexpr milliseconds heardInterval(1000);
 constexpr milliseconds firstBackOff(100);
 constexpr milliseconds longestBackOff(5000);
 
@@ -122,35 +123,67 @@ class Changes {
 class Follower {
   public:
     explicit Follower(const ImportOptions& options)
-        : options_(options), directory_(options.output), counters_(options.output) {}
+        : options_(options),
+          directory_(writing([&] { return StateDirectory::ImportedDirectory(options.output); })),
+          counters_(options.output) {}
 
     int run() {
         milliseconds backOff = firstBackOff;
         for (;;) {
             try {
                 followConnection(backOff);
-                return statusOf(findings_);
+                break;
             } catch (const RedisError& error) {
-                if (!isInForce_) throw;
-                if (!isLost_) {
-                    say(std::string(error.what()) + "; the state stays that of " + timeInForce_ +
-                        ", trying again");
-                }
-                isLost_ = true;
+                troubleIs(error);
+            } catch (const OutputError& error) {
+                troubleIs(error);
             }
-            if (stop_.wait(-1, backOff)) return statusOf(findings_);
+            if (stop_.wait(-1, backOff)) break;
             backOff = std::min(backOff * 2, longestBackOff);
         }
+        tellHeard("tpimport was ended");
+        return statusOf(findings_);
     }
 
   private:
+    // The switch cannot be heard, or the state not be written; before there is any, that is the
+    // end.
+    template <class Error>
+    void troubleIs(const Error& error) {
+        if (timeInForce_.empty()) throw error;
+        if (isInTrouble_) return;
+        say(std::string(error.what()) + "; the state stays that of " + timeInForce_ +
+            ", trying again");
+        tellHeard(error.what());
+        isInTrouble_ = true;
+    }
+
+    // Why the switch is not followed any more, as far as that can be written.
+    void tellHeard(const std::string& lost) {
+        try {
+            directory_.heardIs(StateDirectory::Heard{heard_, nameOf(lost)});
+        } catch (const StateDirectory::StateError&) {
+            // Standard error says what the trouble is.
+        }
+    }
+
+    // The switch answered.
+    void isHeard() {
+        heard_ = Orb::now();
+        const auto now = Clock::now();
+        if (now < nextHeard_ && !isInTrouble_) return;
+        nextHeard_ = now + heardInterval;
+        writing([&] { directory_.heardIs(StateDirectory::Heard{heard_, ""}); });
+    }
+
     // Returns when it is told to stop.
     void followConnection(milliseconds& backOff) {
         Changes changes(*options_.redis);  // before all is read: nothing is missed between
         SonicRedis redis(*options_.redis);
         readAll(redis);
-        if (isLost_) say("connected again; the state is up to date");
-        isLost_ = false;
+        isHeard();
+        if (isInTrouble_) say("the state is up to date again");
+        isInTrouble_ = false;
         backOff = firstBackOff;
         if (!changes.isTold() && !isPollingSaid_) {
             say("the server does not tell of changes; looking every 5 s");
@@ -169,6 +202,7 @@ class Follower {
             }
             if (Clock::now() >= nextCounters) {
                 readCounters(redis);
+                isHeard();
                 nextCounters = Clock::now() + counterInterval;
             }
         }
@@ -184,6 +218,11 @@ class Follower {
             known = countOf(keys);
             if (stop_.wait(changes.descriptor(), quiet)) return true;
             changes.take(keys);
+        }
+        if (readingFindings_.size() > 0) {
+            // What could not be read may have become readable.
+            readAll(redis);
+            return false;
         }
         SonicDatabases databases = databases_;
         for (const auto& [database, names] : keys) {
@@ -236,6 +275,7 @@ class Follower {
     void publish(SonicDatabases databases) {
         const bool isSame = isInForce_ && sameButCounts(databases, databases_);
         databases_ = std::move(databases);
+        isInForce_ = isSame;
         if (isSame) {
             counters_.countsAre(countsByIdentity(databases_));
             return;
@@ -255,13 +295,13 @@ class Follower {
         } catch (const std::exception& error) {
             throw OutputError(error.what());
         }
+        const bool isNews = timeInForce_.empty() || findings.report() != findings_.report();
         timeInForce_ = timeOfDay();
-        if (!isInForce_ || findings.report() != findings_.report()) {
-            say(timeInForce_ + " " + summaryOf(state));
-            tellFindings(findings, options_.report);
-        }
         isInForce_ = true;
         findings_ = std::move(findings);
+        if (!isNews) return;
+        say(timeInForce_ + " " + summaryOf(state));
+        tellFindings(findings_, options_.report);
     }
 
     const ImportOptions& options_;
@@ -271,9 +311,11 @@ class Follower {
     SonicDatabases databases_;
     Findings readingFindings_;  // of the databases
     Findings findings_;         // of the state in force
-    std::string timeInForce_;
-    bool isInForce_ = false;
-    bool isLost_ = false;
+    std::string timeInForce_;   // the time of day of the state in force; empty: there is none
+    bool isInForce_ = false;    // the documents say what the databases do
+    bool isInTrouble_ = false;
+    Orb::Seconds heard_{0};
+    Clock::time_point nextHeard_{};
     bool isPollingSaid_ = false;
 };
 

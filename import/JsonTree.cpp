@@ -297,7 +297,8 @@ void eraseAt(JsonTree& root, std::span<const PathStep> path) {
         for (const auto& [name, child] : root.children()) child->clear();
         return;
     }
-    const auto& [name, keys] = path.front();
+    const std::string& name = path.front().name;
+    const auto& keys = path.front().keys;
     const auto found = root.children().find(name);
     const std::span<const PathStep> below = path.subspan(1);
     if (below.empty() && keys.empty()) root.erase(name);

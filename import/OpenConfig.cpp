@@ -235,7 +235,6 @@ class Gathering {
 
     void addPolicy(const Set& set) {
         Policy policy{set.policy, {}, {}};
-        const bool anyReported = std::ranges::any_of(set.entries, &Entry::isReported);
         for (const Entry& entry : set.entries) {
             Rule rule = ruleOfEntry(*entry.tree, set.key.second, partlyRead_, findings_);
             rule.name = entry.sequence;
@@ -245,10 +244,9 @@ class Gathering {
                 if (!set.isAttached[direction]) continue;
                 RuleReport& report = rule.reportAt(place);
                 if (set.hasReporters[direction]) {
-                    report.taken =
-                        entry.interfaces[direction].empty() ? Taken::notTaken : Taken::taken;
-                } else if (anyReported) {
-                    report.taken = entry.isReported ? Taken::taken : Taken::notTaken;
+                    if (!entry.interfaces[direction].empty()) report.taken = Taken::taken;
+                } else if (entry.isReported) {
+                    report.taken = Taken::taken;
                 }
                 addCounts(set, entry, direction, report);
                 rule.counts = rule.counts || report.counts.has_value();

@@ -22,6 +22,16 @@ class OutputError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// What the state's writers refuse, as such an error.
+template <class Write>
+auto writing(const Write& write) {
+    try {
+        return write();
+    } catch (const StateDirectory::StateError& error) {
+        throw OutputError(error.what());
+    }
+}
+
 // A line on standard error.
 void say(const std::string& message);
 

@@ -112,6 +112,9 @@ SonicDatabases SonicRedis::readAll(Findings& findings) {
 
 void SonicRedis::readCounters(Which which, SonicDatabases& databases, Findings& findings) {
     std::set<std::string> keys = counterKeys(databases);
+    std::erase_if(databases.counters, [&](const auto& entry) {
+        return entry.first != counterMapKey && !keys.contains(entry.first);
+    });
     if (which == Which::missing) {
         std::erase_if(keys, [&](const auto& key) { return databases.counters.contains(key); });
     }

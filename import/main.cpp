@@ -59,11 +59,11 @@ int importOnce(const ImportOptions& options) {
     const std::string config = configText(state);
     const std::string status = statusText(state);
     if (!options.dryRun) {
-        try {
-            StateDirectory::ImportedDirectory(options.output).documentsAre(config, status);
-        } catch (const StateDirectory::StateError& error) {
-            throw OutputError(error.what());
-        }
+        writing([&] {
+            StateDirectory::ImportedDirectory directory(options.output);
+            directory.documentsAre(config, status);
+            directory.heardIs(std::nullopt);
+        });
     }
     say((options.dryRun ? "not written: " : Base::escaped(options.output) + ": ") +
         summaryOf(state));

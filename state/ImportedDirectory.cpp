@@ -121,6 +121,21 @@ void ImportedDirectory::documentsAre(const std::string& config, const std::strin
     removeAllBut(generation, former);
 }
 
+void ImportedDirectory::heardIs(const std::optional<Heard>& heard) {
+    const std::string path = pathOf(heardName);
+    if (!heard) {
+        if (::unlink(path.c_str()) != 0 && errno != ENOENT) fail(path, "cannot be removed");
+        return;
+    }
+    // What is lost when the machine fails is out of date anyway, so nothing is synced.
+    const std::string next = path + ".new";
+    const Base::FileDescriptor file(
+        ::open(next.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0666));
+    if (!file.isOpen()) fail(next, "cannot be made");
+    if (!Base::writeAll(file.number(), heardText(*heard))) fail(next, "cannot write");
+    if (::rename(next.c_str(), path.c_str()) != 0) fail(next, "cannot rename");
+}
+
 // Numbers ascend, also behind those of imports that died.
 std::string ImportedDirectory::newGeneration() const {
     U64 last = 0;

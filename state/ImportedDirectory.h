@@ -7,6 +7,7 @@
 //     DIR/generation-7/    config.json  status.json
 //     DIR/generation-6/    what was in force before, for who is reading it
 //     DIR/snapshots.json, DIR/counters.reef        stay what they are
+//     DIR/heard.json                               of a switch that is followed
 //
 // Readers follow "current" once and read both documents of the generation that it leads to.
 #pragma once
@@ -14,6 +15,7 @@
 #include <string>
 
 #include "base/File.h"
+#include "state/Heard.h"
 #include "state/StateError.h"
 
 namespace StateDirectory {
@@ -33,6 +35,9 @@ class ImportedDirectory {
     // former ones or the new ones are in force, whole. Throws StateError, after which the former
     // ones are.
     void documentsAre(const std::string& config, const std::string& status);
+
+    // Tells when the switch was last heard; nothing: nobody follows it. Throws StateError.
+    void heardIs(const std::optional<Heard>& heard);
 
   private:
     std::string pathOf(const std::string& name) const { return directory_ + "/" + name; }

@@ -187,14 +187,6 @@ Orb::Ptr<const Type> readRecordOf(const Node& node) {
     return record;
 }
 
-Orb::Seconds readTime(const Node& node) {
-    const std::string_view text = node.text();
-    const auto time = Base::parseTime(text);
-    if (!time)
-        node.refuse(inQuotes(text) + " is not a time", "one such as \"2026-11-21T15:40:00Z\"");
-    return *time;
-}
-
 // Rows of the objects of one form.
 #define RECORD_KEY(attribute, Type, keys)                                                         \
     Key<State> {                                                                                  \

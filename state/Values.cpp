@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/Number.h"
+#include "base/Time.h"
 
 namespace StateDirectory {
 
@@ -82,6 +83,14 @@ Orb::String readText(const Node& node) {
     const std::string_view text = node.text();
     if (text.empty()) node.refuse("empty text", "at least one byte");
     return Orb::String(text);
+}
+
+Orb::Seconds readTime(const Node& node) {
+    const std::string_view text = node.text();
+    const auto time = Base::parseTime(text);
+    if (!time)
+        node.refuse(inQuotes(text) + " is not a time", "one such as \"2026-11-21T15:40:00Z\"");
+    return *time;
 }
 
 IpGenAddr readAddress(const Node& node) {

@@ -6,6 +6,7 @@
 
 #include "hive/MatchOption.h"
 #include "hive/Ranges.h"
+#include "orb/Seconds.h"
 #include "state/Collections.h"
 #include "wire/AddressFamily.h"
 #include "wire/EthAddr.h"
@@ -20,6 +21,8 @@ bool isName(std::string_view text);
 Orb::String readName(const Node& node);
 // Any text but an empty one.
 Orb::String readText(const Node& node);
+// As RFC 3339 writes it.
+Orb::Seconds readTime(const Node& node);
 Wire::IpGenAddr readAddress(const Node& node);
 Wire::EthAddr readMacAddress(const Node& node);
 // A prefix without host bits; of the family, if one is given.

@@ -8,11 +8,11 @@ namespace TrafficPolicyCli::Diagnosis {
 namespace {
 
 constexpr std::string_view keys[] = {
-    "unknownPolicy",       "noCurrentVersion",     "notAttached",          "unknownVrf",
-    "unknownInterface",    "installationFailed",   "notProcessed",         "removedPolicy",
-    "notConfigured",       "ruleNotTaken",         "removedRule",          "undefinedFieldSet",
-    "emptyFieldSet",       "undefinedCounter",     "gotoNowhere",          "gotoBack",
-    "criterionCannotHold", "contradictingActions", "counterBelowSnapshot",
+    "unknownPolicy",     "noCurrentVersion",    "notAttached",          "unknownVrf",
+    "unknownInterface",  "installationFailed",  "notProcessed",         "removedPolicy",
+    "notConfigured",     "ruleNotTaken",        "ruleNotReported",      "removedRule",
+    "undefinedFieldSet", "emptyFieldSet",       "undefinedCounter",     "gotoNowhere",
+    "gotoBack",          "criterionCannotHold", "contradictingActions", "counterBelowSnapshot",
 };
 
 const Orb::String noPolicy;

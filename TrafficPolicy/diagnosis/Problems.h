@@ -23,7 +23,8 @@ enum class ProblemKind : U8 {
     notProcessed,        // likewise
     removedPolicy,       // not configured any more, and still in place
     notConfigured,       // in place at a point where it is not configured
-    ruleNotTaken,        // by the platform
+    ruleNotTaken,        // by the platform, which says so
+    ruleNotReported,     // the platform says nothing of it
     removedRule,         // not configured any more, and still with the platform
     undefinedFieldSet,
     emptyFieldSet,  // in use; a set without a current version too

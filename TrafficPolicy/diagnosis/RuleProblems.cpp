@@ -1,5 +1,5 @@
-// What is wrong with the rules of a policy: those that the platform did not take, and those whose
-// words name nothing, lead nowhere or contradict each other.
+// What is wrong with the rules of a policy: those that the platform did not take or does not
+// report, and those whose words name nothing, lead nowhere or contradict each other.
 #include <algorithm>
 #include <array>
 #include <unordered_map>
@@ -103,13 +103,21 @@ class RuleProblems {
 
     void findNotTaken(const Rule& rule) {
         if (rule.config == nullptr || rule.config->match().empty()) return;
-        Orb::String labels;
+        Orb::String notTaken;  // the sides
+        Orb::String notReported;
+        const auto addTo = [](Orb::String& labels, const Orb::String& label) {
+            labels += (labels.empty() ? "" : ", ") + label;
+        };
         for (KnownSide& side : sides_) {
             const auto* const status =
                 recordOf(side.status->classMapStatus(), rule.name, rule.place);
-            if (status != nullptr) ++side.taken;
-            if (status == nullptr || status->matchs() == 0) {
-                labels += (labels.empty() ? "" : ", ") + side.label;
+            if (status == nullptr) {
+                addTo(notReported, side.label);
+                continue;
+            }
+            ++side.taken;
+            if (status->matchs() == 0) {
+                addTo(notTaken, side.label);
                 continue;
             }
             const MatchOption option = *status->match().begin();
@@ -118,11 +126,15 @@ class RuleProblems {
                 "the platform took it as " + Orb::String(matchOptionName(option)) + " on " +
                     side.label + ", which it is not");
         }
-        if (labels.empty()) return;
         // A rule of one family says which.
         const bool isOfOne = rule.config->match().size() == 1;
-        add(ProblemKind::ruleNotTaken, rule.name, "not taken by the platform on " + labels,
-            isOfOne ? std::optional(rule.config->match().begin()->key) : std::nullopt);
+        const auto tell = [&](ProblemKind kind, const char* what, const Orb::String& labels) {
+            if (labels.empty()) return;
+            add(kind, rule.name, what + labels,
+                isOfOne ? std::optional(rule.config->match().begin()->key) : std::nullopt);
+        };
+        tell(ProblemKind::ruleNotTaken, "not taken by the platform on ", notTaken);
+        tell(ProblemKind::ruleNotReported, "not reported by the platform on ", notReported);
     }
 
     void findRemoved(const KnownSide& side) {

@@ -88,6 +88,28 @@ TEST(ImportedDirectory, AFailedImportLeavesTheFormerState) {
     EXPECT_FALSE(std::filesystem::exists(folder.file("generation-2")));
 }
 
+TEST(ImportedDirectory, TellsWhenTheSwitchWasHeard) {
+    const TemporaryFolder folder;
+    ImportedDirectory imported(folder.path());
+    const auto heard = [&] { return StateDirectory::readHeard(folder.path()); };
+    EXPECT_FALSE(heard());
+    imported.heardIs(StateDirectory::Heard{Orb::Seconds(1700000000), "\"no\" answer\x1b"});
+    EXPECT_EQ(heard()->time.count(), 1700000000);
+    EXPECT_EQ(heard()->lost, "\"no\" answer\x1b");
+    imported.heardIs(StateDirectory::Heard{Orb::Seconds(1700000001), ""});
+    EXPECT_EQ(heard()->lost, "");
+    imported.heardIs(std::nullopt);
+    imported.heardIs(std::nullopt);
+    EXPECT_THAT(namesIn(folder.path()), UnorderedElementsAre("import.lock"));
+    for (const char* const text : {"", "{}", R"({"time": 5})", R"({"time": "now"})"}) {
+        fileIs(folder.file("heard.json"), text);
+        EXPECT_THROW(heard(), StateError) << text;
+    }
+    // A file that somebody made is no way out of the directory.
+    std::filesystem::create_symlink(folder.file("elsewhere"), folder.file("heard.json.new"));
+    EXPECT_THROW(imported.heardIs(StateDirectory::Heard{}), StateError);
+}
+
 TEST(ImportedDirectoryThreads, ReadersNeverSeeDocumentsOfTwoImports) {
     const TemporaryFolder folder;
     ImportedDirectory imported(folder.path());

@@ -174,7 +174,7 @@ TEST(Problems, ofRulesAndThePlatform) {
          both,
          took(R"("web":[])"),
          {"P ruleNotTaken rule web ipv4: not taken by the platform on interface input",
-          "P ruleNotTaken rule six ipv6: not taken by the platform on interface input"}},
+          "P ruleNotReported rule six ipv6: not reported by the platform on interface input"}},
         {"taken as another family, and a rule that went",
          both,
          took(R"("web":["ipv4"],"six":["ipv4"],"old":["ipv4"],"tried":[])"),
@@ -245,22 +245,22 @@ TEST(Problems, ofCriteria) {
 TEST(Problems, ofActions) {
     const std::string rest = R"(,{"name":"rest","priority":20,"match":{"ipv4":{}}})";
     const std::string six = R"(,{"name":"six","priority":20,"match":{"ipv6":{}}})";
-    const std::string notTaken =
-        "ruleNotTaken rule rest ipv4: not taken by the platform on interface input";
+    const std::string restUnknown =
+        "ruleNotReported rule rest ipv4: not reported by the platform on interface input";
     const std::string sixPending = "notProcessed Ethernet1 input, IPv6: pending: not reported";
-    const std::string sixNotTaken =
-        "ruleNotTaken rule six ipv6: not taken by the platform on interface input";
+    const std::string sixUnknown =
+        "ruleNotReported rule six ipv6: not reported by the platform on interface input";
     check({
         actionRow("counters", R"("count":{"counterName":"C"})"),
         actionRow("a counter that is not declared", R"("count":{"counterName":"D"})",
                   {"undefinedCounter rule web: counter D is not declared by the policy"}),
-        actionRow("a goto ahead", R"("gotoMatch":{"matchName":"rest"})", {notTaken}, rest),
-        actionRow("a goto to the next rule", R"("gotoMatch":{})", {notTaken}, rest),
+        actionRow("a goto ahead", R"("gotoMatch":{"matchName":"rest"})", {restUnknown}, rest),
+        actionRow("a goto to the next rule", R"("gotoMatch":{})", {restUnknown}, rest),
         actionRow("a goto of the last rule", R"("gotoMatch":{})",
                   {"gotoNowhere rule web ipv4: goto leads to the next ipv4 rule, and there is "
                    "none"}),
         actionRow("a goto to a rule of another family", R"("gotoMatch":{"matchName":"six"})",
-                  {sixPending, sixNotTaken,
+                  {sixPending, sixUnknown,
                    "gotoNowhere rule web ipv4: goto leads to rule six, and no ipv4 rule is there "
                    "or behind it"},
                   six),
