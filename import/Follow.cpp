@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <chrono>
 #include <ctime>
+#include <utility>
 
 #include "import/LiveCounters.h"
 #include "import/Report.h"
@@ -224,14 +225,37 @@ class Follower {
             readAll(redis);
             return false;
         }
-        SonicDatabases databases = databases_;
+        // Until all is read the documents say something else, also when reading fails.
+        const bool wasInForce = std::exchange(isInForce_, false);
+        bool isChanged = false;
         for (const auto& [database, names] : keys) {
-            redis.readKeys(*database, names, databases, readingFindings_);
+            isChanged |= readAgain(redis, *database, names);
+        }
+        if (wasInForce && !isChanged) {
+            isInForce_ = true;
+            return false;
         }
         // New rules have counters.
-        redis.readCounters(SonicRedis::Which::missing, databases, readingFindings_);
-        publish(std::move(databases));
+        redis.readCounters(SonicRedis::Which::missing, databases_, readingFindings_);
+        publish();
         return false;
+    }
+
+    // Says whether some of the keys say something else than before.
+    bool readAgain(SonicRedis& redis, const SonicDatabase& database,
+                   const std::set<std::string>& names) {
+        SonicTable& table = databases_.*database.table;
+        SonicTable before;
+        for (const std::string& name : names) before.insert(table.extract(name));
+        redis.readKeys(database, names, databases_, readingFindings_);
+        return std::ranges::any_of(names, [&](const std::string& name) {
+            const auto former = before.find(name);
+            const auto now = table.find(name);
+            if (former == before.end() || now == table.end()) {
+                return (former == before.end()) != (now == table.end());
+            }
+            return former->second != now->second;
+        });
     }
 
     static std::size_t countOf(const Changes::Keys& keys) {
@@ -242,20 +266,31 @@ class Follower {
 
     void readAll(SonicRedis& redis) {
         readingFindings_ = Findings();
-        publish(redis.readAll(readingFindings_));
+        SonicDatabases databases = redis.readAll(readingFindings_);
+        const bool isSame = isInForce_ && sameButCounts(databases, databases_);
+        databases_ = std::move(databases);
+        if (isSame) {
+            counters_.countsAre(countsByIdentity(databases_));
+        } else {
+            publish();
+        }
     }
 
     // Counts go into the store; a counter that comes or goes changes the documents.
     void readCounters(SonicRedis& redis) {
-        SonicDatabases databases = databases_;
-        redis.readCounters(SonicRedis::Which::all, databases, readingFindings_);
-        if (!hasSameKeys(databases.counters, databases_.counters)) {
-            publish(std::move(databases));
+        const bool wasInForce = std::exchange(isInForce_, false);
+        SonicTable before = std::move(databases_.counters);
+        databases_.counters.clear();
+        if (const auto map = before.find(counterMapKey); map != before.end()) {
+            databases_.counters.insert(*map);
+        }
+        redis.readCounters(SonicRedis::Which::all, databases_, readingFindings_);
+        if (!wasInForce || !hasSameKeys(databases_.counters, before)) {
+            publish();
             return;
         }
-        if (databases.counters == databases_.counters) return;
-        databases_ = std::move(databases);
-        counters_.countsAre(countsByIdentity(databases_));
+        isInForce_ = true;
+        if (databases_.counters != before) counters_.countsAre(countsByIdentity(databases_));
     }
 
     static bool hasSameKeys(const SonicTable& a, const SonicTable& b) {
@@ -265,21 +300,16 @@ class Follower {
 
     static bool sameButCounts(const SonicDatabases& a, const SonicDatabases& b) {
         const auto map = [](const SonicDatabases& databases) {
-            const auto found = databases.counters.find(std::string(counterMapKey));
+            const auto found = databases.counters.find(counterMapKey);
             return found == databases.counters.end() ? SonicFields() : found->second;
         };
         return a.config == b.config && a.state == b.state && map(a) == map(b) &&
                hasSameKeys(a.counters, b.counters);
     }
 
-    void publish(SonicDatabases databases) {
-        const bool isSame = isInForce_ && sameButCounts(databases, databases_);
-        databases_ = std::move(databases);
-        isInForce_ = isSame;
-        if (isSame) {
-            counters_.countsAre(countsByIdentity(databases_));
-            return;
-        }
+    // Writes what the databases say.
+    void publish() {
+        isInForce_ = false;
         Findings findings = readingFindings_;
         Gathered gathered = gatherSonic(databases_, findings);
         gathered.countersInReef = true;
@@ -308,7 +338,7 @@ class Follower {
     const StopSignals stop_;
     StateDirectory::ImportedDirectory directory_;
     LiveCounters counters_;
-    SonicDatabases databases_;
+    SonicDatabases databases_;  // after an error all of them are read again
     Findings readingFindings_;  // of the databases
     Findings findings_;         // of the state in force
     std::string timeInForce_;   // the time of day of the state in force; empty: there is none

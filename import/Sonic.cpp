@@ -28,14 +28,14 @@ constexpr std::string_view ruleStatusKey = "ACL_RULE_TABLE|";
 // Calls visit(rest of the key, fields) for the keys that begin like this.
 template <class Visit>
 void forEachKey(const SonicTable& table, std::string_view begin, const Visit& visit) {
-    for (auto entry = table.lower_bound(std::string(begin));
+    for (auto entry = table.lower_bound(begin);
          entry != table.end() && entry->first.starts_with(begin); ++entry) {
         visit(entry->first.substr(begin.size()), entry->second);
     }
 }
 
 const std::string* fieldOf(const SonicFields& fields, std::string_view field) {
-    const auto found = fields.find(std::string(field));
+    const auto found = fields.find(field);
     return found == fields.end() ? nullptr : &found->second;
 }
 
@@ -65,7 +65,7 @@ struct TableHash {
     std::vector<RuleHash> rules;
 };
 
-const SonicFields* hashOf(const SonicTable& table, const std::string& key) {
+const SonicFields* hashOf(const SonicTable& table, std::string_view key) {
     const auto found = table.find(key);
     return found == table.end() ? nullptr : &found->second;
 }
@@ -74,13 +74,15 @@ const SonicFields* hashOf(const SonicTable& table, const std::string& key) {
 class CounterReader {
   public:
     CounterReader(const SonicDatabases& databases, Findings& findings)
-        : databases_(databases), findings_(findings) {}
+        : databases_(databases),
+          findings_(findings),
+          map_(hashOf(databases.counters, counterMapKey)) {}
 
     std::optional<Counts> countsOf(const std::string& table, const std::string& rule) {
         const std::string name = table + ":" + rule;
-        if (const SonicFields* const map =
-                hashOf(databases_.counters, std::string(counterMapKey))) {
-            if (const std::string* const object = fieldOf(*map, name)) {
+        if (map_ != nullptr) {
+            if (const std::string* const object = fieldOf(*map_, name)) {
+                ++found_;
                 return countsAt("COUNTERS:" + *object, identityOfObject(*object),
                                 "SAI_ACL_COUNTER_ATTR_PACKETS", "SAI_ACL_COUNTER_ATTR_BYTES");
             }
@@ -88,6 +90,9 @@ class CounterReader {
         // As very old versions write it.
         return countsAt("COUNTERS:" + name, identityOf({"sonic", table, rule}), "Packets", "Bytes");
     }
+
+    // Says whether the map names nothing but the rules that were asked for, each once.
+    bool hasFoundAll() const { return map_ == nullptr || found_ == map_->size(); }
 
   private:
     // A rule that is made anew gets another object.
@@ -121,6 +126,8 @@ class CounterReader {
 
     const SonicDatabases& databases_;
     Findings& findings_;
+    const SonicFields* map_;  // from rules to objects; null: there is none
+    std::size_t found_ = 0;
 };
 
 class DatabaseGathering {
@@ -193,8 +200,8 @@ class DatabaseGathering {
         SonicTableForm form;
         const std::string* const type =
             table.fields == nullptr ? nullptr : fieldOf(*table.fields, "type");
-        const std::set<Option> all = {Option::ipv4, Option::ipv6, Option::mac, Option::mpls};
-        static const std::map<std::string_view, std::set<Option>> known = {
+        constexpr Families all = {Option::ipv4, Option::ipv6, Option::mac, Option::mpls};
+        static const std::map<std::string_view, Families> known = {
             {"L3", {Option::ipv4}},
             {"L3V6", {Option::ipv6}},
             {"L3V4V6", {Option::ipv4, Option::ipv6}},
@@ -245,7 +252,8 @@ class DatabaseGathering {
         std::optional<Place> place = Place::cpu;
         if (!isControlPlane(table)) place = stageOf(table);
         bool hasCounters = false;
-        std::set<Option> families;
+        Families families;
+        policy.rules.reserve(table.rules.size());
         for (const RuleHash& hash : table.rules) {
             const std::string key = table.name + "|" + hash.name;
             Rule rule = ruleOfHash(*hash.fields, form, "CONFIG_DB " + std::string(ruleKey) + key,
@@ -262,8 +270,8 @@ class DatabaseGathering {
             for (const RuleMatch& match : rule.matches) families.insert(match.option);
             policy.rules.push_back(std::move(rule));
         }
-        if (families.empty()) families = form.families;
-        if (place) addRemoved(table, *place, *families.begin(), policy);
+        if (families.isEmpty()) families = form.families;
+        if (place) addRemoved(table, *place, families.first(), policy);
         const std::string name = policy.name;
         gathered_.policies.push_back(std::move(policy));
         if (table.fields != nullptr && place) {
@@ -289,10 +297,10 @@ class DatabaseGathering {
     }
 
     void attach(const TableHash& table, const std::string& policy, Place place,
-                const std::optional<Installation>& installation, const std::set<Option>& families) {
+                const std::optional<Installation>& installation, Families families) {
         Attachment attachment{place, cpuVrf, policy, true, {}};
         if (installation) {
-            for (const Option family : families) attachment.installed[family] = *installation;
+            families.forEach([&](Option family) { attachment.installed[family] = *installation; });
         }
         if (place == Place::cpu) {
             attachment.point = "all";
@@ -400,8 +408,8 @@ class DatabaseGathering {
                        leftOut("STATE_DB " + std::string(ruleStatusKey) + key, "rule",
                                "there is no such ACL_TABLE");
                    });
-        const SonicFields* const map = hashOf(databases_.counters, std::string(counterMapKey));
-        if (map == nullptr) return;
+        const SonicFields* const map = hashOf(databases_.counters, counterMapKey);
+        if (map == nullptr || counters_.hasFoundAll()) return;
         std::set<std::string> rules;
         for (const auto& [name, table] : tables_) {
             for (const RuleHash& rule : table.rules) rules.insert(name + ":" + rule.name);

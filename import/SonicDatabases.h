@@ -2,6 +2,7 @@
 // files or from Redis; the keys are the same.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
@@ -10,8 +11,8 @@
 
 namespace Import {
 
-using SonicFields = std::map<std::string, std::string>;
-using SonicTable = std::map<std::string, SonicFields>;  // by whole key
+using SonicFields = std::map<std::string, std::string, std::less<>>;
+using SonicTable = std::map<std::string, SonicFields, std::less<>>;  // by whole key
 
 struct SonicDatabases {
     SonicTable config;

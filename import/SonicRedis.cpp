@@ -123,14 +123,14 @@ void SonicRedis::readCounters(Which which, SonicDatabases& databases, Findings& 
 
 std::set<std::string> counterKeys(const SonicDatabases& databases) {
     std::set<std::string> keys;
-    const auto map = databases.counters.find(std::string(counterMapKey));
+    const auto map = databases.counters.find(counterMapKey);
     if (map != databases.counters.end()) {
         for (const auto& [rule, object] : map->second) keys.insert("COUNTERS:" + object);
         return keys;
     }
     // As very old versions write it.
     constexpr std::string_view begin = "ACL_RULE|";
-    for (auto rule = databases.config.lower_bound(std::string(begin));
+    for (auto rule = databases.config.lower_bound(begin);
          rule != databases.config.end() && rule->first.starts_with(begin); ++rule) {
         std::string key = rule->first.substr(begin.size());
         const std::size_t bar = key.find('|');

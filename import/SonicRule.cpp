@@ -10,18 +10,17 @@ namespace Import {
 
 using namespace Classification;
 using Option = ClassMapMatchOption;
-using Families = std::set<Option>;
 
 namespace {
 
-const Families ipv4Only = {Option::ipv4};
-const Families ipv6Only = {Option::ipv6};
-const Families ip = {Option::ipv4, Option::ipv6};
-const Families all = {Option::ipv4, Option::ipv6, Option::mac, Option::mpls};
-const Families notIpv4 = {Option::ipv6, Option::mac, Option::mpls};
-const Families notIpv6 = {Option::ipv4, Option::mac, Option::mpls};
-const Families notIp = {Option::mac, Option::mpls};
-const Families macOnly = {Option::mac};
+constexpr Families ipv4Only = {Option::ipv4};
+constexpr Families ipv6Only = {Option::ipv6};
+constexpr Families ip = {Option::ipv4, Option::ipv6};
+constexpr Families all = {Option::ipv4, Option::ipv6, Option::mac, Option::mpls};
+constexpr Families notIpv4 = {Option::ipv6, Option::mac, Option::mpls};
+constexpr Families notIpv6 = {Option::ipv4, Option::mac, Option::mpls};
+constexpr Families notIp = {Option::mac, Option::mpls};
+constexpr Families macOnly = {Option::mac};
 
 std::optional<U32> numberOf(std::string_view text, Base::Bounds bounds) {
     const auto number = parseAnyNumber(text, bounds);
@@ -37,26 +36,24 @@ Families etherTypeFamily(const std::string& text) {
     const auto number = numberOf(text, {0, 0xffff});
     return number ? Families{familyOf(*number)} : all;
 }
-const Families* familiesOfIpType(const std::string& text) {
-    static const std::map<std::string_view, const Families*> types = {
-        {"ANY", &all},
-        {"IP", &ip},
-        {"NON_IP", &notIp},
-        {"IPV4ANY", &ipv4Only},
-        {"NON_IPV4", &notIpv4},
-        {"IPV6ANY", &ipv6Only},
-        {"NON_IPV6", &notIpv6},
-        {"ARP", &macOnly},
-        {"ARP_REQUEST", &macOnly},
-        {"ARP_REPLY", &macOnly},
+// Those of an IP type that is known.
+std::optional<Families> familiesOfIpType(const std::string& text) {
+    static const std::map<std::string_view, Families> types = {
+        {"ANY", all},
+        {"IP", ip},
+        {"NON_IP", notIp},
+        {"IPV4ANY", ipv4Only},
+        {"NON_IPV4", notIpv4},
+        {"IPV6ANY", ipv6Only},
+        {"NON_IPV6", notIpv6},
+        {"ARP", macOnly},
+        {"ARP_REQUEST", macOnly},
+        {"ARP_REPLY", macOnly},
     };
     const auto found = types.find(text);
-    return found == types.end() ? nullptr : found->second;
+    return found == types.end() ? std::nullopt : std::optional(found->second);
 }
-Families ipTypeFamilies(const std::string& text) {
-    const Families* const families = familiesOfIpType(text);
-    return families == nullptr ? all : *families;
-}
+Families ipTypeFamilies(const std::string& text) { return familiesOfIpType(text).value_or(all); }
 
 // Reads a field into the draft. False: it cannot be said there.
 using ReadField = bool (*)(const std::string& text, FilterDraft& draft);
@@ -150,8 +147,8 @@ bool readEtherType(const std::string& text, FilterDraft& draft) {
 }
 
 bool readIpType(const std::string& text, FilterDraft& draft) {
-    const Families* const families = familiesOfIpType(text);
-    return families != nullptr && families != &macOnly && families->contains(draft.option());
+    const auto families = familiesOfIpType(text);
+    return families && *families != macOnly && families->contains(draft.option());
 }
 
 bool readVlan(const std::string& text, FilterDraft& draft) {
@@ -197,12 +194,6 @@ const FieldRow* rowOf(std::string_view field) {
     return row == std::end(rows) ? nullptr : row;
 }
 
-Families intersection(const Families& a, const Families& b) {
-    Families common;
-    std::ranges::set_intersection(a, b, std::inserter(common, common.end()));
-    return common;
-}
-
 // Of the table's families those that all fields can match. When there are none, the rule makes no
 // sense there: it stays of the table's families, and what does not fit is carried.
 Families familiesOf(const SonicFields& fields, const SonicTableForm& form) {
@@ -215,8 +206,8 @@ Families familiesOf(const SonicFields& fields, const SonicTableForm& form) {
     for (const auto& [field, text] : fields) {
         const FieldRow* const row = rowOf(field);
         if (row == nullptr) continue;
-        const Families common = intersection(families, row->families(text));
-        if (!common.empty()) families = common;
+        const Families common = families & row->families(text);
+        if (!common.isEmpty()) families = common;
     }
     return families;
 }
@@ -239,7 +230,7 @@ class RuleReader {
     Orb::Ptr<const StructuredFilter> filterOf(Option option) {
         FilterDraft draft(option);
         for (const auto& [field, text] : fields_) {
-            if (upperCase(field) == "PRIORITY" || isAction(field) || isEmptyHash(field)) continue;
+            if (isPriority(field) || isAction(field) || isEmptyHash(field)) continue;
             const FieldRow* const row = rowOf(field);
             const bool isSaid = row != nullptr && (!row->isIpOnly || isIp(option)) &&
                                 row->families(text).contains(option) && row->read(text, draft);
@@ -256,6 +247,12 @@ class RuleReader {
     }
 
   private:
+    // However it is written: findings tell of it.
+    static bool isPriority(const std::string& field) {
+        return field.size() == std::string_view("PRIORITY").size() &&
+               upperCase(field) == "PRIORITY";
+    }
+
     // A hash cannot be empty: a field stands for that.
     static bool isEmptyHash(const std::string& field) { return field == "NULL"; }
 
@@ -338,9 +335,9 @@ Rule ruleOfHash(const SonicFields& fields, const SonicTableForm& form, const std
                 Findings& findings) {
     RuleReader reader(fields, form, place, findings);
     Rule rule;
-    for (const Option option : familiesOf(fields, form)) {
+    familiesOf(fields, form).forEach([&](Option option) {
         rule.matches.push_back({option, reader.filterOf(option)});
-    }
+    });
     reader.readActions(rule);
     return rule;
 }

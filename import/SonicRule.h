@@ -2,11 +2,11 @@
 // for word.
 #pragma once
 
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "import/Families.h"
 #include "import/Findings.h"
 #include "import/SonicDatabases.h"
 #include "import/StateBuilder.h"
@@ -15,10 +15,10 @@ namespace Import {
 
 // What a table says of all its rules.
 struct SonicTableForm {
-    std::set<ClassMapMatchOption> families;  // that its rules may look at
-    bool takesIpv6Fields = false;            // although ipv6 is not among them
-    bool isOfServices = false;               // its rules are about services of the switch itself
-    std::vector<std::string> services;       // these; empty: not told
+    Families families;                  // that its rules may look at
+    bool takesIpv6Fields = false;       // although ipv6 is not among them
+    bool isOfServices = false;          // its rules are about services of the switch itself
+    std::vector<std::string> services;  // these; empty: not told
 };
 
 // The criteria and the actions. place: of the rule, for findings. The rule has no name and no

@@ -1,6 +1,7 @@
 """A switch that is followed, with a real Redis server: changes, counts, a shell, losses, kills, a server that
 tells of no changes, a disk that fills, and a second import."""
 
+import contextlib
 import json
 import os
 import pathlib
@@ -132,7 +133,8 @@ def kills(folder, server, draw):
         shown = show(state, "show", "traffic-policy", "packet", "policy", "DATAACL", "source", f"10.0.1.{number}")
         expect(f"rules after kill {number}", [f"R{n}:" in shown for n in range(8)].count(True) <= 1, True)
         expect("documents", [(state / name).exists() for name in ("config.json", "status.json")], [True, True])
-    last = Follower(server, state, folder / "killed-errors")
+    last = Follower(server, state, folder / "last-errors")
+    last.says(" rules, ")
     wait_for("the last rule", lambda: "10.0.1.7" in (state / "config.json").read_text())
     wait_for("what the dead left is gone", lambda: len([p for p in state.iterdir() if "generation" in p.name]) <= 2)
     last.end()
@@ -156,19 +158,19 @@ def full_disk(folder, server):
         follower.end()
 
 
+@contextlib.contextmanager
 def polling(folder, server):
     """Begun before the others, and looked at when 5 seconds are over anyway."""
     state = folder / "polled"
     server.fill(4, {"ACL_TABLE|A": {"type": "L3"}})
     follower = Follower(server, state, folder / "polled-errors")
-    follower.says("does not tell of changes")
-    server.fill(4, {"ACL_TABLE|B": {"type": "L3"}})
-
-    def look():
+    try:
+        follower.says("does not tell of changes")
+        server.fill(4, {"ACL_TABLE|B": {"type": "L3"}})
+        yield
         wait_for("change without notification", lambda: '"B"' in (state / "config.json").read_text())
+    finally:
         follower.end()
-
-    return look
 
 
 def main():
@@ -177,13 +179,12 @@ def main():
         (folder / "silent").mkdir()
         servers = [Server(folder), Server(folder / "silent", "--rename-command", "CONFIG", "")]
         try:
-            look = polling(folder, servers[1])
             for name, number in NUMBERS.items():
                 servers[0].fill(number, load(name))
-            follow(folder, servers[0])
-            kills(folder, servers[0], random.Random(5))
-            full_disk(folder, servers[0])
-            look()
+            with polling(folder, servers[1]):
+                follow(folder, servers[0])
+                kills(folder, servers[0], random.Random(5))
+                full_disk(folder, servers[0])
         finally:
             for server in servers:
                 server.stop()
