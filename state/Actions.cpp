@@ -125,6 +125,7 @@ ActionType actionTypeKey(const Node& member, std::string_view key) {
 }  // namespace
 
 ActionMap readActions(const Node& node) {
+    const Orb::ArenaAside aside;
     return readMap<ActionMap>(node, actionTypeKey, [](const Node& member, ActionType type) {
         return actionForms[placeOfAction(type)].read(member);
     });

@@ -1,6 +1,8 @@
 // Policies and their rules, and where they are attached.
 #include "state/Config.h"
 
+#include <algorithm>
+
 #include "state/Actions.h"
 #include "state/Attributes.h"
 #include "state/Criteria.h"
@@ -70,9 +72,9 @@ Orb::Ptr<const ClassMapConfig> readClassMap(const Node& node, const Rule& rule) 
     if (!rule.hasMatch) return classMap;
     classMap->matchIs(readMap<Matches>(node.member("match"), matchOptionKey,
                                        [&](const Node& member, ClassMapMatchOption option) {
+                                           auto match = Orb::make<ClassMapMatch>(rule.name, option);
                                            MatchParts parts{option, nullptr};
                                            readObject(member, matchKeys, parts);
-                                           auto match = Orb::make<ClassMapMatch>(rule.name, option);
                                            match->structuredFilterIs(std::move(parts.filter));
                                            return Orb::Ptr<const ClassMapMatch>(match);
                                        }));
@@ -84,7 +86,9 @@ void readRules(const Node& node, PolicyMapSubConfig& version) {
     Orb::HashMap2018<Orb::String, Orb::Ptr<const PolicyClassAction>> policyAction;
     reserveFor(classMap, node, &Node::list);
     reserveFor(policyAction, node, &Node::list);
-    Orb::RbTreeMap<U32, Orb::String> priorities;
+    std::vector<std::pair<U32, Orb::String>> order;
+    Orb::HashMap2018<U32, std::size_t> places;  // in the order, by priority
+    reserveFor(places, node, &Node::list);
     for (Elements elements(node); elements.next();) {
         const Node item = elements.node().whole();
         Rule rule;
@@ -93,10 +97,10 @@ void readRules(const Node& node, PolicyMapSubConfig& version) {
             item.member("name").refuse("a second rule named " + inQuotes(rule.name),
                                        "each name once");
         }
-        if (const Orb::String* const other = priorities.find(rule.priority)) {
+        if (const std::size_t* const other = places.find(rule.priority)) {
             item.member("priority")
                 .refuse("priority " + std::to_string(rule.priority) + " is already used by rule " +
-                            inQuotes(*other),
+                            inQuotes(order[*other].second),
                         "each priority once");
         }
         classMap.insertNew({rule.name, readClassMap(item, rule)});
@@ -105,9 +109,14 @@ void readRules(const Node& node, PolicyMapSubConfig& version) {
             actions->actionIs(readActions(item.member("action")));
             policyAction.insertNew({rule.name, std::move(actions)});
         }
-        priorities.is(rule.priority, std::move(rule.name));
+        places.insertNew({rule.priority, order.size()});
+        order.emplace_back(rule.priority, std::move(rule.name));
     }
-    version.classPriorityIs(std::move(priorities));
+    // Made at once, so that a walk over the rules finds the entries side by side.
+    Orb::RbTreeMap<U32, Orb::String> classPriority;
+    std::ranges::sort(order);
+    for (auto& [priority, name] : order) classPriority.insertNew({priority, std::move(name)});
+    version.classPriorityIs(std::move(classPriority));
     version.classMapIs(std::move(classMap));
     version.policyActionIs(std::move(policyAction));
 }

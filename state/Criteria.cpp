@@ -371,6 +371,8 @@ Orb::Ptr<const StructuredFilter> readFilter(const Node& node, std::optional<Addr
 
 Orb::Ptr<const StructuredFilter> readStructuredFilter(const Node& node,
                                                       ClassMapMatchOption option) {
+    // The rules are walked by every command, what they match is printed by few.
+    const Orb::ArenaAside aside;
     switch (option) {
         case ClassMapMatchOption::ipv4:
             return readFilter(node, AddressFamily::ipv4, true);

@@ -2,6 +2,8 @@
 
 #include <system_error>
 
+#include "orb/Arena.h"
+
 namespace StateDirectory {
 
 SecondThread::SecondThread(Task first) : first_(std::move(first)) {
@@ -35,6 +37,7 @@ void SecondThread::runFirst() {
 }
 
 void SecondThread::run() {
+    const Orb::ArenaScope arena;
     runFirst();
     std::unique_lock lock(mutex_);
     for (;;) {

@@ -39,6 +39,7 @@ State readFolder(const std::string& folder) {
 State readInPieces(const std::string& folder, std::size_t runSize) {
     const auto readDocument = [&](const std::string& path, Read read, State& state,
                                   SecondThread& second) {
+        const Orb::ArenaScope arena;
         Pieces pieces(path, second, runSize);
         read(Node(pieces), state);
         pieces.end();

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "orb/Types.h"
+#include "orb/Arena.h"
 
 namespace Orb {
 
@@ -33,7 +33,7 @@ class Array {
     void delAll() { values_.clear(); }
 
   private:
-    std::vector<Value> values_;
+    std::vector<Value, BlockAllocator<Value>> values_;
 };
 
 }  // namespace Orb

@@ -9,6 +9,7 @@
 #include <new>
 #include <utility>
 
+#include "orb/Arena.h"
 #include "orb/Types.h"
 
 namespace Orb {
@@ -102,7 +103,7 @@ class DenseEntries {
         U32 capacity = 0;
         Slots index;
     };
-    static_assert(alignof(Entry) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);
+    static_assert(alignof(Entry) <= alignof(U64));
     static constexpr std::size_t offset =
         (sizeof(Header) + alignof(Entry) - 1) / alignof(Entry) * alignof(Entry);
 
@@ -113,12 +114,12 @@ class DenseEntries {
     }
     static void free(Header* header) {
         std::destroy_at(header);
-        ::operator delete(header);
+        freeBlock(header);
     }
 
     void grow(U32 capacity) {
         auto* const grown =
-            new (::operator new (offset + std::size_t{capacity} * sizeof(Entry))) Header;
+            new (allocateBlock(offset + std::size_t{capacity} * sizeof(Entry))) Header;
         grown->capacity = capacity;
         if (header_ != nullptr) {
             std::uninitialized_move(begin(), end(), entriesOf(grown));

@@ -9,6 +9,7 @@
 #include <functional>
 #include <utility>
 
+#include "orb/Arena.h"
 #include "orb/Types.h"
 
 namespace Orb {
@@ -33,6 +34,9 @@ class ORB_EXPORT PtrInterface {
     PtrInterface& operator=(const PtrInterface&) = delete;
 
     bool hasNotificationActive() const { return notificationActive_; }
+
+    static void* operator new(std::size_t size) { return allocateBlock(size); }
+    static void operator delete(void* block) noexcept { freeBlock(block); }
 
     void referenceAdd() const { references_.fetch_add(1, std::memory_order_relaxed); }
     void referenceDrop() const {

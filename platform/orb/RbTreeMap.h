@@ -10,13 +10,25 @@
 
 namespace Orb {
 
+namespace Detail {
+
+template <class Key, class Value, class Less>
+struct TreeOf {
+    using Type = std::map<Key, Value, Less, BlockAllocator<std::pair<const Key, Value>>>;
+};
+template <class Key, class Less>
+struct TreeOf<Key, void, Less> {
+    using Type = std::set<Key, Less, BlockAllocator<Key>>;
+};
+
+}  // namespace Detail
+
 template <class Key, class Value = void, class Less = std::less<>>
 class RbTreeMap {
   public:
     static constexpr bool isSet = std::is_void_v<Value>;
     using Stored = std::conditional_t<isSet, Key, Value>;  // what find() finds
-    using Tree = typename std::conditional_t<isSet, std::type_identity<std::set<Key, Less>>,
-                                             std::type_identity<std::map<Key, Value, Less>>>::type;
+    using Tree = typename Detail::TreeOf<Key, Value, Less>::Type;
     using Iterator = typename Tree::const_iterator;
 
     RbTreeMap() = default;
@@ -87,6 +99,12 @@ class RbTreeMap {
                                                                                 Given&& value) {
         ++changeCount_;
         return tree_.insert_or_assign(key, std::forward<Given>(value)).first->second;
+    }
+
+    // Inserts an entry whose key is known not to be there: no look-up when it is the greatest.
+    void insertNew(typename Tree::value_type entry) {
+        ++changeCount_;
+        tree_.insert(tree_.end(), std::move(entry));
     }
 
     template <class Lookup>

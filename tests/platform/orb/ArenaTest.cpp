@@ -1,0 +1,89 @@
+// Blocks of an arena: aligned, apart, freed by any thread in any order, and their memory used
+// again.
+#include "orb/Arena.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <random>
+#include <set>
+#include <thread>
+#include <vector>
+
+namespace {
+
+struct Block {
+    std::byte* bytes;
+    std::size_t size;
+    unsigned char mark;
+};
+
+// Blocks of all sizes, a few larger than an arena takes; each is filled with a mark of its own.
+std::vector<Block> newBlocks(std::size_t count, unsigned seed) {
+    std::mt19937 random(seed);
+    std::vector<Block> blocks;
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::size_t size = i % 100 == 0 ? random() % 40000 : random() % 300;
+        auto* const bytes = static_cast<std::byte*>(Orb::allocateBlock(size));
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(bytes) % alignof(U64), 0U);
+        blocks.push_back({bytes, size, static_cast<unsigned char>(random())});
+        std::memset(bytes, blocks.back().mark, size);
+    }
+    return blocks;
+}
+
+void checkAndFree(std::vector<Block> blocks) {
+    std::ranges::shuffle(blocks, std::mt19937(3));
+    for (const Block& block : blocks) {
+        const auto isMarked = [&](std::byte byte) { return byte == std::byte{block.mark}; };
+        ASSERT_TRUE(std::all_of(block.bytes, block.bytes + block.size, isMarked));
+        Orb::freeBlock(block.bytes);
+    }
+}
+
+TEST(ArenaThreads, blocksAreFreedByAnyThreadInAnyOrder) {
+    std::vector<std::thread> threads;
+    std::vector<std::vector<Block>> made(4);
+    for (unsigned i = 0; i < made.size(); ++i) {
+        threads.emplace_back([&made, i] {
+            const Orb::ArenaScope outer;
+            auto blocks = newBlocks(20000, i);
+            {
+                const Orb::ArenaScope inner;
+                const auto more = newBlocks(100, i + 10);
+                blocks.insert(blocks.end(), more.begin(), more.end());
+            }
+            checkAndFree(newBlocks(5000, i + 20));
+            made[i] = std::move(blocks);
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    threads.clear();
+    for (auto& blocks : made) threads.emplace_back(checkAndFree, std::move(blocks));
+    for (std::thread& thread : threads) thread.join();
+}
+
+TEST(Arena, blocksOutsideOfAScopeAreTheAllocators) {
+    checkAndFree(newBlocks(1000, 1));
+    Orb::freeBlock(nullptr);
+}
+
+TEST(Arena, memoryOfFreedBlocksIsUsedAgain) {
+    std::set<std::uintptr_t> pages;
+    for (int round = 0; round < 50; ++round) {
+        std::vector<Block> blocks;
+        {
+            const Orb::ArenaScope arena;
+            blocks = newBlocks(20000, 7);
+        }
+        for (const Block& block : blocks) {
+            pages.insert(reinterpret_cast<std::uintptr_t>(block.bytes) >> 21);
+        }
+        checkAndFree(std::move(blocks));
+    }
+    // 50 rounds of 7 MB.
+    EXPECT_LT(pages.size(), 60U);
+}
+
+}  // namespace
