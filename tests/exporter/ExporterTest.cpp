@@ -3,7 +3,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <filesystem>
+#include <thread>
 
 #include "TemporaryFolder.h"
 #include "exporter/Exposition.h"
@@ -155,6 +157,46 @@ TEST_F(Exposed, addsUpWithoutFallingOrJumping) {
         documentIs("status.json", statusOf(row.web, hits, row.granted));
         EXPECT_EQ(total(), row.expected) << row.what;
     }
+}
+
+// Scrapes at once, while documents change, are refused, and come back: each shows one state, whole.
+class ExposedThreads : public Exposed {};
+TEST_F(ExposedThreads, showOneStateEachWhileDocumentsChange) {
+    Exporter::Switch shown({folder_.path(), "leaf"}, Grain::perRule);
+    std::atomic<bool> ends = false;
+    std::atomic<int> scrapes = 0;
+    const auto scrape = [&] {
+        while (!ends) {
+            std::vector<Exporter::Reading> readings;
+            readings.push_back(
+                shown.read(Exporter::Switch::Clock::now() + std::chrono::minutes(1)));
+            Exporter::Exposition exposition(std::move(readings), Format::openMetrics);
+            std::string text;
+            while (exposition.next(text, 100)) {
+            }
+            const bool isUp = text.find("up{switch=\"leaf\"} 1\n") != text.npos;
+            ++scrapes;
+            // Both counters are of the same document.
+            const auto countAt = [&](const std::string& label) {
+                const std::size_t at = text.find("} ", text.find(label));
+                return text.substr(at, text.find('\n', at) - at);
+            };
+            if (!isUp) {
+                EXPECT_THAT(text, Not(HasSubstr("policy=")));
+            } else {
+                EXPECT_EQ(countAt("rule=\"web\""), countAt("counter=\"HITS\""));
+            }
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 3; ++i) threads.emplace_back(scrape);
+    for (int round = 0; round < 20; ++round) {
+        const std::string record = R"({"uniqueId": 1, "packets": )" + std::to_string(round) + "}";
+        documentIs("status.json", round % 5 == 4 ? "{" : statusOf(record, record));
+        while (scrapes < 5 * round) std::this_thread::yield();
+    }
+    ends = true;
+    for (std::thread& thread : threads) thread.join();
 }
 
 TEST(Negotiation, givesClientsWhatTheyLikeBest) {

@@ -190,12 +190,52 @@ TEST_F(CountingSwitch, MarksOutlastTheAgent) {
     EXPECT_FALSE(std::filesystem::exists(state_.file("snapshots.lock")));
 
     EXPECT_THAT(run({"show", "marks"}).output, testing::ContainsRegex("^before: 20.*, 2 counters"));
+    EXPECT_THAT(run({"--json", "show", "marks"}).output,
+                testing::ContainsRegex(
+                    R"(^\{"marks":\[\{"mark":"before","time":"20[^"]+Z","counters":2\}\]\})"));
+    ::setenv("TPCLI_STATE", state_.path().c_str(), 1);
+    EXPECT_EQ(runTpcli({"--complete", "delete", "mark", "be"}).output, "before\n");
+    ::unsetenv("TPCLI_STATE");
     const Outcome wrong = run({"show", "traffic-policy", "cpu", "counters", "since", "nothing"});
     EXPECT_EQ(wrong.status, 1);
     EXPECT_THAT(wrong.errors, HasSubstr("\"nothing\" is no mark of yours"));
     EXPECT_EQ(run({"delete", "mark", "before"}).output, "Deleted mark before\n");
     EXPECT_EQ(run({"delete", "mark", "before"}).status, 1);
+    EXPECT_EQ(run({"--json", "mark", "x"}).output, R"({"mark":"x","markedCounters":2})"
+                                                   "\n");
+    EXPECT_EQ(run({"--json", "delete", "mark", "x"}).output, R"({"deleted":"x"})"
+                                                             "\n");
     EXPECT_EQ(run({"show", "marks"}).output, "No marks.\n");
+}
+
+// Of status documents and the CPU, and of each interface.
+TEST_F(CountingSwitch, MarksHoldEveryKindOfCounter) {
+    const std::string branch = EXAMPLES_DIR "/branch";
+    EXPECT_EQ(runTpcli({"--state", branch, "mark", "x"}).output,
+              "Marked 8 traffic-policy counters as x\n");
+    EXPECT_THAT(runTpcli({"--state", branch, "show", "traffic-policy", "interface", "counters",
+                          "since", "x"})
+                    .output,
+                HasSubstr("match rule: 50-rest: 0 packets\n"));
+    for (const char* const name : {"config.json", "status.json"}) {
+        fileIs(state_.file(name), contentsOf(EXAMPLES_DIR "/campus/" + std::string(name)));
+    }
+    store({"--once"});
+    run({"mark", "x"});
+    EXPECT_THAT(counters({"since", "x"}), HasSubstr("Ethernet49/1: 0 packets 0 bytes\n"));
+    EXPECT_THAT(run({"show", "traffic-policy", "cpu", "counters", "since", "x"}).output,
+                HasSubstr("match rule: ssh: 0 packets\n"));
+    // What others cleared stays told.
+    fileIs(state_.file("snapshots.json"),
+           R"({"interfaceOutput": {"timestamp": 1, "user": "anna", "terminal": "pts/9"}})");
+    for (const char* const policy : {"EDGE-OUT", "SERVER-FARM"}) {
+        EXPECT_THAT(run({"--json", "clear", "traffic-policy", "counters", "policy", policy}).output,
+                    testing::ContainsRegex("^\\{\"clearedCounters\":[1-9][0-9]*\\}\n$"));
+    }
+    EXPECT_THAT(
+        run({"show", "traffic-policy", "state"}).output,
+        testing::ContainsRegex("output: 1970-01-01T00:00:01Z, by anna on pts/9\n"
+                               " *only policy EDGE-OUT: 20.*\n *only policy SERVER-FARM: 20"));
 }
 
 }  // namespace
