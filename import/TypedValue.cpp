@@ -42,8 +42,8 @@ Element onlyMember(Element value) { return (*simdjson::dom::object(value).begin(
 // The elements of a leaf-list, without their types: "[1,2]".
 std::string listText(Element list) {
     simdjson::dom::array elements;
-    if (list.is_object()) list = list.at_key("element").value_unsafe();
-    if (list.get(elements) != simdjson::SUCCESS) {
+    const bool isBare = list.get(elements) == simdjson::SUCCESS;
+    if (!isBare && list.at_key("element").get(elements) != simdjson::SUCCESS) {
         throw StateError("is no list of values, expected \"element\" with a list");
     }
     std::string text;

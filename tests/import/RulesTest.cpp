@@ -252,6 +252,8 @@ TEST(OpenConfigInput, TellsWhatItLeavesOut) {
          "acl-set/0: not understood"},
         {R"({"acl": {"acl-sets": {"acl-set": 5}}})", "acl-set: not understood"},
         {R"([{"update": [{"path": "/acl", "val": {"bytesVal": "AAAA"}}]}, {"acl": {}}])", "bytes"},
+        {R"([{"update": [{"path": "/acl", "val": {"leaflistVal": {}}}]}, {"acl": {}}])", "no list"},
+        {R"([{"update": [{"path": "/acl", "val": {"leaflistVal": 5}}]}, {"acl": {}}])", "no list"},
         {R"({"acl": {"acl-sets": {"acl-set": [{"name": "A", "config": {"name": "B"}}]}}})",
          "name: B, and its key is A"},
         {R"([{"update": [{"path": "/acl/a[b", "val": {}}]}, {"acl": {}}])", "path"},
