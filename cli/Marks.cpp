@@ -26,7 +26,7 @@ using StateDirectory::StateError;
 constexpr std::size_t longestName = 255;
 
 // Which state directory the marks are of, and the document that holds them.
-struct Place {
+struct MarksPlace {
     std::string stateDirectory;  // without links
     std::string folder;
     std::string stem;
@@ -42,7 +42,7 @@ std::string hashOf(std::string_view text) {
     return digits;
 }
 
-Place placeOf(const std::string& stateDirectory, const std::filesystem::path& folder) {
+MarksPlace placeOf(const std::string& stateDirectory, const std::filesystem::path& folder) {
     if (folder.empty()) {
         throw StateError(
             "there is no place to keep marks: name one in the environment variable HOME or "
@@ -55,12 +55,14 @@ Place placeOf(const std::string& stateDirectory, const std::filesystem::path& fo
     }
     return {directory, folder, "marks-" + hashOf(directory.string())};
 }
-Place placeOf(const Session& session) { return placeOf(session.stateDirectory(), stateHome()); }
-Place madePlaceOf(const Session& session) {
+MarksPlace placeOf(const Session& session) {
+    return placeOf(session.stateDirectory(), stateHome());
+}
+MarksPlace madePlaceOf(const Session& session) {
     return placeOf(session.stateDirectory(), madeStateHome());
 }
 
-Marks marksAt(const Place& place) {
+Marks marksAt(const MarksPlace& place) {
     Marks marks = StateDirectory::readMarks(place.path());
     if (marks.stateDirectory.empty()) marks.stateDirectory = place.stateDirectory;
     if (marks.stateDirectory != place.stateDirectory) {
@@ -152,7 +154,7 @@ Plan planMark(const Match& match) {
             "at most " + std::to_string(longestName) + " bytes without control characters");
     }
     return [name = token.text](const Session& session) {
-        const Place place = madePlaceOf(session);
+        const MarksPlace place = madePlaceOf(session);
         const DocumentWriter writer(place.folder, place.stem, DocumentWriter::Access::ownerOnly);
         Marks marks = marksAt(place);
         Snapshots counts;
@@ -189,7 +191,7 @@ Plan planShowMarks(const Match&) {
 
 Plan planDeleteMark(const Match& match) {
     return [token = *match.find("MARK")](const Session& session) {
-        const Place place = madePlaceOf(session);
+        const MarksPlace place = madePlaceOf(session);
         const DocumentWriter writer(place.folder, place.stem, DocumentWriter::Access::ownerOnly);
         Marks marks = marksAt(place);
         markNamed(marks, token);

@@ -14,7 +14,7 @@ namespace {
 constexpr std::size_t blockSize = 64;
 
 // Where the characters stand in a block, a bit each.
-struct Marks {
+struct BlockBits {
     U64 quote = 0;
     U64 backslash = 0;
     U64 comma = 0;
@@ -36,7 +36,7 @@ U64 equal(const __m128i (&bytes)[4], char character) {
     return bits;
 }
 
-Marks marksOf(const char* block) {
+BlockBits marksOf(const char* block) {
     __m128i bytes[4];
     __m128i braces[4];
     for (int i = 0; i < 4; ++i) {
@@ -47,8 +47,8 @@ Marks marksOf(const char* block) {
             equal(braces, '}')};
 }
 #else
-Marks marksOf(const char* block) {
-    Marks marks;
+BlockBits marksOf(const char* block) {
+    BlockBits marks;
     for (std::size_t i = 0; i < blockSize; ++i) {
         const auto bit = [&](bool is) { return U64{is} << i; };
         const char brace = static_cast<char>(block[i] | braceBit);
@@ -94,7 +94,7 @@ class Scan {
   public:
     // Returns false when the closing bracket is found.
     bool block(const char* text, std::size_t place) {
-        Marks marks = marksOf(text);
+        BlockBits marks = marksOf(text);
         if (marks.backslash != 0 || carried_) marks.quote &= ~escapedBy(marks.backslash, carried_);
         const U64 inString = oddUpTo(marks.quote) ^ inString_;
         inString_ = static_cast<U64>(static_cast<std::int64_t>(inString) >> 63);
@@ -112,7 +112,7 @@ class Scan {
     const Cuts& cuts() const { return cuts_; }
 
   private:
-    bool brackets(const Marks& marks, std::size_t place) {
+    bool brackets(const BlockBits& marks, std::size_t place) {
         U64 bits = marks.comma | marks.open | marks.close;
         for (; bits != 0; bits &= bits - 1) {
             const U64 bit = bits & -bits;

@@ -15,7 +15,6 @@ namespace {
 constexpr std::string_view bold = "\033[1m";
 constexpr std::string_view red = "\033[31m";
 constexpr std::string_view yellow = "\033[33m";
-constexpr std::string_view plain = "\033[0m";
 
 struct Mark {
     std::string_view begin;

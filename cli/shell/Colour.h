@@ -9,6 +9,9 @@
 
 namespace Cli::Shell {
 
+// Ends all colours of a terminal.
+inline constexpr std::string_view plain = "\033[0m";
+
 // Whether text on standard output is to have colours: as asked, else on a terminal, unless the
 // environment has NO_COLOR or a TERM without colours.
 bool wantsColour(ColourMode mode);

@@ -12,6 +12,7 @@
 #include "base/Text.h"
 #include "base/Time.h"
 #include "cli/ExitStatus.h"
+#include "cli/shell/Colour.h"
 #include "cli/shell/OtherScreen.h"
 #include "cli/shell/Pager.h"
 #include "textout/Exceptions.h"
@@ -28,7 +29,6 @@ constexpr std::string_view endOfLine = "\033[K\r\n";
 constexpr std::string_view endOfScreen = "\033[J";
 constexpr std::string_view inverted = "\033[7m";
 constexpr std::string_view notInverted = "\033[27m";
-constexpr std::string_view plain = "\033[0m";
 
 void print(std::string_view text) {
     textout::TextOutBuffer out(STDOUT_FILENO);

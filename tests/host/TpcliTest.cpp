@@ -328,9 +328,9 @@ TEST_F(Tpcli, takesALimitOfFileSizesForAWriteError) {
 }
 
 // A prefix set whose listing is larger than a pipe and than the output buffer.
-std::string largeSet() {
+std::string largeSet(unsigned size = 100'000) {
     std::string prefixes = "\"10.0.0.0/32\"";
-    for (unsigned i = 1; i < 100'000; ++i) {
+    for (unsigned i = 1; i < size; ++i) {
         prefixes += ",\"10." + std::to_string(i >> 16) + "." + std::to_string(i >> 8 & 255) + "." +
                     std::to_string(i & 255) + "/32\"";
     }
@@ -388,7 +388,7 @@ void drain(int terminal, std::size_t bytes) {
 // Ctrl-C or sends the signal. The controlling side of a terminal as standard output is one that
 // cannot be opened once more, like the terminal of another user.
 TEST(TpcliOnATerminal, endsWhereverTheTerminalStoodStill) {
-    const StateFixture state(largeSet(), "{}");
+    const StateFixture state(largeSet(25'000), "{}");
     const Arguments arguments = over(state, "show traffic-policy field-set ipv4 prefix");
     std::mt19937 random(1);
     for (int attempt = 0; attempt < 24; ++attempt) {

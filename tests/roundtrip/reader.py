@@ -137,7 +137,11 @@ def counts_of(contents):
     """Of a field set; numbers that stand in several ranges count once."""
     for key in ("ports", "vlans"):
         if key in contents:
-            return (len({v for low, high in all_bounds(contents[key]) for v in range(low, high + 1)}),)
+            count, covered = 0, -1
+            for low, high in all_bounds(contents[key]):
+                count += max(0, high - max(low, covered + 1) + 1)
+                covered = max(covered, high)
+            return (count,)
     return tuple(len(contents.get(key, ())) for key in ("prefixes", "exceptPrefixes"))
 
 
