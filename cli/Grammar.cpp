@@ -170,21 +170,25 @@ class Grammar::Walk {
                 keywords.push_back(label);
             }
         }
-        const std::size_t position = tokens_.size();
-        if (word.empty() || word == "\"\"") {
-            throw CommandError(position, "a word is empty", expectation());
-        }
-        if (keywords.size() == 1) return keywords.front();
-        if (keywords.size() > 1) {
-            const std::string orName =
-                argument == "NAME" ? ", or " + inQuotes(word) + " in double quotes for a name" : "";
-            throw CommandError(position, inQuotes(word) + " is short for more than one word",
-                               Base::choiceText(keywords) + orName);
-        }
-        if (argument.empty()) {
-            throw CommandError(position, inQuotes(word) + " cannot stand here", expectation());
+        if (keywords.size() == 1 && !isEmpty(word)) return keywords.front();
+        if (keywords.size() > 1 || argument.empty() || isEmpty(word)) {
+            refuse(word, keywords, argument);
         }
         return argument;
+    }
+    static bool isEmpty(const std::string& word) { return word.empty() || word == "\"\""; }
+
+    [[noreturn]] void refuse(const std::string& word, std::span<const std::string_view> keywords,
+                             std::string_view argument) const {
+        const std::size_t position = tokens_.size();
+        if (isEmpty(word)) throw CommandError(position, "a word is empty", expectation());
+        if (keywords.empty()) {
+            throw CommandError(position, inQuotes(word) + " cannot stand here", expectation());
+        }
+        const std::string orName =
+            argument == "NAME" ? ", or " + inQuotes(word) + " in double quotes for a name" : "";
+        throw CommandError(position, inQuotes(word) + " is short for more than one word",
+                           Base::choiceText(keywords) + orName);
     }
 
     const std::vector<Node>& nodes_;
@@ -210,6 +214,23 @@ bool Grammar::isLikeAKeyword(const std::string& word) const {
     return !Orb::nearest(word, keywords).empty();
 }
 
+namespace {
+
+// "; the name goes after "policies": show traffic policies acl1".
+std::string nameGoes(const std::vector<Token>& tokens, std::size_t place, bool isBefore) {
+    std::string text = "; the name goes ";
+    text += isBefore ? "before " + inQuotes(tokens[place + 1].label)
+                     : "after " + inQuotes(tokens[place - 1].label);
+    text += ":";
+    for (const Token& token : tokens) {
+        const bool isKeyword = !isArgument(token.label);
+        text += " " + (isKeyword ? std::string(token.label) : Base::shortened(token.text));
+    }
+    return text;
+}
+
+}  // namespace
+
 std::string Grammar::hintAboutName(const Words& words, std::size_t position) const {
     for (std::size_t place = 0; place < words.size(); ++place) {
         if (place == position) continue;
@@ -220,16 +241,7 @@ std::string Grammar::hintAboutName(const Words& words, std::size_t position) con
         try {
             for (const std::string& word : moved) walk.take(word);
             const std::vector<Token> tokens = walk.finish().tokens;
-            if (tokens[place].label != "NAME") continue;
-            std::string text = "; the name goes ";
-            text += place < position ? "before " + inQuotes(tokens[place + 1].label)
-                                     : "after " + inQuotes(tokens[place - 1].label);
-            text += ":";
-            for (const Token& token : tokens) {
-                const bool isKeyword = !isArgument(token.label);
-                text += " " + (isKeyword ? std::string(token.label) : Base::shortened(token.text));
-            }
-            return text;
+            if (tokens[place].label == "NAME") return nameGoes(tokens, place, place < position);
         } catch (const CommandError&) {
             continue;
         }

@@ -238,8 +238,7 @@ class PacketReader {
 
     void namedFamily(const Token& word, bool isInner) {
         auto& family = family_[isInner ? 1 : 0];
-        for (const auto option :
-             {MatchOption::ipv4, MatchOption::ipv6, MatchOption::mac, MatchOption::mpls}) {
+        for (const MatchOption option : PolicyMap::matchOptions) {
             if (matchOptionName(option) == word.label) family = option;
         }
         const bool isIp = family == MatchOption::ipv4 || family == MatchOption::ipv6;

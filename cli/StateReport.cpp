@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <map>
 #include <string>
 
@@ -111,6 +112,12 @@ U64 pointsOf(const State& state) {
     return points;
 }
 
+U64 failuresOf(const PolicyMap::IntfStatus& point) {
+    return static_cast<U64>(std::ranges::count_if(point.installation(), [](const auto& entry) {
+        return entry.value.state == PolicyMap::InstallState::failed;
+    }));
+}
+
 // Failed installations: of a policy, on a point, for one address family.
 U64 failuresOf(const State& state) {
     U64 failures = 0;
@@ -119,9 +126,7 @@ U64 failuresOf(const State& state) {
         if (!*status) continue;
         for (const auto& [name, policy] : (*status)->policyMapStatus()) {
             for (const auto& [intfId, point] : policy->intfStatus()) {
-                for (const auto& [family, installed] : point->installation()) {
-                    failures += installed.state == PolicyMap::InstallState::failed ? 1 : 0;
-                }
+                failures += failuresOf(*point);
             }
         }
     }

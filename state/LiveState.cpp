@@ -111,17 +111,19 @@ bool LiveState::waitForChange() {
         for (ssize_t at = 0; at < size;) {
             const auto* const event = reinterpret_cast<const inotify_event*>(buffer + at);
             at += static_cast<ssize_t>(sizeof *event + event->len);
-            const std::string_view name = event->len > 0 ? event->name : "";
-            if ((event->mask & (IN_IGNORED | IN_MOVE_SELF)) != 0) {
-                if ((event->mask & IN_MOVE_SELF) != 0)
-                    ::inotify_rm_watch(notify_.number(), watched_);
-                watched_ = -1;
-            }
-            isChanged = isChanged || name == documents[0] || name == documents[1];
+            isChanged = isOfDocument(*event) || isChanged;
         }
     }
     const std::lock_guard lock(mutex_);
     return std::exchange(isWanted_, false) || isChanged || !(identities() == lastRead_);
+}
+
+// Says whether a document was written, and notes when the directory is not watched any more.
+bool LiveState::isOfDocument(const inotify_event& event) {
+    if ((event.mask & IN_MOVE_SELF) != 0) ::inotify_rm_watch(notify_.number(), watched_);
+    if ((event.mask & (IN_IGNORED | IN_MOVE_SELF)) != 0) watched_ = -1;
+    const std::string_view name = event.len > 0 ? event.name : "";
+    return name == documents[0] || name == documents[1];
 }
 
 // Reads until the documents stand still.

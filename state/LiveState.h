@@ -18,6 +18,8 @@
 #include "state/DocumentIdentity.h"
 #include "state/StateSource.h"
 
+struct inotify_event;
+
 namespace StateDirectory {
 
 class LiveState : public StateSource {
@@ -74,6 +76,7 @@ class LiveState : public StateSource {
     void work();
     void read();
     bool waitForChange();
+    bool isOfDocument(const inotify_event& event);
     void watch();
     void wake() const;
     void putInPlace(StatePtr state, const Identities& identities);

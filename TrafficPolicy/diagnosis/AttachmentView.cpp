@@ -91,9 +91,12 @@ class AttachmentView {
         if (!direction.empty()) renderer_.pair("direction", direction);
         renderer_.pair("policy", attachment.policy);
         if (attachment.isByAll) renderer_.pair("vrfAll", true);
-        const bool isOnCpu = attachment.place == Place::cpu;
-        printSide(attachment, Target::hardware, isOnCpu ? "hardware" : direction);
-        if (isOnCpu && attachments_.hasKernel()) printSide(attachment, Target::kernel, "kernel");
+        for (const Target target : attachments_.targetsAt(attachment.place)) {
+            printSide(attachment, target,
+                      attachment.place != Place::cpu ? direction
+                      : target == Target::kernel     ? "kernel"
+                                                     : "hardware");
+        }
     }
 
     void printSide(const Attachment& attachment, Target target, std::string_view label) {
@@ -109,25 +112,25 @@ class AttachmentView {
             // The kernel filters IP packets only.
             const bool isAsked =
                 installed.outcome != Outcome::notAsked && target == Target::hardware;
-            if (!family.hasColumn && !isAsked) continue;
-            const auto state = renderer_.object(matchOptionName(family.option));
-            renderer_.pair("installation", keyOf(installed.outcome));
-            if (!installed.reason.empty()) {
-                renderer_.pair("installationError", installed.reason);
-            }
-            if (family.hasColumn) {
-                const bool isSilent =
-                    installed.outcome == Outcome::failed && installed.reason.empty();
-                table_.cell(stateText(installed.outcome));
-                reasons.add(family.label, isSilent ? "no reason given" : installed.reason);
-            } else if (installed.outcome != Outcome::applied) {
-                reasons.add(family.label, Orb::String(stateText(installed.outcome)) +
-                                              (installed.reason.empty() ? "" : ", ") +
-                                              installed.reason);
-            }
+            if (family.hasColumn || isAsked) printFamily(family, installed, reasons);
         }
         const Orb::String note = noteOf(attachment);
         table_.cell(note + (note.empty() || reasons.text().empty() ? "" : "; ") + reasons.text());
+    }
+
+    void printFamily(const Family& family, const Installed& installed, Reasons& reasons) {
+        const auto& [outcome, reason] = installed;
+        const auto object = renderer_.object(matchOptionName(family.option));
+        renderer_.pair("installation", keyOf(outcome));
+        if (!reason.empty()) renderer_.pair("installationError", reason);
+        if (family.hasColumn) {
+            const bool isSilent = outcome == Outcome::failed && reason.empty();
+            table_.cell(stateText(outcome));
+            reasons.add(family.label, isSilent ? "no reason given" : reason);
+        } else if (outcome != Outcome::applied) {
+            reasons.add(family.label,
+                        Orb::String(stateText(outcome)) + (reason.empty() ? "" : ", ") + reason);
+        }
     }
 
     // What is wrong with the policy itself.

@@ -111,6 +111,11 @@ Orb::String pointText(Place place, const Orb::String& point) {
 }
 std::string_view keyOf(Outcome outcome) { return outcomeKeys[static_cast<std::size_t>(outcome)]; }
 
+std::span<const Target> Attachments::targetsAt(Place place) const {
+    static constexpr Target both[] = {Target::hardware, Target::kernel};
+    return std::span(both).first(place == Place::cpu && hasKernel() ? 2 : 1);
+}
+
 const SideSources& Attachments::sideOf(Place place, Target target) const {
     switch (place) {
         case Place::input:
@@ -211,18 +216,22 @@ Attachment Attachments::configuredAt(Place place, const Wire::IntfId& intfId,
 
 void Attachments::addInterfaces(Place place, std::vector<Attachment>& found) const {
     const PolicyMap::IntfConfig* const config = intfConfigOf(place);
-    if (config != nullptr) {
-        forEachAttachment(*config, [&](const Wire::IntfId& intfId, const Orb::String& policy) {
-            textout::checkInterrupt();
-            Attachment attachment = configuredAt(place, intfId, policy);
-            const bool isFirst = found.empty() || found.back().place != place ||
-                                 found.back().point != attachment.point;
-            attachment.order = isFirst ? 0 : found.back().order + 1;
-            found.push_back(std::move(attachment));
-        });
-    }
+    if (config == nullptr) return;
+    forEachAttachment(*config, [&](const Wire::IntfId& intfId, const Orb::String& policy) {
+        textout::checkInterrupt();
+        Attachment attachment = configuredAt(place, intfId, policy);
+        const bool isFirst =
+            found.empty() || found.back().place != place || found.back().point != attachment.point;
+        attachment.order = isFirst ? 0 : found.back().order + 1;
+        found.push_back(std::move(attachment));
+    });
+}
+
+// What is in place and not configured there.
+void Attachments::addLeftOver(Place place, std::vector<Attachment>& found) const {
     const auto& status = sideOf(place, Target::hardware).status;
     if (!status) return;
+    const PolicyMap::IntfConfig* const config = intfConfigOf(place);
     for (const auto& [policy, policyStatus] : status->policyMapStatus()) {
         textout::checkInterrupt();
         for (const auto& [intfId, report] : policyStatus->intfStatus()) {
@@ -261,6 +270,19 @@ std::set<L3::VrfName> vrfsWithPolicy(const DiagnosisSources& sources,
 
 }  // namespace
 
+template <class Visit>
+void Attachments::eachReportOnCpu(Target target, const Visit& visit) const {
+    const auto& status = sideOf(Place::cpu, target).status;
+    if (!status) return;
+    for (const auto& [policy, policyStatus] : status->policyMapStatus()) {
+        textout::checkInterrupt();
+        for (const auto& [intfId, report] : policyStatus->intfStatus()) {
+            const L3::VrfName* const vrf = vrfOf(intfId);
+            if (report && vrf != nullptr) visit(*vrf, policy, *report);
+        }
+    }
+}
+
 void Attachments::addVrfs(std::vector<Attachment>& found) const {
     AttachmentsOfVrfs attachments;
     const auto attachmentOf = [&](const L3::VrfName& vrf,
@@ -271,20 +293,12 @@ void Attachments::addVrfs(std::vector<Attachment>& found) const {
         attachment.policy = policy;
         return attachment;
     };
-    const auto fold = [&](Target target, Reports Attachment::*reports) {
-        const auto& status = sideOf(Place::cpu, target).status;
-        if (!status) return;
-        for (const auto& [policy, policyStatus] : status->policyMapStatus()) {
-            textout::checkInterrupt();
-            for (const auto& [intfId, report] : policyStatus->intfStatus()) {
-                const L3::VrfName* const vrf = vrfOf(intfId);
-                if (!report || vrf == nullptr) continue;
-                (attachmentOf(*vrf, policy).*reports).push_back(report.get());
-            }
-        }
-    };
-    fold(Target::hardware, &Attachment::hardware);
-    fold(Target::kernel, &Attachment::kernel);
+    eachReportOnCpu(Target::hardware, [&](const auto& vrf, const auto& policy, const auto& report) {
+        attachmentOf(vrf, policy).hardware.push_back(&report);
+    });
+    eachReportOnCpu(Target::kernel, [&](const auto& vrf, const auto& policy, const auto& report) {
+        attachmentOf(vrf, policy).kernel.push_back(&report);
+    });
 
     for (const L3::VrfName& vrf : vrfsWithPolicy(sources_, attachments)) {
         configureVrf(vrf, [&](const Orb::String& policy) -> Attachment& {
@@ -302,10 +316,11 @@ void Attachments::addVrfs(std::vector<Attachment>& found) const {
 
 std::vector<Attachment> Attachments::all() const {
     std::vector<Attachment> found;
-    addInterfaces(Place::input, found);
-    addInterfaces(Place::output, found);
+    for (const Place place : {Place::input, Place::output, Place::vlan}) {
+        addInterfaces(place, found);
+        addLeftOver(place, found);
+    }
     addVrfs(found);
-    addInterfaces(Place::vlan, found);
     std::ranges::sort(found, inOrder);
     return found;
 }

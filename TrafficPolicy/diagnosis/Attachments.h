@@ -8,6 +8,7 @@
 
 #include <array>
 #include <optional>
+#include <span>
 #include <unordered_map>
 #include <vector>
 
@@ -80,12 +81,21 @@ class Attachments {
     // MPLS it may say nothing, which means nothing then.
     bool isTold(const Attachment& attachment, MatchOption option, Target target) const;
 
+    // Says whether the platform did something, or would have told.
+    bool isReported(const Installed& installed, const Attachment& attachment, MatchOption option,
+                    Target target) const {
+        return installed.outcome == Outcome::notProcessed ? isTold(attachment, option, target)
+                                                          : installed.outcome != Outcome::notAsked;
+    }
+
     // The current version of a policy; null: there is none, or no such policy.
     const PolicyMap::PolicyMapSubConfig* versionOf(const Orb::String& policy) const;
     // Says whether some rule of the version is of the family; false without a version.
     bool hasRules(const PolicyMap::PolicyMapSubConfig* version, MatchOption option) const;
     // The platform has something to report of the kernel.
     bool hasKernel() const { return sources_.kernel.status != nullptr; }
+    // Where a policy at a place can be: in hardware, on the CPU in the kernel as well.
+    std::span<const Target> targetsAt(Place place) const;
     const SideSources& sideOf(Place place, Target target) const;
     // What the platform reports of a policy there; null: nothing.
     const PolicyMap::PolicyMapStatus* statusOf(Place place, Target target,
@@ -100,6 +110,10 @@ class Attachments {
     Reports reportsIn(const L3::VrfName& vrf, const PolicyStatus* status) const;
 
     void addInterfaces(Place place, std::vector<Attachment>& found) const;
+    void addLeftOver(Place place, std::vector<Attachment>& found) const;
+    // Calls visit(vrf, policy, report) for each report on the CPU.
+    template <class Visit>
+    void eachReportOnCpu(Target target, const Visit& visit) const;
     void addVrfs(std::vector<Attachment>& found) const;
     Attachment configuredAt(Place place, const Wire::IntfId& intfId,
                             const Orb::String& policy) const;

@@ -90,6 +90,22 @@ struct ShowTrafficPolicyCapture::Family {
         }
     }
 
+    // What has the same answers has the same counts, which were not counted.
+    void copyShared() {
+        for (std::size_t i = 0; i < counts.size(); ++i) {
+            const auto& truths = question.policies()[i].truths;
+            const TruthCounts& first = counts[i].front();
+            for (std::size_t truth = 1; truth < truths.size(); ++truth) {
+                if (!sharesAnswers(truths, truth)) continue;
+                TruthCounts& copy = counts[i][truth];
+                copy.rules = first.rules;
+                copy.noRule = first.noRule;
+                copy.depends = first.depends;
+                copy.dropped = first.dropped;
+            }
+        }
+    }
+
     PointQuestion question;
     std::vector<std::vector<TruthCounts>> counts;  // by policy and truth
 };
@@ -202,45 +218,51 @@ class CaptureView {
         headings.push_back("Live");
         Diagnosis::Table table(renderer_, headings);
         for (const OfFamily& family : families_) {
-            const auto& configured = family.counts.front();
-            const std::string_view familyName = matchOptionName(family.option);
-            for (U32 rule = 0; rule < configured.rules.size(); ++rule) {
-                const Orb::String& name = family.at.truths.front().policy->name(rule);
-                table.cell(name);
-                table.cell(familyName);
-                cell(table, &configured.rules[rule]);
-                table.cell(std::to_string(configured.rules[rule].bytes));
-                for (std::size_t truth = 1; truth < truths.size(); ++truth) {
-                    const bool isSame =
-                        family.at.truths[truth].policy &&
-                        family.at.truths[truth].policy == family.at.truths.front().policy;
-                    cell(table,
-                         isSame ? &family.counts[truth].rules[rule] : countOf(family, truth, name));
-                }
-                const auto live = actions_.livePackets(name);
-                table.cell(live ? std::to_string(*live) : "-");
+            for (U32 rule = 0; rule < family.counts.front().rules.size(); ++rule) {
+                ruleRow(table, family, rule);
             }
-            const auto row = [&](std::string_view label, PacketAndByte TruthCounts::*member) {
-                bool isThere = false;
-                for (const TruthCounts& counts : family.counts) {
-                    isThere = isThere || (counts.*member).packets > 0;
-                }
-                if (!isThere) return;
-                table.cell(label);
-                table.cell(familyName);
-                for (std::size_t truth = 0; truth < truths.size(); ++truth) {
-                    cell(table, &(family.counts[truth].*member));
-                    if (truth > 0) continue;
-                    table.cell(std::to_string((configured.*member).bytes));
-                }
-                table.cell("");
-            };
-            row("(no rule takes it)", &TruthCounts::noRule);
-            row("(depends on what is not known)", &TruthCounts::depends);
-            row("(not filtered)", &TruthCounts::notFiltered);
+            otherRow(table, family, "(no rule takes it)", &TruthCounts::noRule);
+            otherRow(table, family, "(depends on what is not known)", &TruthCounts::depends);
+            otherRow(table, family, "(not filtered)", &TruthCounts::notFiltered);
         }
         table.print();
     }
+
+    void ruleRow(Diagnosis::Table& table, const OfFamily& family, U32 rule) {
+        const auto& truths = family.at.truths;
+        const Orb::String& name = truths.front().policy->name(rule);
+        const PacketAndByte& configured = family.counts.front().rules[rule];
+        table.cell(name);
+        table.cell(matchOptionName(family.option));
+        cell(table, &configured);
+        table.cell(std::to_string(configured.bytes));
+        for (std::size_t truth = 1; truth < truths.size(); ++truth) {
+            const bool isSame =
+                truths[truth].policy && truths[truth].policy == truths.front().policy;
+            cell(table, isSame ? &family.counts[truth].rules[rule] : countOf(family, truth, name));
+        }
+        const auto live = actions_.livePackets(name);
+        table.cell(live ? std::to_string(*live) : "-");
+    }
+
+    // What no rule counts; no row when no truth has any.
+    static void otherRow(Diagnosis::Table& table, const OfFamily& family, std::string_view label,
+                         PacketAndByte TruthCounts::*member) {
+        if (std::ranges::none_of(family.counts, [member](const TruthCounts& counts) {
+                return (counts.*member).packets > 0;
+            })) {
+            return;
+        }
+        table.cell(label);
+        table.cell(matchOptionName(family.option));
+        for (std::size_t truth = 0; truth < family.counts.size(); ++truth) {
+            const PacketAndByte& count = family.counts[truth].*member;
+            cell(table, &count);
+            if (truth == 0) table.cell(std::to_string(count.bytes));
+        }
+        table.cell("");
+    }
+
     static void cell(Diagnosis::Table& table, const PacketAndByte* count) {
         table.cell(count == nullptr ? "-" : std::to_string(count->packets));
     }
@@ -279,13 +301,10 @@ void ShowTrafficPolicyCapture::packetIs(const Packet& packet, U64 bytes) {
         const auto& truths = family.question.policies()[i].truths;
         bool isFirstDropped = false;
         for (std::size_t truth = 0; truth < truths.size(); ++truth) {
-            // What has the same rules has the same counts; they are copied when all is counted.
-            const bool isSame = truth > 0 && truths[truth].policy &&
-                                truths[truth].policy == truths.front().policy &&
-                                truths[truth].unknownRules.empty();
             const bool isDropped =
-                isSame ? isFirstDropped
-                       : count(family.counts[i][truth], truths[truth], packet, bytes, decidedBy_);
+                sharesAnswers(truths, truth)
+                    ? isFirstDropped
+                    : count(family.counts[i][truth], truths[truth], packet, bytes, decidedBy_);
             if (truth == 0) isFirstDropped = isDropped;
             if (truth < dropped_.size() && isDropped) dropped_[truth] = true;
         }
@@ -317,22 +336,7 @@ void ShowTrafficPolicyCapture::renderReport(RendererV2& renderer) {
                 .endLine();
         }
     }
-    for (auto& [option, family] : families_) {
-        for (std::size_t i = 0; i < family->counts.size(); ++i) {
-            const auto& truths = family->question.policies()[i].truths;
-            auto& counts = family->counts[i];
-            for (std::size_t truth = 1; truth < truths.size(); ++truth) {
-                if (!truths[truth].policy || truths[truth].policy != truths.front().policy ||
-                    !truths[truth].unknownRules.empty()) {
-                    continue;
-                }
-                counts[truth].rules = counts.front().rules;
-                counts[truth].noRule = counts.front().noRule;
-                counts[truth].depends = counts.front().depends;
-                counts[truth].dropped = counts.front().dropped;
-            }
-        }
-    }
+    for (auto& [option, family] : families_) family->copyShared();
     {
         const auto list = renderer.list("points");
         const std::size_t policies = families_.begin()->second->counts.size();

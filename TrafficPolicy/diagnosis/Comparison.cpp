@@ -194,33 +194,39 @@ struct PointLess {
 struct AtPoint {
     std::map<Orb::String, std::array<const Attachment*, 2>, NaturalLess> policies;
 };
+using Points = std::map<std::pair<Place, Orb::String>, AtPoint, PointLess>;
+
+// Enters the attachments of one of the states; an empty policy stands for all.
+void addPoints(const std::vector<Attachment>& found, std::size_t state,
+               const Orb::String& onlyPolicy, Points& points) {
+    for (const Attachment& attachment : found) {
+        if (!onlyPolicy.empty() && attachment.policy != onlyPolicy) continue;
+        points[{attachment.place, attachment.point}].policies[attachment.policy].at(state) =
+            &attachment;
+    }
+}
+
+// What the platform told of an attachment, which may be null; notAsked when it told nothing.
+Installed installedIn(const Attachments& state, const Attachment* attachment, MatchOption family,
+                      Target target) {
+    if (attachment == nullptr) return {};
+    Installed installed = state.installed(*attachment, family, target);
+    if (!state.isReported(installed, *attachment, family, target)) return {};
+    return installed;
+}
 
 void addInstallations(const std::array<const Attachments*, 2>& states, const Orb::String& policy,
                       const std::array<const Attachment*, 2>& at, PlaceChanges& changes) {
     const Attachment& any = at[0] != nullptr ? *at[0] : *at[1];
-    const auto add = [&](Target target) {
-        for (const MatchOption family :
-             {MatchOption::ipv4, MatchOption::ipv6, MatchOption::mac, MatchOption::mpls}) {
-            std::array<Installed, 2> installed;
-            for (std::size_t i = 0; i < installed.size(); ++i) {
-                if (at.at(i) == nullptr) continue;
-                Installed& one = installed.at(i);
-                one = states.at(i)->installed(*at.at(i), family, target);
-                const bool isTold = one.outcome != Outcome::notProcessed ||
-                                    states.at(i)->isTold(*at.at(i), family, target);
-                if (!isTold || one.outcome == Outcome::notAsked) one = {};
-            }
-            if (installed[0].outcome == installed[1].outcome &&
-                installed[0].reason == installed[1].reason) {
-                continue;
-            }
+    const Attachments& oneWithMore = *states[states[0]->hasKernel() ? 0 : 1];
+    for (const Target target : oneWithMore.targetsAt(any.place)) {
+        for (const MatchOption family : PolicyMap::matchOptions) {
+            const Installed before = installedIn(*states[0], at[0], family, target);
+            const Installed after = installedIn(*states[1], at[1], family, target);
+            if (before.outcome == after.outcome && before.reason == after.reason) continue;
             changes.installations.push_back(
-                {policy, any.place, any.point, target, family, installed[0], installed[1]});
+                {policy, any.place, any.point, target, family, before, after});
         }
-    };
-    add(Target::hardware);
-    if (any.place == Place::cpu && (states[0]->hasKernel() || states[1]->hasKernel())) {
-        add(Target::kernel);
     }
 }
 
@@ -231,15 +237,11 @@ PlaceChanges comparePlaces(const DiagnosisSources& before, const DiagnosisSource
     const Attachments attachmentsBefore(before);
     const Attachments attachmentsAfter(after);
     const std::array<const Attachments*, 2> states = {&attachmentsBefore, &attachmentsAfter};
-    std::map<std::pair<Place, Orb::String>, AtPoint, PointLess> points;
-    std::array<std::vector<Attachment>, 2> all = {attachmentsBefore.all(), attachmentsAfter.all()};
-    for (std::size_t i = 0; i < all.size(); ++i) {
-        for (const Attachment& attachment : all.at(i)) {
-            if (!onlyPolicy.empty() && attachment.policy != onlyPolicy) continue;
-            points[{attachment.place, attachment.point}].policies[attachment.policy].at(i) =
-                &attachment;
-        }
-    }
+    const std::vector<Attachment> allBefore = attachmentsBefore.all();
+    const std::vector<Attachment> allAfter = attachmentsAfter.all();
+    Points points;
+    addPoints(allBefore, 0, onlyPolicy, points);
+    addPoints(allAfter, 1, onlyPolicy, points);
     PlaceChanges changes;
     for (const auto& [point, at] : points) {
         AttachmentChange change{point.first, point.second, {}, {}};

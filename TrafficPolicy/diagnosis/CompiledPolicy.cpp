@@ -29,12 +29,15 @@ Intervals intervalsOf(const Ranges& ranges, U32 offset = 0) {
     return intervals;
 }
 
+bool isOfFamily(Wire::AddressFamily family, bool isIpv4) {
+    return (family == Wire::AddressFamily::ipv4) == isIpv4;
+}
+
 ValueSet addressesOf(const Prefixes& prefixes, bool isIpv4) {
     Intervals intervals;
     intervals.reserve(prefixes.size());
     for (const Wire::IpGenPrefix& prefix : prefixes) {
-        const bool isOfFamily = (prefix.family() == Wire::AddressFamily::ipv4) == isIpv4;
-        if (isOfFamily) intervals.push_back(ValueSet::addresses(prefix));
+        if (isOfFamily(prefix.family(), isIpv4)) intervals.push_back(ValueSet::addresses(prefix));
     }
     return ValueSet(std::move(intervals));
 }
@@ -93,8 +96,21 @@ struct LongestMatchPrefix {
     ValueSet addresses;
 };
 
-const InnerMatch* innerOf(const StructuredFilter* filter) {
-    return filter == nullptr ? nullptr : filter->innerMatch().get();
+// The filter of the packet inside, when that is of the family; else null.
+const StructuredFilter* insideOf(const StructuredFilter* filter, bool isIpv4) {
+    const InnerMatch* const inner = filter == nullptr ? nullptr : filter->innerMatch().get();
+    return inner != nullptr && isOfFamily(inner->af(), isIpv4) ? inner->structuredFilter().get()
+                                                               : nullptr;
+}
+
+void addPrefixes(const Prefixes& from, const ValueSet& exceptions, U32 rule, bool isIpv4,
+                 std::vector<LongestMatchPrefix>& prefixes) {
+    for (const Wire::IpGenPrefix& prefix : from) {
+        if (!isOfFamily(prefix.family(), isIpv4)) continue;
+        ValueSet addresses({ValueSet::addresses(prefix)});
+        if (!exceptions.empty()) addresses = addresses.without(exceptions);
+        prefixes.push_back({prefix.length(), rule, std::move(addresses)});
+    }
 }
 
 }  // namespace
@@ -457,28 +473,16 @@ const CompiledPolicy::LongestMatches& CompiledPolicy::longestMatches(bool isSour
 
     const AddressForms& forms = sides[isSource ? 0 : 1];
     std::vector<LongestMatchPrefix> prefixes;
-    const auto add = [&](const Prefixes& from, const ValueSet& exceptions, U32 rule) {
-        for (const Wire::IpGenPrefix& prefix : from) {
-            if ((prefix.family() == Wire::AddressFamily::ipv4) != isIpv4) continue;
-            ValueSet addresses({ValueSet::addresses(prefix)});
-            if (!exceptions.empty()) addresses = addresses.without(exceptions);
-            prefixes.push_back({prefix.length(), rule, std::move(addresses)});
-        }
-    };
     for (U32 rule = 0; rule < size(); ++rule) {
         const StructuredFilter* filter = entries_[rule].match->structuredFilter().get();
-        if (isInner) {
-            const InnerMatch* const inner = innerOf(filter);
-            const bool isOfFamily =
-                inner != nullptr && (inner->af() == Wire::AddressFamily::ipv4) == isIpv4;
-            filter = isOfFamily ? inner->structuredFilter().get() : nullptr;
-        }
+        if (isInner) filter = insideOf(filter, isIpv4);
         if (filter == nullptr) continue;
-        add((filter->*forms.lpms)(), {}, rule);
+        addPrefixes((filter->*forms.lpms)(), {}, rule, isIpv4, prefixes);
         for (const Orb::String& name : (filter->*forms.lpmPrefixSets)()) {
             const auto* const version = fieldSets_->prefixVersion(name, isIpv4);
             if (version == nullptr) continue;
-            add(version->prefixes(), addressesOf(version->exceptPrefixes(), isIpv4), rule);
+            addPrefixes(version->prefixes(), addressesOf(version->exceptPrefixes(), isIpv4), rule,
+                        isIpv4, prefixes);
         }
     }
 

@@ -108,17 +108,10 @@ class SetComparison {
                                            : Change::changed;
         const auto* const versionBefore = before == nullptr ? nullptr : before->currCfg().get();
         const auto* const versionAfter = after == nullptr ? nullptr : after->currCfg().get();
-        const Orb::String* prefix = &none_;
-        const auto compareEntries = [&](auto entries) {
-            const auto* const x = versionBefore == nullptr ? nullptr : &entries(*versionBefore);
-            const auto* const y = versionAfter == nullptr ? nullptr : &entries(*versionAfter);
-            change.entriesBefore += x == nullptr ? 0 : x->size();
-            change.entriesAfter += y == nullptr ? 0 : y->size();
-            addMissing(y, x, *prefix, change.added);
-            addMissing(x, y, *prefix, change.removed);
-            prefix = &exceptWord;
-        };
-        (compareEntries(entriesOf), ...);
+        const Orb::String* word = &none_;  // of the first entries, those behind are exceptions
+        ((compareEntries(versionBefore, versionAfter, entriesOf, *word, change),
+          word = &exceptWord),
+         ...);
         if (versionBefore != nullptr && versionAfter != nullptr) {
             change.hasOtherSource = differInSource(*versionBefore, *versionAfter);
         }
@@ -127,6 +120,17 @@ class SetComparison {
             return;
         }
         changes_.push_back(std::move(change));
+    }
+
+    template <class Version, class EntriesOf>
+    static void compareEntries(const Version* before, const Version* after, EntriesOf entriesOf,
+                               const Orb::String& word, FieldSetChange& change) {
+        const auto* const x = before == nullptr ? nullptr : &entriesOf(*before);
+        const auto* const y = after == nullptr ? nullptr : &entriesOf(*after);
+        change.entriesBefore += x == nullptr ? 0 : x->size();
+        change.entriesAfter += y == nullptr ? 0 : y->size();
+        addMissing(y, x, word, change.added);
+        addMissing(x, y, word, change.removed);
     }
 
     template <class Version>

@@ -11,32 +11,27 @@ using namespace Diagnosis;
 
 namespace {
 
+void addInstallationsOn(const Attachments& attachments, const Attachment& attachment, Target target,
+                        PolicyHealth& health) {
+    for (const MatchOption family : PolicyMap::matchOptions) {
+        const Installed installed = attachments.installed(attachment, family, target);
+        if (!attachments.isReported(installed, attachment, family, target)) continue;
+        health.installations.push_back({.policy = attachment.policy,
+                                        .kind = kindOf(attachment.place),
+                                        .point = attachment.point,
+                                        .direction = directionOf(attachment.place),
+                                        .family = matchOptionName(family),
+                                        .place = target == Target::kernel ? "software" : "hardware",
+                                        .isInstalled = installed.outcome == Outcome::applied});
+    }
+}
+
 void addInstallations(const DiagnosisSources& sources, PolicyHealth& health) {
     const Attachments attachments(sources);
-    const auto addOn = [&](const Attachment& attachment, Target target) {
-        for (const MatchOption family :
-             {MatchOption::ipv4, MatchOption::ipv6, MatchOption::mac, MatchOption::mpls}) {
-            const Outcome outcome = attachments.installed(attachment, family, target).outcome;
-            if (outcome == Outcome::notAsked) continue;
-            if (outcome == Outcome::notProcessed &&
-                !attachments.isTold(attachment, family, target)) {
-                continue;
-            }
-            health.installations.push_back(
-                {.policy = attachment.policy,
-                 .kind = kindOf(attachment.place),
-                 .point = attachment.point,
-                 .direction = directionOf(attachment.place),
-                 .family = matchOptionName(family),
-                 .place = target == Target::kernel ? "software" : "hardware",
-                 .isInstalled = outcome == Outcome::applied});
-        }
-    };
     for (const Attachment& attachment : attachments.all()) {
         if (!attachment.isConfigured) continue;
-        addOn(attachment, Target::hardware);
-        if (attachment.place == Place::cpu && attachments.hasKernel()) {
-            addOn(attachment, Target::kernel);
+        for (const Target target : attachments.targetsAt(attachment.place)) {
+            addInstallationsOn(attachments, attachment, target, health);
         }
     }
 }

@@ -67,6 +67,17 @@ bool matchesLaterFragmentsOnly(const StructuredFilter& filter) {
                                 [](const auto& range) { return range.low == 0; });
 }
 
+// Says whether some protocol of the range has all that is asked.
+bool isPossible(const ProtocolRange& range, const ProtoField& field) {
+    constexpr U32 protocols[] = {icmp, tcp, udp, 33, 58, 132, 136};
+    return std::ranges::any_of(protocols, [&](U32 protocol) {
+        return isIn(range, protocol) && std::ranges::all_of(things, [&](const Thing& thing) {
+                   return !thing.isAsked(field) ||
+                          std::ranges::find(thing.protocols, protocol) != thing.protocols.end();
+               });
+    });
+}
+
 class ImpossibleSearch {
   public:
     ImpossibleSearch(Orb::String before, bool isIpv6, std::vector<Orb::String>& found)
@@ -99,15 +110,6 @@ class ImpossibleSearch {
                    const StructuredFilter& filter) {
         Orb::String asked;
         Orb::String impossible;
-        bool isPossible = false;  // with all that is asked together
-        for (U32 protocol : {icmp, tcp, udp, 33U, 58U, 132U, 136U}) {
-            isPossible =
-                isPossible ||
-                (isIn(range, protocol) && std::ranges::all_of(things, [&](const Thing& thing) {
-                     return !thing.isAsked(field) ||
-                            std::ranges::find(thing.protocols, protocol) != thing.protocols.end();
-                 }));
-        }
         for (const Thing& thing : things) {
             if (!thing.isAsked(field)) continue;
             asked.append(asked.empty() ? "" : " and ").append(thing.text);
@@ -115,7 +117,7 @@ class ImpossibleSearch {
             impossible.append(impossible.empty() ? "" : " and ").append(thing.text);
         }
         if (asked.empty()) return;
-        if (!isPossible) {
+        if (!isPossible(range, field)) {
             add((impossible.empty() ? asked : impossible) + " under " +
                 protocolText(range, isIpv6_));
         } else if (matchesLaterFragmentsOnly(filter)) {

@@ -80,18 +80,21 @@ void leaveOutImplied(FieldMask& fields) {
     }
 }
 
+void addOpenFields(const Alternative& alternative, const Packet& packet, const Narrowed& narrowed,
+                   FieldMask& fields) {
+    if (ask(alternative, packet, narrowed).result != RuleResult::depends) return;
+    for (const Criterion& criterion : alternative) {
+        if (ask(criterion, packet, narrowed) == RuleResult::depends) fields.is(criterion.field);
+    }
+}
+
 FieldMask openFields(const CompiledRule& rule, const Packet& packet, const Narrowed& narrowed) {
     FieldMask fields;
     if (rule.asksOther) fields.is(Field::otherCriteria);
     for (const Clause& clause : rule.clauses) {
         if (ask(clause, packet, narrowed) != RuleResult::depends) continue;
         for (const Alternative& alternative : clause.alternatives) {
-            if (ask(alternative, packet, narrowed).result != RuleResult::depends) continue;
-            for (const Criterion& criterion : alternative) {
-                if (ask(criterion, packet, narrowed) == RuleResult::depends) {
-                    fields.is(criterion.field);
-                }
-            }
+            addOpenFields(alternative, packet, narrowed, fields);
         }
     }
     leaveOutImplied(fields);
@@ -99,6 +102,10 @@ FieldMask openFields(const CompiledRule& rule, const Packet& packet, const Narro
 }
 
 using Ways = std::vector<Narrowed>;
+
+void append(Ways& to, Ways& from) {
+    to.insert(to.end(), std::make_move_iterator(from.begin()), std::make_move_iterator(from.end()));
+}
 
 // Splits a way by an alternative: where it holds, and where its first, second, ... criterion fails.
 // Returns false, with nothing changed, when it holds nowhere.
@@ -121,8 +128,7 @@ bool split(const Narrowed& way, const Alternative& alternative, const Packet& pa
         rest.is(criterion.field, std::move(held));
     }
     holds.push_back(std::move(rest));
-    fails.insert(fails.end(), std::make_move_iterator(failing.begin()),
-                 std::make_move_iterator(failing.end()));
+    append(fails, failing);
     return true;
 }
 
@@ -132,25 +138,27 @@ struct SplitWays {
     std::size_t failedClause = 0;  // when it holds nowhere: the first clause that it fails by
 };
 
+// Splits a way by a clause: its first alternative takes what it can, the next one of the rest.
+void split(Narrowed way, const Clause& clause, const Packet& packet, Ways& holds, Ways& fails) {
+    Ways rest;
+    rest.push_back(std::move(way));
+    for (const Alternative& alternative : clause.alternatives) {
+        Ways next;
+        for (Narrowed& open : rest) {
+            if (!split(open, alternative, packet, holds, next)) next.push_back(std::move(open));
+        }
+        rest = std::move(next);
+    }
+    append(fails, rest);
+}
+
 SplitWays split(const Narrowed& way, const CompiledRule& rule, const Packet& packet) {
     SplitWays result;
     result.holds.push_back(way);
     for (std::size_t i = 0; i < rule.clauses.size() && !result.holds.empty(); ++i) {
         Ways holds;
         for (Narrowed& before : result.holds) {
-            Ways rest;
-            rest.push_back(std::move(before));
-            for (const Alternative& alternative : rule.clauses[i].alternatives) {
-                Ways next;
-                for (Narrowed& open : rest) {
-                    if (!split(open, alternative, packet, holds, next)) {
-                        next.push_back(std::move(open));
-                    }
-                }
-                rest = std::move(next);
-            }
-            result.fails.insert(result.fails.end(), std::make_move_iterator(rest.begin()),
-                                std::make_move_iterator(rest.end()));
+            split(std::move(before), rule.clauses[i], packet, holds, result.fails);
         }
         result.holds = std::move(holds);
         result.failedClause = i;

@@ -54,8 +54,6 @@ ValueSet valuesOf(Field field) {
 constexpr Field portFields[] = {Field::sourcePort, Field::destinationPort};
 constexpr Field icmpFields[] = {Field::icmpType, Field::icmpCode};
 
-constexpr Packet::Contradiction noIpHeader{Field::source, "no IP header in a frame of this family"};
-
 }  // namespace
 
 std::string_view fieldName(Field field) {
@@ -127,16 +125,20 @@ bool Packet::hasInner() const {
     return false;
 }
 
-std::optional<Packet::Contradiction> Packet::settle() {
-    if (family_ != MatchOption::ipv4 && family_ != MatchOption::ipv6) {
-        for (U32 i = 0; i < static_cast<U32>(Field::vlan); ++i) {
-            const auto field = static_cast<Field>(i);
-            if (isKnown(field)) return Contradiction{field, noIpHeader.why};
-        }
-        if (isKnown(Field::ipOptions)) return Contradiction{Field::ipOptions, noIpHeader.why};
-        if (hasInner()) return Contradiction{Field::innerFamily, noIpHeader.why};
-        return std::nullopt;
+// Of a frame without an IP header.
+std::optional<Packet::Contradiction> Packet::settleFrame() const {
+    constexpr std::string_view why = "no IP header in a frame of this family";
+    for (U32 i = 0; i < static_cast<U32>(Field::vlan); ++i) {
+        const auto field = static_cast<Field>(i);
+        if (isKnown(field)) return Contradiction{field, why};
     }
+    if (isKnown(Field::ipOptions)) return Contradiction{Field::ipOptions, why};
+    if (hasInner()) return Contradiction{Field::innerFamily, why};
+    return std::nullopt;
+}
+
+std::optional<Packet::Contradiction> Packet::settle() {
+    if (family_ != MatchOption::ipv4 && family_ != MatchOption::ipv6) return settleFrame();
     if (hasInner()) {
         if (const auto contradiction = settleInner()) return contradiction;
         if (const auto contradiction = settleLayer4(true)) return contradiction;
@@ -162,6 +164,17 @@ std::optional<Packet::Contradiction> Packet::settleInner() {
     return std::nullopt;
 }
 
+// The protocols that are the ICMP of a header's family; of an unknown family both.
+ValueSet Packet::icmpProtocols(bool isInner) const {
+    if (isInner && !isKnown(Field::innerFamily)) {
+        return ValueSet({ValueSet::numbers(protocolIcmp, protocolIcmp),
+                         ValueSet::numbers(protocolIcmpv6, protocolIcmpv6)});
+    }
+    const bool isIpv4 = isInner ? number(Field::innerFamily) == 4 : family_ == MatchOption::ipv4;
+    const U32 protocol = isIpv4 ? protocolIcmp : protocolIcmpv6;
+    return ValueSet({ValueSet::numbers(protocol, protocol)});
+}
+
 // Fields of a layer-4 header say which protocol it is of, and that it is there.
 std::optional<Packet::Contradiction> Packet::settleLayer4(bool isInner) {
     const Field protocol = fieldAt(Field::protocol, isInner);
@@ -172,14 +185,6 @@ std::optional<Packet::Contradiction> Packet::settleLayer4(bool isInner) {
         }
         return std::nullopt;
     };
-    ValueSet icmp({ValueSet::numbers(protocolIcmp, protocolIcmp),
-                   ValueSet::numbers(protocolIcmpv6, protocolIcmpv6)});
-    if (!isInner || isKnown(Field::innerFamily)) {
-        const bool isIpv4 =
-            isInner ? number(Field::innerFamily) == 4 : family_ == MatchOption::ipv4;
-        const U32 number = isIpv4 ? protocolIcmp : protocolIcmpv6;
-        icmp = ValueSet({ValueSet::numbers(number, number)});
-    }
     struct Layer4 {
         std::optional<Field> field;
         ValueSet protocols;
@@ -190,7 +195,8 @@ std::optional<Packet::Contradiction> Packet::settleLayer4(bool isInner) {
          "ports without TCP, UDP, UDP-Lite, SCTP or DCCP"},
         {knownOf(std::array{Field::tcpFlags}),
          ValueSet({ValueSet::numbers(protocolTcp, protocolTcp)}), "TCP flags without TCP"},
-        {knownOf(icmpFields), icmp, "an ICMP type or code without the family's ICMP"},
+        {knownOf(icmpFields), icmpProtocols(isInner),
+         "an ICMP type or code without the family's ICMP"},
     };
     ValueSet protocols = allValues(protocol);
     bool hasLayer4 = false;
@@ -206,16 +212,19 @@ std::optional<Packet::Contradiction> Packet::settleLayer4(bool isInner) {
         }
     }
     if (!hasLayer4) return std::nullopt;
-    if (!isKnown(protocol)) {
-        const auto& intervals = protocols.intervals();
-        if (intervals.size() == 1 && intervals[0].low.high == intervals[0].high.high) {
-            valueIs(protocol, intervals[0].low);
-        } else {
-            narrowed_.is(protocol, std::move(protocols));
-        }
-    }
+    if (!isKnown(protocol)) narrow(protocol, std::move(protocols));
     if (!isKnown(fragment)) narrowed_.is(fragment, fragmentsWithLayer4());
     return std::nullopt;
+}
+
+// A field that can have one number only is known.
+void Packet::narrow(Field field, ValueSet numbers) {
+    const auto& intervals = numbers.intervals();
+    if (intervals.size() == 1 && intervals[0].low.high == intervals[0].high.high) {
+        valueIs(field, intervals[0].low);
+    } else {
+        narrowed_.is(field, std::move(numbers));
+    }
 }
 
 }  // namespace TrafficPolicyCli::Diagnosis

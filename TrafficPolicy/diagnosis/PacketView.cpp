@@ -80,12 +80,9 @@ class PacketView {
     void printPoint(const PolicyAtPoint& at) {
         std::vector<TruthAnswer> answers;
         answers.reserve(at.truths.size());
-        for (const Truth& truth : at.truths) {
-            // Truths with the same rules have the same answer.
-            const bool isSame = !answers.empty() && truth.policy &&
-                                truth.policy == at.truths.front().policy &&
-                                truth.unknownRules.empty();
-            answers.push_back(isSame ? answers.front() : askTruth(truth, packet_));
+        for (std::size_t i = 0; i < at.truths.size(); ++i) {
+            answers.push_back(sharesAnswers(at.truths, i) ? answers.front()
+                                                          : askTruth(at.truths[i], packet_));
         }
         together_.resize(answers.size());
         for (std::size_t i = 0; i < answers.size(); ++i) {
@@ -100,18 +97,23 @@ class PacketView {
         if (differs) printDifference(at, answers);
         std::vector<bool> isTold(at.truths.size());
         for (std::size_t i = 0; i < at.truths.size(); ++i) {
-            std::string labels;
-            if (!isTold[i]) {
-                for (std::size_t other = i; other < at.truths.size(); ++other) {
-                    if (!answers[i].agreesWith(answers[other])) continue;
-                    isTold[other] = true;
-                    labels += labels.empty() ? "" : " and ";
-                    labels += at.truths[other].label;
-                }
-            }
+            const std::string labels = isTold[i] ? "" : labelsOf(at, answers, i, isTold);
             printTruth(at, at.truths[i], answers[i], labels, actions);
         }
         closing(at, answers, differs);
+    }
+
+    // The labels of the truths from the first on that agree with it, which are told with it.
+    static std::string labelsOf(const PolicyAtPoint& at, const std::vector<TruthAnswer>& answers,
+                                std::size_t first, std::vector<bool>& isTold) {
+        std::string labels;
+        for (std::size_t other = first; other < at.truths.size(); ++other) {
+            if (!answers[first].agreesWith(answers[other])) continue;
+            isTold[other] = true;
+            labels += labels.empty() ? "" : " and ";
+            labels += at.truths[other].label;
+        }
+        return labels;
     }
 
     void heading(const PolicyAtPoint& at) {
@@ -254,6 +256,25 @@ class PacketView {
     void rules(const PolicyAtPoint& at, const Truth& truth, const TruthAnswer& answer,
                const std::vector<Orb::String>& decidedBy, bool inText, RuleActions& actions) {
         const auto list = renderer_.list("rules");
+        unknownRules(truth, inText);
+        U32 passedOver = 0;
+        for (const RuleAnswer& rule : answer.answer.rules) {
+            const Orb::String& name = truth.policy->name(rule.rule);
+            const bool isListed = detail_ || rule.result != RuleResult::noMatch;
+            if (inText && isListed) tellPassedOver(passedOver);
+            passedOver += isListed ? 0 : 1;
+            const auto object = renderer_.object();
+            ruleResult(name, rule);
+            if (inText && isListed) ruleText(at, name, rule);
+            // In JSON the actions of the rule that decides stand behind all rules.
+            if (std::ranges::find(decidedBy, name) == decidedBy.end()) continue;
+            const bool isShown = renderer_.isJson() ? name != decidedBy.back() : inText;
+            if (isShown) actions.render(renderer_, name, 9);
+        }
+        if (inText) tellPassedOver(passedOver);
+    }
+
+    void unknownRules(const Truth& truth, bool inText) {
         for (const Orb::String& rule : truth.unknownRules) {
             const auto object = renderer_.object();
             renderer_.pair("rule", rule);
@@ -262,30 +283,19 @@ class PacketView {
             if (!inText) continue;
             ruleLine(rule).text("not configured, so what it matches is not known").endLine();
         }
-        U32 passedOver = 0;
-        for (const RuleAnswer& rule : answer.answer.rules) {
-            const Orb::String& name = truth.policy->name(rule.rule);
-            const bool isListed = detail_ || rule.result != RuleResult::noMatch;
-            if (inText && isListed) tellPassedOver(passedOver);
-            passedOver += isListed ? 0 : 1;
-            const auto object = renderer_.object();
-            renderer_.pair("rule", name);
-            renderer_.pair("result", resultKeys[indexOf(rule.result)]);
-            if (rule.result == RuleResult::noMatch) {
-                renderer_.pair("criterion", fieldName(rule.criterion));
-            }
-            if (rule.result == RuleResult::depends) {
-                const auto fields = renderer_.list("dependsOn");
-                rule.dependsOn.forEachName(
-                    [this](std::string_view field) { renderer_.item(field); });
-            }
-            if (inText && isListed) ruleText(at, name, rule);
-            // In JSON the actions of the rule that decides stand behind all rules.
-            if (std::ranges::find(decidedBy, name) == decidedBy.end()) continue;
-            const bool isShown = renderer_.isJson() ? name != decidedBy.back() : inText;
-            if (isShown) actions.render(renderer_, name, 9);
+    }
+
+    // The pairs of a rule in JSON.
+    void ruleResult(const Orb::String& name, const RuleAnswer& rule) {
+        renderer_.pair("rule", name);
+        renderer_.pair("result", resultKeys[indexOf(rule.result)]);
+        if (rule.result == RuleResult::noMatch) {
+            renderer_.pair("criterion", fieldName(rule.criterion));
         }
-        if (inText) tellPassedOver(passedOver);
+        if (rule.result == RuleResult::depends) {
+            const auto fields = renderer_.list("dependsOn");
+            rule.dependsOn.forEachName([this](std::string_view field) { renderer_.item(field); });
+        }
     }
 
     RendererV2& ruleLine(const Orb::String& rule) {

@@ -111,6 +111,16 @@ class PointProblems {
     std::vector<Problem>& problems_;
 };
 
+Problem withoutVersion(const Attachment& attachment, bool isPolicyConfigured) {
+    const ProblemPoint point{attachment.place, attachment.isByAll ? "all" : attachment.point};
+    const bool isInPlace = sayProgrammed(attachment.hardware) || sayProgrammed(attachment.kernel);
+    return {.kind = isPolicyConfigured ? ProblemKind::noCurrentVersion : ProblemKind::unknownPolicy,
+            .text = textOf(point) + ": the policy " +
+                    (isPolicyConfigured ? "has no current version" : "is not configured") +
+                    (isInPlace ? ", but is still in place" : ""),
+            .point = point};
+}
+
 // The attachments of a policy that is configured nowhere, or has no current version. That of the
 // VRF "all" is one, whatever the VRFs it stands for.
 void addWithoutVersion(const DiagnosisSources& sources, const PolicyAttachments& ofPolicy,
@@ -121,16 +131,7 @@ void addWithoutVersion(const DiagnosisSources& sources, const PolicyAttachments&
     for (const Attachment* const attachment : ofPolicy) {
         if (!attachment->isConfigured || (attachment->isByAll && isAllTold)) continue;
         isAllTold = isAllTold || attachment->isByAll;
-        const ProblemPoint point{attachment->place,
-                                 attachment->isByAll ? "all" : attachment->point};
-        const bool isInPlace =
-            sayProgrammed(attachment->hardware) || sayProgrammed(attachment->kernel);
-        problems.push_back(
-            {.kind = isConfigured ? ProblemKind::noCurrentVersion : ProblemKind::unknownPolicy,
-             .text = textOf(point) + ": the policy " +
-                     (isConfigured ? "has no current version" : "is not configured") +
-                     (isInPlace ? ", but is still in place" : ""),
-             .point = point});
+        problems.push_back(withoutVersion(*attachment, isConfigured));
     }
 }
 

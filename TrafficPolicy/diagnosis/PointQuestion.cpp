@@ -63,11 +63,31 @@ void PointQuestion::addConfigured(PolicyAtPoint& at, MatchOption family) {
 
 void PointQuestion::addTruths(PolicyAtPoint& at, MatchOption family) {
     addConfigured(at, family);
-    at.truths.push_back(installedTruth(at, family, Target::hardware));
-    if (at.attachment.place == Place::cpu && attachments_.hasKernel()) {
-        at.truths.push_back(installedTruth(at, family, Target::kernel));
+    for (const Target target : attachments_.targetsAt(at.attachment.place)) {
+        at.truths.push_back(installedTruth(at, family, target));
     }
 }
+
+namespace {
+
+// Of the rules that are installed those that the version does not have, in order.
+std::vector<Orb::String> unknownRules(const PolicyMap::PolicyMapStatus& status,
+                                      const PolicyMap::PolicyMapSubConfig* version,
+                                      MatchOption family) {
+    std::vector<Orb::String> unknown;
+    for (const auto& [name, rule] : status.classMapStatus()) {
+        if (!rule || !rule->match().contains(family)) continue;
+        const auto* const configured =
+            version == nullptr ? nullptr : version->classMap().find(name);
+        if (configured == nullptr || !(*configured)->match().contains(family)) {
+            unknown.push_back(name);
+        }
+    }
+    std::ranges::sort(unknown);
+    return unknown;
+}
+
+}  // namespace
 
 Truth PointQuestion::installedTruth(const PolicyAtPoint& at, MatchOption family, Target target) {
     const Attachment& attachment = at.attachment;
@@ -93,15 +113,7 @@ Truth PointQuestion::installedTruth(const PolicyAtPoint& at, MatchOption family,
             return truth;
         }
     }
-    for (const auto& [name, rule] : truth.status->classMapStatus()) {
-        if (!rule || !rule->match().contains(family)) continue;
-        const auto* const configured =
-            version == nullptr ? nullptr : version->classMap().find(name);
-        if (configured == nullptr || !(*configured)->match().contains(family)) {
-            truth.unknownRules.push_back(name);
-        }
-    }
-    std::ranges::sort(truth.unknownRules);
+    truth.unknownRules = unknownRules(*truth.status, version, family);
     const auto takes = [&](const Orb::String& name) { return truth.hasRule(name, family); };
     auto taken = std::make_shared<const CompiledPolicy>(version, family, fieldSets_, takes);
     const auto& configured = at.truths.front().policy;
@@ -109,6 +121,11 @@ Truth PointQuestion::installedTruth(const PolicyAtPoint& at, MatchOption family,
     const bool isSame = attachment.isConfigured && taken->size() == configured->size();
     truth.policy = isSame ? configured : std::move(taken);
     return truth;
+}
+
+bool sharesAnswers(const std::vector<Truth>& truths, std::size_t truth) {
+    return truth > 0 && truths[truth].policy && truths[truth].policy == truths.front().policy &&
+           truths[truth].unknownRules.empty();
 }
 
 TruthAnswer askTruth(const Truth& truth, const Packet& packet) {

@@ -82,6 +82,8 @@ struct TruthAnswer {
     bool agreesWith(const TruthAnswer& other) const;
 };
 
+// Says whether a truth has the rules of the first one, and so the same answers.
+bool sharesAnswers(const std::vector<Truth>& truths, std::size_t truth);
 TruthAnswer askTruth(const Truth& truth, const Packet& packet);
 
 // What the policies at a point do together in one truth: each is asked, and one that drops drops.

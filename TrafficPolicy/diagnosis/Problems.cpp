@@ -39,24 +39,29 @@ void addInterfaceVrfs(const DiagnosisSources& sources, Problems& problems) {
     }
 }
 
+// Says whether a search for a policy, which is empty for all of them, is about this one.
+bool isAsked(const Orb::String& onlyPolicy, std::string_view policy) {
+    return onlyPolicy.empty() || policy == onlyPolicy;
+}
+
 // Reports of the CPU's interfaces that no VRF is known of: they count nowhere.
-void addUnknownInterfaces(const DiagnosisSources& sources, const Orb::String& onlyPolicy,
+void addUnknownInterfaces(const DiagnosisSources& sources, const SideSources& side,
+                          const Orb::String& where, const Orb::String& onlyPolicy,
                           Problems& problems) {
-    if (!sources.l3IntfStatusDir) return;
-    for (const SideSources* const side : {&sources.cpu, &sources.kernel}) {
-        if (!side->status) continue;
-        for (const auto& [policy, status] : side->status->policyMapStatus()) {
-            if (!onlyPolicy.empty() && policy != onlyPolicy) continue;
-            for (const auto& [intfId, report] : status->intfStatus()) {
-                if (sources.l3IntfStatusDir->intfStatus(intfId) != nullptr) continue;
-                const Orb::String where = side == &sources.cpu ? "hardware" : "the kernel";
-                problems[policy].push_back({.kind = ProblemKind::unknownInterface,
-                                            .text = where + " reports on interface " +
-                                                    intfId.stringValue() +
-                                                    ", which does not exist"});
-            }
+    if (!sources.l3IntfStatusDir || !side.status) return;
+    for (const auto& [policy, status] : side.status->policyMapStatus()) {
+        if (!isAsked(onlyPolicy, policy)) continue;
+        for (const auto& [intfId, report] : status->intfStatus()) {
+            if (sources.l3IntfStatusDir->intfStatus(intfId) != nullptr) continue;
+            problems[policy].push_back({.kind = ProblemKind::unknownInterface,
+                                        .text = where + " reports on interface " +
+                                                intfId.stringValue() + ", which does not exist"});
         }
     }
+}
+
+bool isConfiguredSomewhere(const PolicyAttachments& ofPolicy) {
+    return std::ranges::any_of(ofPolicy, [](const auto* one) { return one->isConfigured; });
 }
 
 }  // namespace
@@ -93,23 +98,18 @@ Problems findProblems(const DiagnosisSources& sources, const Orb::String& onlyPo
         if (!own.empty()) problems[policy] = std::move(own);
     };
     for (const auto& [policy, ofPolicy] : byPolicy) {
-        if (onlyPolicy.empty() || policy == onlyPolicy) search(Orb::String(policy), ofPolicy);
+        if (isAsked(onlyPolicy, policy)) search(Orb::String(policy), ofPolicy);
     }
-    if (sources.config) {
-        for (const auto& [policy, config] : sources.config->policyMapConfig()) {
-            if (!onlyPolicy.empty() && policy != onlyPolicy) continue;
-            const auto ofPolicy = byPolicy.find(policy);
-            if (ofPolicy == byPolicy.end()) search(policy, {});
-            const bool isAttached = ofPolicy != byPolicy.end() &&
-                                    std::ranges::any_of(ofPolicy->second, [](const auto* one) {
-                                        return one->isConfigured;
-                                    });
-            if (isAttached) continue;
-            problems[policy].push_back(
-                {.kind = ProblemKind::notAttached, .text = "attached nowhere"});
-        }
+    static const Orb::RbTreeMap<Orb::String, Orb::Ptr<const PolicyMap::PolicyMapConfig>> none;
+    for (const auto& [policy, config] : sources.config ? sources.config->policyMapConfig() : none) {
+        if (!isAsked(onlyPolicy, policy)) continue;
+        const auto ofPolicy = byPolicy.find(policy);
+        if (ofPolicy == byPolicy.end()) search(policy, {});
+        if (ofPolicy != byPolicy.end() && isConfiguredSomewhere(ofPolicy->second)) continue;
+        problems[policy].push_back({.kind = ProblemKind::notAttached, .text = "attached nowhere"});
     }
-    addUnknownInterfaces(sources, onlyPolicy, problems);
+    addUnknownInterfaces(sources, sources.cpu, "hardware", onlyPolicy, problems);
+    addUnknownInterfaces(sources, sources.kernel, "the kernel", onlyPolicy, problems);
     forEachFallenCounter(sources, onlyPolicy, [&](const Orb::String& policy, Problem problem) {
         problems[policy].push_back(std::move(problem));
     });

@@ -37,25 +37,36 @@ QuickPolicy::Bounds QuickPolicy::boundsOf(const CompiledRule& rule, Field field)
     return low <= high ? Bounds{low, high - low} : Bounds{};
 }
 
-QuickPolicy::Result QuickPolicy::decide(const Packet& packet, std::vector<U32>& decidedBy) const {
-    decidedBy.clear();
-    std::array<U64, keyFields.size()> values{};
-    std::array<U64, keyFields.size()> anyWidth{};  // of a field that is not known
-    for (std::size_t i = 0; i < keyFields.size(); ++i) {
-        const bool isKnown = packet.isKnown(keyFields[i]);
-        values[i] = isKnown ? packet.value(keyFields[i]).high : 0;
-        anyWidth[i] = isKnown ? 0 : ~U64{0};
+// The values of a packet in the fields that are looked at first.
+class QuickPolicy::Keys {
+  public:
+    explicit Keys(const Packet& packet) {
+        for (std::size_t i = 0; i < keyFields.size(); ++i) {
+            const bool isKnown = packet.isKnown(keyFields[i]);
+            values_[i] = isKnown ? packet.value(keyFields[i]).high : 0;
+            anyWidth_[i] = isKnown ? 0 : ~U64{0};
+        }
     }
-    const auto mayHold = [&](const RuleBounds& bounds) {
+    bool mayMeet(const RuleBounds& bounds) const {
         bool all = true;
         for (std::size_t i = 0; i < keyFields.size(); ++i) {
-            all = all & (values[i] - bounds[i].low <= (bounds[i].width | anyWidth[i]));
+            all = all & (values_[i] - bounds[i].low <= (bounds[i].width | anyWidth_[i]));
         }
         return all;
-    };
+    }
+
+  private:
+    std::array<U64, keyFields.size()> values_{};
+    std::array<U64, keyFields.size()> anyWidth_{};  // of a field that is not known
+};
+
+QuickPolicy::Result QuickPolicy::decide(const Packet& packet, std::vector<U32>& decidedBy) const {
+    decidedBy.clear();
+    const Keys keys(packet);
     for (U32 rule = 0; rule < policy_.size();) {
-        const RuleResult result =
-            mayHold(bounds_[rule]) ? askCompiled(policy_.rule(rule), packet) : RuleResult::noMatch;
+        const RuleResult result = keys.mayMeet(bounds_[rule])
+                                      ? askCompiled(policy_.rule(rule), packet)
+                                      : RuleResult::noMatch;
         if (result == RuleResult::depends) return Result::depends;
         if (result == RuleResult::noMatch) {
             ++rule;

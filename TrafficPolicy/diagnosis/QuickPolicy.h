@@ -28,6 +28,8 @@ class QuickPolicy {
     };
     using RuleBounds = std::array<Bounds, keyFields.size()>;
 
+    class Keys;
+
     static Bounds boundsOf(const CompiledRule& rule, Field field);
 
     const CompiledPolicy& policy_;

@@ -75,8 +75,7 @@ RuleDifference differenceOf(const Rule& before, const Rule& after) {
     RuleDifference difference;
     const auto* const matchBefore = before.config == nullptr ? nullptr : &before.config->match();
     const auto* const matchAfter = after.config == nullptr ? nullptr : &after.config->match();
-    for (const MatchOption family :
-         {MatchOption::ipv4, MatchOption::ipv6, MatchOption::mac, MatchOption::mpls}) {
+    for (const MatchOption family : PolicyMap::matchOptions) {
         addMatch(family, valueOf(matchBefore, family), valueOf(matchAfter, family), difference);
     }
     const auto* const actionBefore =

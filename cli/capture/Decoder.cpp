@@ -40,13 +40,13 @@ struct Ipv6Chain {
 
 Ipv6Chain chainOf(Bytes packet) {
     constexpr U32 hopByHop = 0, routing = 43, fragment = 44, authentication = 51, destination = 60;
+    static constexpr U32 extensions[] = {hopByHop, routing, fragment, authentication, destination};
     Ipv6Chain chain;
     chain.protocol = packet[6];
     chain.rest = packet.subspan(40);
     for (;;) {
         const U32 type = chain.protocol;
-        const bool isExtension = type == hopByHop || type == routing || type == fragment ||
-                                 type == authentication || type == destination;
+        const bool isExtension = std::ranges::find(extensions, type) != std::end(extensions);
         // Behind a later fragment's header stands the middle of some other one.
         if (!isExtension || chain.fragment > 1) return chain;
         if (chain.rest.size() < 8) {

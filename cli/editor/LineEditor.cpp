@@ -11,6 +11,7 @@
 #include <cwchar>
 #include <initializer_list>
 #include <memory>
+#include <optional>
 
 namespace Cli::Shell {
 
@@ -171,13 +172,7 @@ class Editor : public LineEditor {
     int waitForKey(wchar_t* key) {
         for (;;) {
             if (hooks_.isLeft()) return -1;
-            if (isSuspended != 0) {
-                isSuspended = 0;
-                ::el_set(editLine_.get(), EL_PREP_TERM, 0);
-                signals_->suspend();
-                ::el_set(editLine_.get(), EL_PREP_TERM, 1);
-                isResized = 1;
-            }
+            if (isSuspended != 0) suspend();
             if (isResized != 0) {
                 isResized = 0;
                 ::el_resize(editLine_.get());
@@ -187,26 +182,45 @@ class Editor : public LineEditor {
             pollfd ready[] = {{STDIN_FILENO, POLLIN, 0}, {hooks_.newsDescriptor, POLLIN, 0}};
             if (::ppoll(ready, 2, nullptr, &signals_->whileWaiting()) < 0) continue;
             if ((ready[1].revents & POLLIN) != 0) {
-                const std::string news = hooks_.news();
-                if (news.empty()) continue;
-                std::fprintf(stdout, "\r\033[K%s\n", news.c_str());
-                leaveRoom();
+                if (!tellNews()) continue;
                 *key = redisplayKey;
                 return 1;
             }
             if (ready[0].revents == 0) continue;
-            char byte = 0;
-            const ssize_t count = ::read(STDIN_FILENO, &byte, 1);
-            if (count < 0 && errno == EINTR) continue;
-            if (count <= 0) return 0;
-            const std::size_t length = std::mbrtowc(key, &byte, 1, &state_);
-            if (length == static_cast<std::size_t>(-2)) continue;
-            if (length == static_cast<std::size_t>(-1)) {
-                state_ = {};
-                continue;
-            }
-            return 1;
+            if (const auto ending = readByte(key)) return *ending;
         }
+    }
+
+    void suspend() {
+        isSuspended = 0;
+        ::el_set(editLine_.get(), EL_PREP_TERM, 0);
+        signals_->suspend();
+        ::el_set(editLine_.get(), EL_PREP_TERM, 1);
+        isResized = 1;
+    }
+
+    // Prints what happened over the line. Says whether something did.
+    bool tellNews() {
+        const std::string news = hooks_.news();
+        if (news.empty()) return false;
+        std::fprintf(stdout, "\r\033[K%s\n", news.c_str());
+        leaveRoom();
+        return true;
+    }
+
+    // What waitForKey() returns; nothing while the character is not whole.
+    std::optional<int> readByte(wchar_t* key) {
+        char byte = 0;
+        const ssize_t count = ::read(STDIN_FILENO, &byte, 1);
+        if (count < 0 && errno == EINTR) return std::nullopt;
+        if (count <= 0) return 0;
+        const std::size_t length = std::mbrtowc(key, &byte, 1, &state_);
+        if (length == static_cast<std::size_t>(-2)) return std::nullopt;
+        if (length == static_cast<std::size_t>(-1)) {
+            state_ = {};
+            return std::nullopt;
+        }
+        return 1;
     }
 
     EditorHooks hooks_;

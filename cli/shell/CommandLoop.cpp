@@ -40,6 +40,44 @@ struct CommandLoop::BuiltIn {
     std::string (*run)(CommandLoop& loop, const Match& match);
 };
 
+std::string CommandLoop::helpOfShell() {
+    std::string text =
+        "Tab completes a word, or lists what can stand there; ? tells what that is.\n"
+        "Words may be shortened while that is unambiguous. Ctrl-R searches the\n"
+        "history, Ctrl-C ends a command, Ctrl-V types the next key as it is.\n"
+        "\nCommands:\n";
+    for (const Command& row : Cli::commands()) {
+        text.append("  ").append(row.line).append("\n");
+    }
+    const auto add = [&](const auto& row) {
+        text.append("  ").append(row.line);
+        text.append(row.line.size() < 18 ? 20 - row.line.size() : 2, ' ');
+        text.append(row.purpose).append("\n");
+    };
+    for (const BuiltIn& row : builtIns()) add(row);
+    add(FilterCommand{watchLine, watchPurpose});
+    text += "\nBehind a command, after |:\n";
+    for (const FilterCommand& row : filterCommands()) add(row);
+    return text;
+}
+
+namespace {
+
+// The lines, each with its number.
+template <class Lines>
+std::string historyText(const Lines& lines) {
+    std::string text;
+    std::size_t number = 0;
+    for (const std::string& line : lines) {
+        const std::string digits = std::to_string(++number);
+        text.append(digits.size() < 5 ? 5 - digits.size() : 0, ' ');
+        text += digits + "  " + Base::escaped(line) + "\n";
+    }
+    return text;
+}
+
+}  // namespace
+
 const std::vector<CommandLoop::BuiltIn>& CommandLoop::builtIns() {
     static const std::vector<BuiltIn> rows = {
         {"exit", "leave the shell, as Ctrl-D does",
@@ -47,38 +85,9 @@ const std::vector<CommandLoop::BuiltIn>& CommandLoop::builtIns() {
              loop.isEnding_ = true;
              return std::string();
          }},
-        {"help", "print this text",
-         [](CommandLoop&, const Match&) {
-             std::string text =
-                 "Tab completes a word, or lists what can stand there; ? tells what that is.\n"
-                 "Words may be shortened while that is unambiguous. Ctrl-R searches the\n"
-                 "history, Ctrl-C ends a command, Ctrl-V types the next key as it is.\n"
-                 "\nCommands:\n";
-             for (const Command& row : Cli::commands()) {
-                 text.append("  ").append(row.line).append("\n");
-             }
-             const auto add = [&](const auto& row) {
-                 text.append("  ").append(row.line);
-                 text.append(row.line.size() < 18 ? 20 - row.line.size() : 2, ' ');
-                 text.append(row.purpose).append("\n");
-             };
-             for (const BuiltIn& row : builtIns()) add(row);
-             add(FilterCommand{watchLine, watchPurpose});
-             text += "\nBehind a command, after |:\n";
-             for (const FilterCommand& row : filterCommands()) add(row);
-             return text;
-         }},
+        {"help", "print this text", [](CommandLoop&, const Match&) { return helpOfShell(); }},
         {"history", "the lines that were typed, in earlier sessions too",
-         [](CommandLoop& loop, const Match&) {
-             std::string text;
-             std::size_t number = 0;
-             for (const std::string& line : loop.history_) {
-                 const std::string digits = std::to_string(++number);
-                 text.append(digits.size() < 5 ? 5 - digits.size() : 0, ' ');
-                 text += digits + "  " + Base::escaped(line) + "\n";
-             }
-             return text;
-         }},
+         [](CommandLoop& loop, const Match&) { return historyText(loop.history_); }},
         {"terminal length LINES", "where the pager begins; 0: no pager",
          [](CommandLoop& loop, const Match& match) {
              const Token& lines = *match.find("LINES");

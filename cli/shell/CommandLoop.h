@@ -39,6 +39,7 @@ class CommandLoop {
   private:
     struct BuiltIn;
     static const std::vector<BuiltIn>& builtIns();
+    static std::string helpOfShell();
 
     int run(std::string_view line);
     int execute(const Plan& plan, const Route& route);

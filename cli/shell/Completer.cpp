@@ -93,24 +93,27 @@ std::string typed(std::string_view name, bool needsQuotes,
 
 bool isArgument(std::string_view label) { return label.front() >= 'A' && label.front() <= 'Z'; }
 
+void completeName(std::string_view label, const Grammar::Position& position, std::string_view begun,
+                  const NameSources& sources, Completion& result) {
+    for (const std::string& name : namesFor(label, position.before, sources)) {
+        const std::string text = typed(name, begun.starts_with('"'), position.labels);
+        if (text.starts_with(begun)) result.choices.push_back({text, ""});
+    }
+}
+
 void completeCommand(const Words& before, std::string_view begun, const Grammar& commands,
                      const NameSources& sources, Completion& result) {
     const State* const state = sources.state;
     const Grammar::Position position = commands.after(before);
     for (const std::string_view label : position.labels) {
         const std::string_view help = helpOf(label, lastLabel(position.before));
-        if (!isArgument(label)) {
+        if (isArgument(label)) {
+            if (begun.empty()) result.choices.push_back({std::string(label), help, false});
+            completeName(label, position, begun, sources, result);
+        } else if (label.starts_with(begun)) {
             const bool isOffered =
                 !begun.empty() || state == nullptr || !isElsewhere(label, position.before, *state);
-            if (label.starts_with(begun)) {
-                result.choices.push_back({std::string(label), help, isOffered});
-            }
-            continue;
-        }
-        if (begun.empty()) result.choices.push_back({std::string(label), help, false});
-        for (const std::string& name : namesFor(label, position.before, sources)) {
-            const std::string text = typed(name, begun.starts_with('"'), position.labels);
-            if (text.starts_with(begun)) result.choices.push_back({text, ""});
+            result.choices.push_back({std::string(label), help, isOffered});
         }
     }
     result.isComplete = begun.empty() && position.isComplete;

@@ -86,6 +86,11 @@ EditorHooks hooksOf(CommandLoop& loop) {
 
 bool isBlank(const std::string& line) { return line.find_first_not_of(" \t") == line.npos; }
 
+// A line that is the same as the last one is not listed again.
+void remember(std::vector<std::string>& history, const std::string& line) {
+    if (history.empty() || history.back() != line) history.push_back(line);
+}
+
 }  // namespace
 
 int runInteractive(CommandLoop& loop) {
@@ -116,7 +121,7 @@ int runInteractive(CommandLoop& loop) {
         if (isBlank(line)) continue;
         editor->addToHistory(line);
         file.append(line);
-        if (loop.history().empty() || loop.history().back() != line) loop.history().push_back(line);
+        remember(loop.history(), line);
         loop.run(line, "");
     }
     std::fflush(stdout);

@@ -19,6 +19,19 @@ bool isEscaped(U32 code) {
            code == 0xfeff;
 }
 
+// The leading bytes of a character with how many bytes it has, and what its second byte may be:
+// overlong forms, surrogates and values beyond U+10FFFF differ there (RFC 3629).
+struct Utf8Lead {
+    unsigned first, last;
+    U32 length;
+    unsigned secondFirst, secondLast;
+};
+constexpr Utf8Lead utf8Leads[] = {
+    {0xc2, 0xdf, 2, 0x80, 0xbf}, {0xe0, 0xe0, 3, 0xa0, 0xbf}, {0xe1, 0xec, 3, 0x80, 0xbf},
+    {0xed, 0xed, 3, 0x80, 0x9f}, {0xee, 0xef, 3, 0x80, 0xbf}, {0xf0, 0xf0, 4, 0x90, 0xbf},
+    {0xf1, 0xf3, 4, 0x80, 0xbf}, {0xf4, 0xf4, 4, 0x80, 0x8f},
+};
+
 void appendCode(std::string& out, U32 code) {
     static constexpr char digits[] = "0123456789abcdef";
     if (code > 0xff) {
@@ -37,21 +50,14 @@ U32 utf8Length(std::string_view text, std::size_t at) {
     };
     const unsigned lead = byte(0);
     if (lead < 0x80) return 1;
-    const U32 length = lead >= 0xc2 && lead < 0xe0   ? 2
-                       : lead >= 0xe0 && lead < 0xf0 ? 3
-                       : lead >= 0xf0 && lead < 0xf5 ? 4
-                                                     : 0;
-    if (length == 0 || at + length > text.size()) return 0;
-    for (U32 i = 1; i < length; ++i) {
+    const auto* const row = std::ranges::find_if(
+        utf8Leads, [lead](const Utf8Lead& one) { return one.first <= lead && lead <= one.last; });
+    if (row == std::end(utf8Leads) || at + row->length > text.size()) return 0;
+    if (byte(1) < row->secondFirst || byte(1) > row->secondLast) return 0;
+    for (U32 i = 2; i < row->length; ++i) {
         if ((byte(i) & 0xc0) != 0x80) return 0;
     }
-    // Overlong forms, surrogates and values beyond U+10FFFF differ in the second byte.
-    const unsigned second = byte(1);
-    if ((lead == 0xe0 && second < 0xa0) || (lead == 0xed && second > 0x9f) ||
-        (lead == 0xf0 && second < 0x90) || (lead == 0xf4 && second > 0x8f)) {
-        return 0;
-    }
-    return length;
+    return row->length;
 }
 
 U32 codePoint(std::string_view text, std::size_t at, U32 length) {

@@ -51,6 +51,22 @@ void appendHelp(std::string& text, const std::string& option, const std::string&
     text += '\n';
 }
 
+using Argument = std::span<const std::string>::iterator;
+
+// The value of an option, behind "=" or in the argument that follows, to which it steps.
+std::string valueOf(const OptionForm& form, Argument& argument, Argument end) {
+    const std::size_t equals = argument->find('=');
+    if (equals != std::string::npos) {
+        if (form.value.empty()) throw OptionError(form.name + " takes no value");
+        return argument->substr(equals + 1);
+    }
+    if (form.value.empty()) return "";
+    if (++argument == end) {
+        throw OptionError(form.name + " needs a value, expected " + form.expected);
+    }
+    return *argument;
+}
+
 std::string withValue(const OptionForm& form) {
     return form.value.empty() ? form.name : form.name + " " + form.value;
 }
@@ -72,20 +88,10 @@ Request parseArguments(
         }
         if (*argument == "-h" || *argument == "--help") return Request::help;
         if (*argument == "--version") return Request::version;
-        const std::size_t equals = argument->find('=');
-        const std::string name = argument->substr(0, equals);
+        const std::string name = argument->substr(0, argument->find('='));
         const auto form = std::ranges::find(forms, name, &OptionForm::name);
         if (form == forms.end()) refuseOption(name, forms);
-        std::string value;
-        if (equals != std::string::npos) {
-            if (form->value.empty()) throw OptionError(name + " takes no value");
-            value = argument->substr(equals + 1);
-        } else if (!form->value.empty()) {
-            if (++argument == arguments.end()) {
-                throw OptionError(name + " needs a value, expected " + form->expected);
-            }
-            value = *argument;
-        }
+        const std::string value = valueOf(*form, argument, arguments.end());
         option(static_cast<std::size_t>(form - forms.begin()), value);
     }
     return Request::run;

@@ -9,6 +9,10 @@ namespace PolicyMap {
 
 enum class ClassMapMatchOption : U8 { ipv4 = 0, ipv6 = 1, mac = 2, mpls = 3 };
 
+inline constexpr ClassMapMatchOption matchOptions[] = {
+    ClassMapMatchOption::ipv4, ClassMapMatchOption::ipv6, ClassMapMatchOption::mac,
+    ClassMapMatchOption::mpls};
+
 // "ipv4", "ipv6", "mac", "mpls"; empty for any other value.
 constexpr std::string_view matchOptionName(ClassMapMatchOption option) {
     switch (option) {

@@ -108,6 +108,15 @@ class ORB_EXPORT InnerMatch : public Orb::PtrInterface {
 // The kinds of field sets that filters name.
 enum class FieldSetKind : U8 { prefix, vlan, l4Port };
 
+template <class Visit>
+bool anyPortSetNames(const ProtoField& protoField, Visit visit, const InnerMatch* inner) {
+    for (const auto& ports : protoField.portFields()) {
+        if (visit(FieldSetKind::l4Port, ports->sportFieldSets(), inner)) return true;
+        if (visit(FieldSetKind::l4Port, ports->dportFieldSets(), inner)) return true;
+    }
+    return false;
+}
+
 // Walks the names of field sets of a filter, those of the packet inside last. Calls
 // visit(kind, names, inner) for the names of each criterion, with the match of the packet inside or
 // null, until a call returns true. Says whether one did.
@@ -122,13 +131,7 @@ bool anyFieldSetNames(const StructuredFilter& filter, Visit visit,
         if (visit(FieldSetKind::vlan, tag->vlanFieldSets(), inner)) return true;
     }
     for (const auto& [range, protoField] : filter.protocols()) {
-        if (!protoField) continue;
-        for (const auto& ports : protoField->portFields()) {
-            if (visit(FieldSetKind::l4Port, ports->sportFieldSets(), inner) ||
-                visit(FieldSetKind::l4Port, ports->dportFieldSets(), inner)) {
-                return true;
-            }
-        }
+        if (protoField && anyPortSetNames(*protoField, visit, inner)) return true;
     }
     const InnerMatch* const next = inner == nullptr ? filter.innerMatch().get() : nullptr;
     return next != nullptr && next->structuredFilter() &&

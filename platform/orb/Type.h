@@ -37,6 +37,29 @@ struct ValueEntry {
 };
 
 template <class T>
+Value valueOf(const T& value);
+
+template <class Collection>
+std::vector<ValueEntry> entriesOf(const Collection& collection) {
+    std::vector<ValueEntry> entries;
+    for (const auto& entry : collection) {
+        if constexpr (requires { entry.first; }) {
+            entries.push_back({valueOf(entry.first), valueOf(entry.second)});
+        } else if constexpr (requires {
+                                 entry.key;
+                                 entry.value;
+                             }) {
+            entries.push_back({valueOf(entry.key), valueOf(entry.value)});
+        } else if constexpr (requires { Collection::isSet; }) {
+            entries.push_back({valueOf(entry), Value()});
+        } else {
+            entries.push_back({Value(U64{entries.size()}), valueOf(entry)});
+        }
+    }
+    return entries;
+}
+
+template <class T>
 Value valueOf(const T& value) {
     if constexpr (std::is_same_v<T, bool>) {
         return value;
@@ -51,22 +74,7 @@ Value valueOf(const T& value) {
     } else if constexpr (requires { value.count(); }) {
         return static_cast<U64>(value.count());
     } else if constexpr (requires { value.begin(); }) {
-        std::vector<ValueEntry> entries;
-        for (const auto& entry : value) {
-            if constexpr (requires { entry.first; }) {
-                entries.push_back({valueOf(entry.first), valueOf(entry.second)});
-            } else if constexpr (requires {
-                                     entry.key;
-                                     entry.value;
-                                 }) {
-                entries.push_back({valueOf(entry.key), valueOf(entry.value)});
-            } else if constexpr (requires { T::isSet; }) {
-                entries.push_back({valueOf(entry), Value()});
-            } else {
-                entries.push_back({Value(U64{entries.size()}), valueOf(entry)});
-            }
-        }
-        return entries;
+        return entriesOf(value);
     } else {
         static_assert(
             requires { value.stringValue(); }, "give the type a stringValue()");

@@ -30,24 +30,28 @@ void CounterDirectory::check() const {
             damaged("its policies do not ascend");
         }
         previous = &policy;
-
-        const U64 firstNamed = U64{policy.firstCounter} + policy.ruleCount;
-        U64 interface = firstNamed + policy.namedCount;
-        if (policy.firstCounter != next || interface > counters.size()) {
-            damaged("a policy's counters lie outside");
-        }
-        for (U64 i = policy.firstCounter; i < firstNamed; ++i) {
-            if (counters[i].interfaceCount != 0) damaged("a rule counts per interface");
-        }
-        for (U64 i = firstNamed; i < firstNamed + policy.namedCount; ++i) {
-            if (counters[i].firstInterface != interface) damaged("interfaces lie outside");
-            interface += counters[i].interfaceCount;
-        }
-        if (interface > counters.size()) damaged("interfaces lie outside");
-        next = interface;
+        if (policy.firstCounter != next) damaged("a policy's counters lie outside");
+        next = checkCounters(policy);
     }
     if (next != counters.size()) damaged("counters belong to no policy");
     for (const CounterEntry& counter : counters) checkName(counter.name);
+}
+
+// Those of the rules, of the named counters and of their interfaces, which follow each other.
+// Returns where the counters of the next policy begin.
+U64 CounterDirectory::checkCounters(const PolicyEntry& policy) const {
+    const U64 firstNamed = U64{policy.firstCounter} + policy.ruleCount;
+    U64 interface = firstNamed + policy.namedCount;
+    if (interface > counters.size()) damaged("a policy's counters lie outside");
+    for (U64 i = policy.firstCounter; i < firstNamed; ++i) {
+        if (counters[i].interfaceCount != 0) damaged("a rule counts per interface");
+    }
+    for (U64 i = firstNamed; i < firstNamed + policy.namedCount; ++i) {
+        if (counters[i].firstInterface != interface) damaged("interfaces lie outside");
+        interface += counters[i].interfaceCount;
+    }
+    if (interface > counters.size()) damaged("interfaces lie outside");
+    return interface;
 }
 
 U64 CounterDirectory::checksum() const {

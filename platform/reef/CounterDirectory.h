@@ -56,6 +56,7 @@ class ORB_EXPORT CounterDirectory {
         Finder named;
     };
     Finders& findersOf(const PolicyEntry& policy) const;
+    U64 checkCounters(const PolicyEntry& policy) const;
     std::optional<CounterIndex> find(Finder& finder, CounterIndex first, U32 count,
                                      std::string_view name) const;
 

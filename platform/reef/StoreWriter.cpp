@@ -48,16 +48,19 @@ bool standsAt(const std::string& path, const FileDescriptor& file) {
            opened.st_dev == standing.st_dev && opened.st_ino == standing.st_ino;
 }
 
+FileDescriptor openFile(const std::string& path, int flags) {
+    FileDescriptor file(::open(path.c_str(), openFlags | flags, fileMode));
+    if (file.isOpen() || (errno == ENOENT && (flags & O_CREAT) == 0)) return file;
+    if (errno == ELOOP) failed(path, "it is a symbolic link");
+    failedCall(path, "it cannot be opened");
+}
+
 // Opens the file of that path and locks it; not open when there is none and flags do not create
 // it. Once it is locked, nobody else renames over the path or away from it.
 FileDescriptor openLocked(const std::string& path, int flags) {
     for (;;) {
-        FileDescriptor file(::open(path.c_str(), openFlags | flags, fileMode));
-        if (!file.isOpen()) {
-            if (errno == ENOENT && (flags & O_CREAT) == 0) return file;
-            if (errno == ELOOP) failed(path, "it is a symbolic link");
-            failedCall(path, "it cannot be opened");
-        }
+        FileDescriptor file = openFile(path, flags);
+        if (!file.isOpen()) return file;
         struct stat status = {};
         if (::fstat(file.number(), &status) != 0) failedCall(path, "it cannot be examined");
         if (!S_ISREG(status.st_mode)) failed(path, "it is not a regular file; move it away first");

@@ -2,6 +2,7 @@
 // they work on characters directly and allocate nothing.
 #include "wire/IpGenPrefix.h"
 
+#include <algorithm>
 #include <array>
 
 #include "orb/Assert.h"
@@ -49,6 +50,16 @@ bool parseIpv4(std::string_view text, U32& address) {
 
 constexpr U32 noGap = groupCount + 1;
 
+// At most four digits; none leave at as it is.
+U32 parseGroup(std::string_view text, std::size_t& at) {
+    const std::size_t end = std::min(text.size(), at + 4);
+    U32 value = 0;
+    while (at < end && hexDigitValue(text[at]) >= 0) {
+        value = value << 4 | static_cast<U32>(hexDigitValue(text[at++]));
+    }
+    return value;
+}
+
 // Reads the groups and the place of the "::" (noGap when there is none); returns how many groups
 // were written, groupCount + 1 when the text is no address.
 U32 parseGroups(std::string_view text, Groups& groups, U32& gap) {
@@ -63,10 +74,7 @@ U32 parseGroups(std::string_view text, Groups& groups, U32& gap) {
     while (at < text.size()) {
         if (count == groupCount) return invalid;
         const std::size_t begin = at;
-        U32 value = 0;
-        while (at < text.size() && at - begin < 4 && hexDigitValue(text[at]) >= 0) {
-            value = value << 4 | static_cast<U32>(hexDigitValue(text[at++]));
-        }
+        const U32 value = parseGroup(text, at);
         if (at == begin) return invalid;
         if (at < text.size() && text[at] == '.') {
             U32 last = 0;

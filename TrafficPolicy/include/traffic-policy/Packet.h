@@ -130,7 +130,10 @@ class ORB_EXPORT Packet {
     bool hasInner() const;
 
   private:
+    std::optional<Contradiction> settleFrame() const;
     std::optional<Contradiction> settleLayer4(bool isInner);
+    ValueSet icmpProtocols(bool isInner) const;
+    void narrow(Field field, ValueSet numbers);
     std::optional<Contradiction> settleInner();
 
     MatchOption family_;
