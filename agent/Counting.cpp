@@ -1,5 +1,6 @@
 #include "agent/Counting.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <map>
@@ -33,15 +34,17 @@ class Batch {
     U64 records_ = 0;
 };
 
+// The rate of one counter.
+struct SpecialRate {
+    U64 packetsPerSecond = 0;
+    bool isFound = false;
+};
+
 }  // namespace
 
 Counting::Counting(const Reef::CounterDirectory& directory, std::span<const Rate> rates) {
     U64 general = 0;
-    struct Special {
-        U64 packetsPerSecond = 0;
-        bool isFound = false;
-    };
-    std::map<std::string, Special> specials;
+    std::map<std::string, SpecialRate> specials;
     for (const Rate& rate : rates) {
         if (rate.counter.empty()) {
             general = rate.packetsPerSecond;
@@ -60,9 +63,10 @@ Counting::Counting(const Reef::CounterDirectory& directory, std::span<const Rate
                 special == specials.end() ? general : special->second.packetsPerSecond);
         }
     }
-    for (const auto& [name, special] : specials) {
-        if (special.isFound) continue;
-        throw OptionError("--rate: the store has no counter " + Base::inQuotes(name) +
+    const auto missing =
+        std::ranges::find_if(specials, [](const auto& special) { return !special.second.isFound; });
+    if (missing != specials.end()) {
+        throw OptionError("--rate: the store has no counter " + Base::inQuotes(missing->first) +
                           ", expected POLICY/RULE or POLICY/COUNTER");
     }
 }

@@ -27,22 +27,6 @@ constexpr Family families[] = {
     {MatchOption::mpls, "MPLS", false},
 };
 
-std::string_view stateText(Outcome outcome) {
-    switch (outcome) {
-        case Outcome::applied:
-            return "applied";
-        case Outcome::failed:
-            return "failed";
-        case Outcome::notProcessed:
-            return "pending";
-        case Outcome::notConfigured:
-            return "left over";
-        case Outcome::notAsked:
-            break;
-    }
-    return "not asked";
-}
-
 // The reasons of a line; one that all families share is said once.
 class Reasons {
   public:
@@ -121,15 +105,15 @@ class AttachmentView {
     void printFamily(const Family& family, const Installed& installed, Reasons& reasons) {
         const auto& [outcome, reason] = installed;
         const auto object = renderer_.object(matchOptionName(family.option));
-        renderer_.pair("installation", keyOf(outcome));
+        renderer_.pair("installation", wordsOf(outcome).key);
         if (!reason.empty()) renderer_.pair("installationError", reason);
         if (family.hasColumn) {
             const bool isSilent = outcome == Outcome::failed && reason.empty();
-            table_.cell(stateText(outcome));
+            table_.cell(wordsOf(outcome).cell);
             reasons.add(family.label, isSilent ? "no reason given" : reason);
         } else if (outcome != Outcome::applied) {
             reasons.add(family.label,
-                        Orb::String(stateText(outcome)) + (reason.empty() ? "" : ", ") + reason);
+                        Orb::String(wordsOf(outcome).cell) + (reason.empty() ? "" : ", ") + reason);
         }
     }
 

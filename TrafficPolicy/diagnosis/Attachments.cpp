@@ -31,8 +31,13 @@ constexpr PlaceWords placeWords[] = {
 };
 const PlaceWords& wordsOf(Place place) { return placeWords[static_cast<std::size_t>(place)]; }
 
-constexpr std::string_view outcomeKeys[] = {"applied", "failed", "notProcessed", "notAsked",
-                                            "notConfigured"};
+constexpr OutcomeWords outcomeWords[] = {
+    {"applied", "applied", "applied"},
+    {"failed", "failed", "failed"},
+    {"notProcessed", "pending", "not processed"},
+    {"notAsked", "not asked", "not asked, no rules of the family"},
+    {"notConfigured", "left over", "left over, not configured here"},
+};
 
 // The interface of a point in configuration and status, and the point of an interface.
 Wire::IntfId intfIdOf(Place place, const Orb::String& point) {
@@ -109,7 +114,9 @@ std::string_view directionOf(Place place) { return wordsOf(place).direction; }
 Orb::String pointText(Place place, const Orb::String& point) {
     return Orb::String(wordsOf(place).before) + point;
 }
-std::string_view keyOf(Outcome outcome) { return outcomeKeys[static_cast<std::size_t>(outcome)]; }
+const OutcomeWords& wordsOf(Outcome outcome) {
+    return outcomeWords[static_cast<std::size_t>(outcome)];
+}
 
 std::span<const Target> Attachments::targetsAt(Place place) const {
     static constexpr Target both[] = {Target::hardware, Target::kernel};

@@ -39,8 +39,13 @@ enum class Outcome : U8 {
     notConfigured,  // it is in place, but the policy is not configured at this point
 };
 
-// "applied", "failed", "notProcessed", "notAsked", "notConfigured".
-std::string_view keyOf(Outcome outcome);
+// How an outcome is told.
+struct OutcomeWords {
+    std::string_view key;       // in JSON
+    std::string_view cell;      // in a table
+    std::string_view sentence;  // in a line
+};
+const OutcomeWords& wordsOf(Outcome outcome);
 
 struct Installed {
     Outcome outcome = Outcome::notAsked;

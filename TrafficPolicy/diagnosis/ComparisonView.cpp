@@ -182,7 +182,7 @@ void renderAttachment(RendererV2& renderer, const AttachmentChange& change) {
 
 void renderInstalled(RendererV2& renderer, std::string_view key, const Installed& installed) {
     const auto object = renderer.object(key);
-    renderer.pair("installation", keyOf(installed.outcome));
+    renderer.pair("installation", wordsOf(installed.outcome).key);
     if (!installed.reason.empty()) renderer.pair("installationError", installed.reason);
     renderer.text(outcomeWords[static_cast<std::size_t>(installed.outcome)]);
     if (!installed.reason.empty()) renderer.text(" (").name(installed.reason).text(")");

@@ -33,22 +33,6 @@ std::size_t indexOf(Value value) {
     return static_cast<std::size_t>(value);
 }
 
-std::string_view installationText(Outcome outcome) {
-    switch (outcome) {
-        case Outcome::applied:
-            return "applied";
-        case Outcome::failed:
-            return "failed";
-        case Outcome::notProcessed:
-            return "not processed";
-        case Outcome::notConfigured:
-            return "left over, not configured here";
-        case Outcome::notAsked:
-            break;
-    }
-    return "not asked, no rules of the family";
-}
-
 class PacketView {
   public:
     PacketView(RendererV2& renderer, const DiagnosisSources& sources, const Packet& packet,
@@ -152,13 +136,13 @@ class PacketView {
         if (truth.key == "configured") return;
         const bool isHardware = truth.key == "hardware";
         const auto& [outcome, reason] = truth.installed;
-        renderer_.pair(isHardware ? "installation" : "softwareInstallation", keyOf(outcome));
+        renderer_.pair(isHardware ? "installation" : "softwareInstallation", wordsOf(outcome).key);
         if (!reason.empty()) {
             renderer_.pair(isHardware ? "installationError" : "softwareInstallationError", reason);
         }
         renderer_.text(isHardware ? "   Hardware: " : "   Kernel: ");
         const bool isNothingThere = outcome == Outcome::notAsked && !reason.empty();
-        renderer_.text(isNothingThere ? "not asked" : installationText(outcome));
+        renderer_.text(isNothingThere ? "not asked" : wordsOf(outcome).sentence);
         if (!reason.empty()) renderer_.text(" (").name(reason).text(")");
         renderer_.endLine();
     }

@@ -55,7 +55,7 @@ TEST(Attachments, ofOnePointAreThoseAmongAll) {
         for (const auto option : {MatchOption::ipv4, MatchOption::ipv6, MatchOption::mac}) {
             for (const auto target : {Target::hardware, Target::kernel}) {
                 const Installed installed = attachments.installed(attachment, option, target);
-                text.append(" ").append(keyOf(installed.outcome)).append(installed.reason);
+                text.append(" ").append(wordsOf(installed.outcome).key).append(installed.reason);
             }
         }
         return text;
