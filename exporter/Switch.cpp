@@ -319,6 +319,12 @@ void Switch::takeOver(Plan& plan) {
     const double ofOthers = plan_ ? secondsNow() : birthOf(directory_);
     std::optional<FormerRows> former;
     if (plan_) former.emplace(*plan_);
+    // The place of a counter in the plan before.
+    const auto sameRow = [&](const CounterRow& row, bool isRule, const CounterGroup* group) {
+        auto same = group == nullptr ? std::nullopt : former->placeOf(*group, row.name, isRule);
+        if (same && plan_->rows[*same].identity != row.identity) same.reset();
+        return same;
+    };
     for (std::size_t i = 0; i < plan.groups.size(); ++i) {
         const CounterGroup& group = plan.groups[i];
         const CounterGroup* const before = former ? former->groupOf(group) : nullptr;
@@ -328,9 +334,8 @@ void Switch::takeOver(Plan& plan) {
         for (U32 place = group.firstRow; place < group.endRow; ++place) {
             CounterRow& row = plan.rows[place];
             row.created = row.record == nullptr && ofStore > 0 ? ofStore : ofOthers;
-            if (before == nullptr) continue;
-            const auto same = former->placeOf(*before, row.name, place < group.firstNamed);
-            if (!same || plan_->rows[*same].identity != row.identity) continue;
+            const auto same = sameRow(row, place < group.firstNamed, before);
+            if (!same) continue;
             row.created = plan_->rows[*same].created;
             if (!last.empty()) last[place] = last_[*same];
         }
@@ -365,6 +370,12 @@ void Switch::readCounts(Reading& reading) {
     }
 }
 
+namespace {
+
+U64 since(U64 before, U64 now) { return now < before ? 0 : now - before; }
+
+}  // namespace
+
 // Adds what was counted since the last reading. A record that is new counts from here on, but for
 // the first reading, which takes all as they stand.
 void Switch::addUp(const Reading& reading) {
@@ -376,7 +387,6 @@ void Switch::addUp(const Reading& reading) {
         auto& last = last_[place];
         const PacketAndByte before = last ? *last : isFirst ? PacketAndByte{} : *now;
         GroupTotal& total = totals_[plan.rows[place].group];
-        const auto since = [](U64 from, U64 to) { return to < from ? 0 : to - from; };
         const U64 packets = since(before.packets, now->packets);
         if (plan.isRule(plan.rows[place], place)) {
             total.rulePackets.at(plan.rows[place].isDrop ? 1 : 0) += packets;

@@ -11,31 +11,34 @@ namespace Import {
 // counters, then these by interface.
 std::vector<LiveCounters::Counter> LiveCounters::countersOf(const StateDirectory::State& state) {
     std::vector<Counter> counters;
-    const auto add = [&](const std::string& name, Keel::UniqueId identity,
-                         const PolicyMap::PacketAndByte& counts) {
-        counters.push_back({name, identity.value, counts});
-    };
     const std::pair<const char*, const Orb::Ptr<const TrafficPolicy::Status>*> directions[] = {
         {"input ", &state.interfaceInput}, {"output ", &state.interfaceOutput}};
     for (const auto& [direction, status] : directions) {
         if (!*status) continue;
         for (const auto& [policyName, policy] : (*status)->policyMapStatus()) {
-            const std::string begin = direction + policyName + '\n';
-            for (const auto& [name, counter] : policy->classCounter()) {
-                add(begin + name, counter->uniqueId(), counter->count());
-            }
-            for (const auto& [name, counter] : policy->namedCounter()) {
-                add(begin + '\n' + name, counter->uniqueId(), counter->count());
-            }
-            for (const auto& [name, counter] : policy->namedCounter()) {
-                for (const auto& [intfId, data] : counter->perIntfCount()) {
-                    add(begin + '\n' + name + '\n' + intfId.stringValue(), data->uniqueId(),
-                        data->countData());
-                }
-            }
+            addCounters(direction + policyName + '\n', *policy, counters);
         }
     }
     return counters;
+}
+
+void LiveCounters::addCounters(const std::string& begin, const PolicyMap::PolicyMapStatus& policy,
+                               std::vector<Counter>& counters) {
+    const auto add = [&](const std::string& name, Keel::UniqueId identity,
+                         const PolicyMap::PacketAndByte& counts) {
+        counters.push_back({begin + name, identity.value, counts});
+    };
+    for (const auto& [name, counter] : policy.classCounter()) {
+        add(name, counter->uniqueId(), counter->count());
+    }
+    for (const auto& [name, counter] : policy.namedCounter()) {
+        add('\n' + name, counter->uniqueId(), counter->count());
+    }
+    for (const auto& [name, counter] : policy.namedCounter()) {
+        for (const auto& [intfId, data] : counter->perIntfCount()) {
+            add('\n' + name + '\n' + intfId.stringValue(), data->uniqueId(), data->countData());
+        }
+    }
 }
 
 void LiveCounters::stateIs(const StateDirectory::State& state) {

@@ -31,6 +31,8 @@ class LiveCounters {
     };
 
     static std::vector<Counter> countersOf(const StateDirectory::State& state);
+    static void addCounters(const std::string& begin, const PolicyMap::PolicyMapStatus& policy,
+                            std::vector<Counter>& counters);
 
     std::string directory_;
     std::vector<Counter> counters_;  // in the order of the store

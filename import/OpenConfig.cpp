@@ -240,20 +240,23 @@ class Gathering {
             rule.name = entry.sequence;
             if (!entry.description.empty()) rule.name += " " + entry.description;
             for (const Place place : {Place::input, Place::output}) {
-                const auto direction = static_cast<std::size_t>(place);
-                if (!set.isAttached[direction]) continue;
-                RuleReport& report = rule.reportAt(place);
-                if (set.hasReporters[direction]) {
-                    if (!entry.interfaces[direction].empty()) report.taken = Taken::taken;
-                } else if (entry.isReported) {
-                    report.taken = Taken::taken;
+                if (set.isAttached[static_cast<std::size_t>(place)]) {
+                    addReport(set, entry, place, rule);
                 }
-                addCounts(set, entry, direction, report);
-                rule.counts = rule.counts || report.counts.has_value();
             }
             policy.rules.push_back(std::move(rule));
         }
         gathered_.policies.push_back(std::move(policy));
+    }
+
+    void addReport(const Set& set, const Entry& entry, Place place, Rule& rule) {
+        const auto direction = static_cast<std::size_t>(place);
+        RuleReport& report = rule.reportAt(place);
+        const bool isTaken =
+            set.hasReporters[direction] ? !entry.interfaces[direction].empty() : entry.isReported;
+        if (isTaken) report.taken = Taken::taken;
+        addCounts(set, entry, direction, report);
+        rule.counts = rule.counts || report.counts.has_value();
     }
 
     void addCounts(const Set& set, const Entry& entry, std::size_t direction, RuleReport& report) {

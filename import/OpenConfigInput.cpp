@@ -240,20 +240,12 @@ class Input {
         // One ACL set, cut off at its own path.
         if (memberOf(value, {"acl-entries", "openconfig-acl:acl-entries"})) {
             Path path = pathOf({"acl", "acl-sets"});
-            const auto config = memberOf(value, {"config", "openconfig-acl:config"});
-            const auto state = memberOf(value, {"state", "openconfig-acl:state"});
-            PathStep step{"acl-set", {}};
-            for (const auto& container : {std::optional(value), config, state}) {
-                for (const char* const key : {"name", "type"}) {
-                    std::string_view text;
-                    if (!container) continue;
-                    const auto leaf = memberOf(*container, {key});
-                    if (leaf && leaf->get(text) == simdjson::SUCCESS) {
-                        step.keys[key] = identity(text);
-                    }
-                }
+            PathStep& step = path.emplace_back(PathStep{"acl-set", {}});
+            takeKeys(value, step);
+            for (const auto& container : {memberOf(value, {"config", "openconfig-acl:config"}),
+                                          memberOf(value, {"state", "openconfig-acl:state"})}) {
+                if (container) takeKeys(*container, step);
             }
-            path.push_back(std::move(step));
             mergeAt(tree_, path, value, place, repeated, findings_);
             return;
         }
@@ -267,10 +259,36 @@ class Input {
         }
     }
 
+    // The keys of an ACL set that a container of it tells.
+    static void takeKeys(Element container, PathStep& step) {
+        for (const char* const key : {"name", "type"}) {
+            std::string_view text;
+            const auto leaf = memberOf(container, {key});
+            if (leaf && leaf->get(text) == simdjson::SUCCESS) step.keys[key] = identity(text);
+        }
+    }
+
     JsonTree& tree_;
     Findings& findings_;
     std::string file_;
 };
+
+// A key of a step, "[name=value]"; at is its bracket, and then what follows it. A backslash takes
+// the next character as it is.
+void parseKey(std::string_view text, std::size_t& at, PathStep& step) {
+    const std::size_t equals = text.find('=', at);
+    if (equals == text.npos) throw StateError("a key of a path without \"=\"");
+    const std::string_view key = text.substr(at + 1, equals - at - 1);
+    std::string value;
+    for (at = equals + 1; at < text.size() && text[at] != ']'; ++at) {
+        if (text[at] == '\\' && at + 1 < text.size()) ++at;
+        value += text[at];
+    }
+    if (at == text.size()) throw StateError("a key of a path without \"]\"");
+    ++at;
+    if (value.starts_with("openconfig-")) value = withoutModule(value);
+    step.keys[std::string(key)] = value;
+}
 
 }  // namespace
 
@@ -283,20 +301,7 @@ Path parsePath(std::string_view text) {
         step.name = withoutModule(text.substr(at, end - at));
         if (step.name.empty()) throw StateError("a path with an empty name");
         at = end;
-        while (at < text.size() && text[at] == '[') {
-            const std::size_t equals = text.find('=', at);
-            if (equals == text.npos) throw StateError("a key of a path without \"=\"");
-            const std::string_view key = text.substr(at + 1, equals - at - 1);
-            std::string value;
-            for (at = equals + 1; at < text.size() && text[at] != ']'; ++at) {
-                if (text[at] == '\\' && at + 1 < text.size()) ++at;
-                value += text[at];
-            }
-            if (at == text.size()) throw StateError("a key of a path without \"]\"");
-            ++at;
-            if (value.starts_with("openconfig-")) value = withoutModule(value);
-            step.keys[std::string(key)] = value;
-        }
+        while (at < text.size() && text[at] == '[') parseKey(text, at, step);
         if (at < text.size() && text[at] == '/') ++at;
     }
     return path;

@@ -64,21 +64,27 @@ class FileReader {
         }
         SonicFields& fields = table_[key];
         for (const auto& [field, value] : hash) {
-            std::string_view text;
-            std::string& stored = fields[std::string(field)];
-            if (value.get(text) == simdjson::SUCCESS) {
-                stored = text;
-            } else if (value.is_array()) {
-                for (const Element item : simdjson::dom::array(value)) {
-                    if (item.get(text) != simdjson::SUCCESS) continue;
-                    stored += (stored.empty() ? "" : ",") + std::string(text);
-                }
-            } else if (!value.is_object()) {
-                stored = simdjson::minify(value);
-            } else {
+            if (value.is_object()) {
                 fields.erase(std::string(field));
                 leftOut(pointerTo(place, field), field, "expected a text");
+            } else {
+                readField(value, fields[std::string(field)]);
             }
+        }
+    }
+
+    // The texts of a list stand one behind the other, with commas.
+    static void readField(const Element& value, std::string& stored) {
+        std::string_view text;
+        if (value.get(text) == simdjson::SUCCESS) {
+            stored = text;
+        } else if (value.is_array()) {
+            for (const Element item : simdjson::dom::array(value)) {
+                if (item.get(text) != simdjson::SUCCESS) continue;
+                stored += (stored.empty() ? "" : ",") + std::string(text);
+            }
+        } else {
+            stored = simdjson::minify(value);
         }
     }
 

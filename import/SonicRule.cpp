@@ -286,21 +286,8 @@ class RuleReader {
     }
 
     void readAction(Rule& rule, const std::string& field, const std::string& text) {
-        if (field == "PACKET_ACTION" || field == "REDIRECT_ACTION") {
-            constexpr std::string_view redirect = "REDIRECT:";
-            const std::string action = upperCase(text);
-            const bool isPacketAction = field == "PACKET_ACTION";
-            if (isPacketAction && (action == "FORWARD" || action == "ACCEPT")) return;
-            if (isPacketAction && action == "DROP") {
-                rule.drops = true;
-                return;
-            }
-            const bool isRedirect = !isPacketAction || action.starts_with(redirect);
-            if (isRedirect &&
-                readNexthops(rule, isPacketAction ? text.substr(redirect.size()) : text)) {
-                return;
-            }
-        }
+        if (field == "PACKET_ACTION" && readPacketAction(rule, text)) return;
+        if (field == "REDIRECT_ACTION" && readNexthops(rule, text)) return;
         static constexpr std::pair<std::string_view, std::string_view> mirrors[] = {
             {"MIRROR_ACTION", "mirror"},
             {"MIRROR_INGRESS_ACTION", "mirror ingress"},
@@ -311,6 +298,15 @@ class RuleReader {
         const std::string words = mirror == std::end(mirrors) ? field : std::string(mirror->second);
         rule.other += (rule.other.empty() ? "" : ", ") + words + " " + text;
         findings_.add(FindingKind::carried, place_ + " " + field, field, text);
+    }
+
+    // Says whether the action is understood.
+    static bool readPacketAction(Rule& rule, const std::string& text) {
+        constexpr std::string_view redirect = "REDIRECT:";
+        const std::string action = upperCase(text);
+        if (action == "FORWARD" || action == "ACCEPT") return true;
+        if (action == "DROP") return rule.drops = true;
+        return action.starts_with(redirect) && readNexthops(rule, text.substr(redirect.size()));
     }
 
     static bool readNexthops(Rule& rule, const std::string& text) {

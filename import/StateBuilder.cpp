@@ -34,6 +34,11 @@ Orb::String unique(std::set<Orb::String>& used, const Orb::String& name) {
     return candidate;
 }
 
+// Behind the name of a rule that becomes several.
+Orb::String familySuffix(const Rule& rule, const RuleMatch& match) {
+    return rule.matches.size() == 1 ? "" : " " + Orb::String(matchOptionName(match.option));
+}
+
 std::vector<RuleNames> namesOf(const Policy& policy) {
     std::set<Orb::String> used;
     std::vector<RuleNames> all;
@@ -41,9 +46,7 @@ std::vector<RuleNames> namesOf(const Policy& policy) {
         RuleNames& names = all.emplace_back();
         const Orb::String name = nameOf(rule.name);
         for (const RuleMatch& match : rule.matches) {
-            const bool isOnly = rule.matches.size() == 1;
-            names.names.push_back(unique(
-                used, isOnly ? name : name + " " + Orb::String(matchOptionName(match.option))));
+            names.names.push_back(unique(used, name + familySuffix(rule, match)));
         }
         if (rule.counts && (rule.matches.size() > 1 || hasPerInterface(rule))) {
             names.counter = names.names.size() == 1 ? names.names.front() : name;
