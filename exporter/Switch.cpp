@@ -87,15 +87,7 @@ class RowsOfState {
         const auto here = [this] { return static_cast<U32>(plan_.rows.size()); };
         CounterGroup group{policy, side.kind, side.direction, here(), here(), here(), {}};
         const auto* const version = versionOf(policy);
-        U32 place = 0;
-        for (const auto& [rule, ruleStatus] : status.classMapStatus()) {
-            if (isInStore) {
-                addStored(*directory, rule, directory->rule(*entry, rule));
-            } else {
-                addRecord(rule, status.classCounter().find(rule, place));
-            }
-            ++place;
-        }
+        addRules(status, entry);
         group.firstNamed = here();
         for (U32 row = group.firstRow; row < group.firstNamed; ++row) {
             plan_.rows[row].isDrop = version != nullptr && drops(*version, plan_.rows[row].name);
@@ -111,6 +103,19 @@ class RowsOfState {
         }
         group.endRow = here();
         if (group.endRow != group.firstRow) plan_.groups.push_back(group);
+    }
+
+    // From the store when it has an entry of the policy.
+    void addRules(const PolicyMap::PolicyMapStatus& status, const Reef::PolicyEntry* entry) {
+        U32 place = 0;
+        for (const auto& [rule, ruleStatus] : status.classMapStatus()) {
+            if (entry != nullptr) {
+                addStored(store_->directory(), rule, store_->directory().rule(*entry, rule));
+            } else {
+                addRecord(rule, status.classCounter().find(rule, place));
+            }
+            ++place;
+        }
     }
 
     const PolicyMap::PolicyMapSubConfig* versionOf(const Orb::String& policy) const {
@@ -156,6 +161,22 @@ class FormerRows {
         const auto found = groups_.find(keyOf(group));
         return found == groups_.end() ? nullptr : found->second;
     }
+    // The counters of a group that were in the former one were created when they were, and have
+    // their last counts, where these are remembered.
+    void rowsGoOver(const CounterGroup& former,
+                    const std::vector<std::optional<PacketAndByte>>& from,
+                    const CounterGroup& group, std::vector<CounterRow>& rows,
+                    std::vector<std::optional<PacketAndByte>>& to) {
+        for (U32 place = group.firstRow; place < group.endRow; ++place) {
+            CounterRow& row = rows[place];
+            const auto same = placeOf(former, row.name, place < group.firstNamed);
+            if (!same || former_.rows[*same].identity != row.identity) continue;
+            row.created = former_.rows[*same].created;
+            if (!to.empty()) to[place] = from[*same];
+        }
+    }
+
+  private:
     // The place of a counter that has one; mostly that of the counter asked for before, plus one.
     std::optional<U32> placeOf(const CounterGroup& former, std::string_view name, bool isRule) {
         const U32 first = isRule ? former.firstRow : former.firstNamed;
@@ -174,7 +195,6 @@ class FormerRows {
         return found->second;
     }
 
-  private:
     static std::string keyOf(const CounterGroup& group) {
         return std::string(group.kind) + '/' + std::string(group.direction) + '/' +
                std::string(group.policy);
@@ -317,28 +337,17 @@ void Switch::takeOver(Plan& plan) {
     // Where nothing is remembered: a store has the same counters all its life.
     const double ofStore = birthOf(StateDirectory::counterStorePath(directory_));
     const double ofOthers = plan_ ? secondsNow() : birthOf(directory_);
+    for (CounterRow& row : plan.rows) {
+        row.created = row.record == nullptr && ofStore > 0 ? ofStore : ofOthers;
+    }
     std::optional<FormerRows> former;
     if (plan_) former.emplace(*plan_);
-    // The place of a counter in the plan before.
-    const auto sameRow = [&](const CounterRow& row, bool isRule, const CounterGroup* group) {
-        auto same = group == nullptr ? std::nullopt : former->placeOf(*group, row.name, isRule);
-        if (same && plan_->rows[*same].identity != row.identity) same.reset();
-        return same;
-    };
     for (std::size_t i = 0; i < plan.groups.size(); ++i) {
         const CounterGroup& group = plan.groups[i];
         const CounterGroup* const before = former ? former->groupOf(group) : nullptr;
-        if (before != nullptr) {
-            totals[i] = totals_[static_cast<std::size_t>(before - plan_->groups.data())];
-        }
-        for (U32 place = group.firstRow; place < group.endRow; ++place) {
-            CounterRow& row = plan.rows[place];
-            row.created = row.record == nullptr && ofStore > 0 ? ofStore : ofOthers;
-            const auto same = sameRow(row, place < group.firstNamed, before);
-            if (!same) continue;
-            row.created = plan_->rows[*same].created;
-            if (!last.empty()) last[place] = last_[*same];
-        }
+        if (before == nullptr) continue;
+        totals[i] = totals_[static_cast<std::size_t>(before - plan_->groups.data())];
+        former->rowsGoOver(*before, last_, group, plan.rows, last);
     }
     last_ = std::move(last);
     totals_ = std::move(totals);

@@ -67,6 +67,20 @@ bool count(TruthCounts& counts, const Truth& truth, const Packet& packet, U64 by
     return result == Result::dropped;
 }
 
+// Counts in each truth, and notes in dropped where the packet is dropped; what has no place there
+// is not noted.
+void count(std::vector<TruthCounts>& counts, const std::vector<Truth>& truths, const Packet& packet,
+           U64 bytes, std::vector<U32>& decidedBy, std::vector<bool>& dropped) {
+    bool isFirstDropped = false;
+    for (std::size_t truth = 0; truth < truths.size(); ++truth) {
+        const bool isDropped = sharesAnswers(truths, truth)
+                                   ? isFirstDropped
+                                   : count(counts[truth], truths[truth], packet, bytes, decidedBy);
+        if (truth == 0) isFirstDropped = isDropped;
+        if (truth < dropped.size() && isDropped) dropped[truth] = true;
+    }
+}
+
 void renderCount(RendererV2& renderer, std::string_view key, const PacketAndByte& count) {
     const auto object = renderer.object(key);
     renderer.pair("packets", count.packets);
@@ -298,16 +312,8 @@ void ShowTrafficPolicyCapture::packetIs(const Packet& packet, U64 bytes) {
     Family& family = familyOf(packet.family());
     dropped_.assign(together_.size(), false);
     for (std::size_t i = 0; i < family.counts.size(); ++i) {
-        const auto& truths = family.question.policies()[i].truths;
-        bool isFirstDropped = false;
-        for (std::size_t truth = 0; truth < truths.size(); ++truth) {
-            const bool isDropped =
-                sharesAnswers(truths, truth)
-                    ? isFirstDropped
-                    : count(family.counts[i][truth], truths[truth], packet, bytes, decidedBy_);
-            if (truth == 0) isFirstDropped = isDropped;
-            if (truth < dropped_.size() && isDropped) dropped_[truth] = true;
-        }
+        count(family.counts[i], family.question.policies()[i].truths, packet, bytes, decidedBy_,
+              dropped_);
     }
     for (std::size_t truth = 0; truth < dropped_.size(); ++truth) {
         if (dropped_[truth]) add(together_[truth], bytes);

@@ -96,8 +96,10 @@ struct LongestMatchPrefix {
     ValueSet addresses;
 };
 
-// The filter of the packet inside, when that is of the family; else null.
-const StructuredFilter* insideOf(const StructuredFilter* filter, bool isIpv4) {
+// The filter of the outer packet, or of the one inside when that is of the family; null: none.
+const StructuredFilter* filterOf(const PolicyMap::ClassMapMatch& match, bool isInner, bool isIpv4) {
+    const StructuredFilter* const filter = match.structuredFilter().get();
+    if (!isInner) return filter;
     const InnerMatch* const inner = filter == nullptr ? nullptr : filter->innerMatch().get();
     return inner != nullptr && isOfFamily(inner->af(), isIpv4) ? inner->structuredFilter().get()
                                                                : nullptr;
@@ -474,8 +476,7 @@ const CompiledPolicy::LongestMatches& CompiledPolicy::longestMatches(bool isSour
     const AddressForms& forms = sides[isSource ? 0 : 1];
     std::vector<LongestMatchPrefix> prefixes;
     for (U32 rule = 0; rule < size(); ++rule) {
-        const StructuredFilter* filter = entries_[rule].match->structuredFilter().get();
-        if (isInner) filter = insideOf(filter, isIpv4);
+        const StructuredFilter* const filter = filterOf(*entries_[rule].match, isInner, isIpv4);
         if (filter == nullptr) continue;
         addPrefixes((filter->*forms.lpms)(), {}, rule, isIpv4, prefixes);
         for (const Orb::String& name : (filter->*forms.lpmPrefixSets)()) {

@@ -180,10 +180,10 @@ std::optional<Packet::Contradiction> Packet::settleLayer4(bool isInner) {
     const Field protocol = fieldAt(Field::protocol, isInner);
     const Field fragment = fieldAt(Field::fragment, isInner);
     const auto knownOf = [&](const auto& fields) -> std::optional<Field> {
-        for (const Field field : fields) {
-            if (isKnown(fieldAt(field, isInner))) return fieldAt(field, isInner);
-        }
-        return std::nullopt;
+        const auto* const found = std::ranges::find_if(
+            fields, [&](Field field) { return isKnown(fieldAt(field, isInner)); });
+        if (found == std::end(fields)) return std::nullopt;
+        return fieldAt(*found, isInner);
     };
     struct Layer4 {
         std::optional<Field> field;

@@ -250,12 +250,16 @@ class PacketView {
             const auto object = renderer_.object();
             ruleResult(name, rule);
             if (inText && isListed) ruleText(at, name, rule);
-            // In JSON the actions of the rule that decides stand behind all rules.
-            if (std::ranges::find(decidedBy, name) == decidedBy.end()) continue;
-            const bool isShown = renderer_.isJson() ? name != decidedBy.back() : inText;
-            if (isShown) actions.render(renderer_, name, 9);
+            if (showsActions(name, decidedBy, inText)) actions.render(renderer_, name, 9);
         }
         if (inText) tellPassedOver(passedOver);
+    }
+
+    // Those of a rule that decides; in JSON those of the last one stand behind all rules.
+    bool showsActions(const Orb::String& rule, const std::vector<Orb::String>& decidedBy,
+                      bool inText) const {
+        if (std::ranges::find(decidedBy, rule) == decidedBy.end()) return false;
+        return renderer_.isJson() ? rule != decidedBy.back() : inText;
     }
 
     void unknownRules(const Truth& truth, bool inText) {

@@ -70,6 +70,14 @@ void PointQuestion::addTruths(PolicyAtPoint& at, MatchOption family) {
 
 namespace {
 
+// All rules of the version, which are those that are configured at the point if it is.
+std::shared_ptr<const CompiledPolicy> allRules(const PolicyAtPoint& at,
+                                               const PolicyMap::PolicyMapSubConfig* version,
+                                               MatchOption family, FieldSetValues& fieldSets) {
+    if (at.attachment.isConfigured) return at.truths.front().policy;
+    return std::make_shared<const CompiledPolicy>(version, family, fieldSets);
+}
+
 // Of the rules that are installed those that the version does not have, in order.
 std::vector<Orb::String> unknownRules(const PolicyMap::PolicyMapStatus& status,
                                       const PolicyMap::PolicyMapSubConfig* version,
@@ -108,8 +116,7 @@ Truth PointQuestion::installedTruth(const PolicyAtPoint& at, MatchOption family,
             attachments_.statusOf(attachment.place, Target::hardware, attachment.policy);
         truth.status = version == nullptr ? inHardware : nullptr;
         if (truth.status == nullptr) {
-            truth.policy = std::make_shared<const CompiledPolicy>(version, family, fieldSets_);
-            if (attachment.isConfigured) truth.policy = at.truths.front().policy;
+            truth.policy = allRules(at, version, family, fieldSets_);
             return truth;
         }
     }

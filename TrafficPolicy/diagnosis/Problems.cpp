@@ -60,6 +60,17 @@ void addUnknownInterfaces(const DiagnosisSources& sources, const SideSources& si
     }
 }
 
+// Of a policy at its points, and of its rules.
+std::vector<Problem> problemsOf(const Orb::String& policy, const DiagnosisSources& sources,
+                                const Attachments& attachments, const PolicyAttachments& ofPolicy) {
+    std::vector<Problem> problems;
+    addPointProblems(sources, attachments, ofPolicy, problems);
+    if (const auto* const version = attachments.versionOf(policy)) {
+        addRuleProblems(sources, attachments, *version, ofPolicy, problems);
+    }
+    return problems;
+}
+
 bool isConfiguredSomewhere(const PolicyAttachments& ofPolicy) {
     return std::ranges::any_of(ofPolicy, [](const auto* one) { return one->isConfigured; });
 }
@@ -88,24 +99,17 @@ Problems findProblems(const DiagnosisSources& sources, const Orb::String& onlyPo
     for (const Attachment& attachment : found) {
         byPolicy[attachment.policy].push_back(&attachment);
     }
-    Problems problems;
-    const auto search = [&](const Orb::String& policy, const PolicyAttachments& ofPolicy) {
-        std::vector<Problem> own;
-        addPointProblems(sources, attachments, ofPolicy, own);
-        if (const auto* const version = attachments.versionOf(policy)) {
-            addRuleProblems(sources, attachments, *version, ofPolicy, own);
-        }
-        if (!own.empty()) problems[policy] = std::move(own);
-    };
-    for (const auto& [policy, ofPolicy] : byPolicy) {
-        if (isAsked(onlyPolicy, policy)) search(Orb::String(policy), ofPolicy);
-    }
     static const Orb::RbTreeMap<Orb::String, Orb::Ptr<const PolicyMap::PolicyMapConfig>> none;
-    for (const auto& [policy, config] : sources.config ? sources.config->policyMapConfig() : none) {
+    const auto& configured = sources.config ? sources.config->policyMapConfig() : none;
+    for (const auto& [policy, config] : configured) byPolicy.try_emplace(policy);
+    Problems problems;
+    for (const auto& [policy, ofPolicy] : byPolicy) {
         if (!isAsked(onlyPolicy, policy)) continue;
-        const auto ofPolicy = byPolicy.find(policy);
-        if (ofPolicy == byPolicy.end()) search(policy, {});
-        if (ofPolicy != byPolicy.end() && isConfiguredSomewhere(ofPolicy->second)) continue;
+        auto own = problemsOf(Orb::String(policy), sources, attachments, ofPolicy);
+        if (!own.empty()) problems[Orb::String(policy)] = std::move(own);
+    }
+    for (const auto& [policy, config] : configured) {
+        if (!isAsked(onlyPolicy, policy) || isConfiguredSomewhere(byPolicy[policy])) continue;
         problems[policy].push_back({.kind = ProblemKind::notAttached, .text = "attached nowhere"});
     }
     addUnknownInterfaces(sources, sources.cpu, "hardware", onlyPolicy, problems);

@@ -60,13 +60,16 @@ class QuickPolicy::Keys {
     std::array<U64, keyFields.size()> anyWidth_{};  // of a field that is not known
 };
 
+inline RuleResult QuickPolicy::ask(U32 rule, const Keys& keys, const Packet& packet) const {
+    return keys.mayMeet(bounds_[rule]) ? askCompiled(policy_.rule(rule), packet)
+                                       : RuleResult::noMatch;
+}
+
 QuickPolicy::Result QuickPolicy::decide(const Packet& packet, std::vector<U32>& decidedBy) const {
     decidedBy.clear();
     const Keys keys(packet);
     for (U32 rule = 0; rule < policy_.size();) {
-        const RuleResult result = keys.mayMeet(bounds_[rule])
-                                      ? askCompiled(policy_.rule(rule), packet)
-                                      : RuleResult::noMatch;
+        const RuleResult result = ask(rule, keys, packet);
         if (result == RuleResult::depends) return Result::depends;
         if (result == RuleResult::noMatch) {
             ++rule;

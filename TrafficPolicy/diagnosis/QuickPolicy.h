@@ -30,6 +30,7 @@ class QuickPolicy {
 
     class Keys;
 
+    RuleResult ask(U32 rule, const Keys& keys, const Packet& packet) const;
     static Bounds boundsOf(const CompiledRule& rule, Field field);
 
     const CompiledPolicy& policy_;

@@ -38,6 +38,13 @@ struct Ipv6Chain {
     Bytes rest{};         // behind the last header
 };
 
+// Of the offset and the flag of a fragment header: the field as it is told, 0 for a packet that is
+// whole in its one fragment.
+U32 fragmentOf(U32 offsetAndFlag) {
+    const U32 offset = offsetAndFlag >> 3;
+    return offset != 0 || (offsetAndFlag & 1) != 0 ? offset + 1 : 0;
+}
+
 Ipv6Chain chainOf(Bytes packet) {
     constexpr U32 hopByHop = 0, routing = 43, fragment = 44, authentication = 51, destination = 60;
     static constexpr U32 extensions[] = {hopByHop, routing, fragment, authentication, destination};
@@ -57,8 +64,7 @@ Ipv6Chain chainOf(Bytes packet) {
         if (type == authentication) length = 4 * (std::size_t{chain.rest[1]} + 2);
         if (type == fragment) {
             length = 8;
-            const U32 offset = word16(chain.rest, 2);
-            if ((offset >> 3) != 0 || (offset & 1) != 0) chain.fragment = (offset >> 3) + 1;
+            chain.fragment = std::max(chain.fragment, fragmentOf(word16(chain.rest, 2)));
         }
         chain.hasOptions = chain.hasOptions || type == hopByHop || type == destination;
         chain.protocol = chain.rest[0];

@@ -172,7 +172,7 @@ class Editor : public LineEditor {
     int waitForKey(wchar_t* key) {
         for (;;) {
             if (hooks_.isLeft()) return -1;
-            if (isSuspended != 0) suspend();
+            suspendIfAsked();
             if (isResized != 0) {
                 isResized = 0;
                 ::el_resize(editLine_.get());
@@ -181,8 +181,7 @@ class Editor : public LineEditor {
             }
             pollfd ready[] = {{STDIN_FILENO, POLLIN, 0}, {hooks_.newsDescriptor, POLLIN, 0}};
             if (::ppoll(ready, 2, nullptr, &signals_->whileWaiting()) < 0) continue;
-            if ((ready[1].revents & POLLIN) != 0) {
-                if (!tellNews()) continue;
+            if ((ready[1].revents & POLLIN) != 0 && tellNews()) {
                 *key = redisplayKey;
                 return 1;
             }
@@ -191,7 +190,8 @@ class Editor : public LineEditor {
         }
     }
 
-    void suspend() {
+    void suspendIfAsked() {
+        if (isSuspended == 0) return;
         isSuspended = 0;
         ::el_set(editLine_.get(), EL_PREP_TERM, 0);
         signals_->suspend();

@@ -60,6 +60,25 @@ U32 parseGroup(std::string_view text, std::size_t& at) {
     return value;
 }
 
+// An IPv4 address as the last two groups, of which count are there.
+bool parseIpv4Groups(std::string_view text, Groups& groups, U32 count) {
+    U32 address = 0;
+    if (count + 2 > groupCount || !parseIpv4(text, address)) return false;
+    groups[count] = static_cast<U16>(address >> 16);
+    groups[count + 1] = static_cast<U16>(address);
+    return true;
+}
+
+// A ":" with something behind it, or the one "::".
+bool parseSeparator(std::string_view text, std::size_t& at, U32 count, U32& gap) {
+    if (text[at++] != ':' || at == text.size()) return false;
+    if (text[at] != ':') return true;
+    if (gap != noGap) return false;
+    gap = count;
+    ++at;
+    return true;
+}
+
 // Reads the groups and the place of the "::" (noGap when there is none); returns how many groups
 // were written, groupCount + 1 when the text is no address.
 U32 parseGroups(std::string_view text, Groups& groups, U32& gap) {
@@ -72,25 +91,15 @@ U32 parseGroups(std::string_view text, Groups& groups, U32& gap) {
         at = 2;
     }
     while (at < text.size()) {
-        if (count == groupCount) return invalid;
         const std::size_t begin = at;
         const U32 value = parseGroup(text, at);
-        if (at == begin) return invalid;
+        if (count == groupCount || at == begin) return invalid;
         if (at < text.size() && text[at] == '.') {
-            U32 last = 0;
-            if (count + 2 > groupCount || !parseIpv4(text.substr(begin), last)) return invalid;
-            groups[count] = static_cast<U16>(last >> 16);
-            groups[count + 1] = static_cast<U16>(last);
-            return count + 2;
+            return parseIpv4Groups(text.substr(begin), groups, count) ? count + 2 : invalid;
         }
         groups[count++] = static_cast<U16>(value);
         if (at == text.size()) break;
-        if (text[at++] != ':' || at == text.size()) return invalid;
-        if (text[at] == ':') {
-            if (gap != noGap) return invalid;
-            gap = count;
-            ++at;
-        }
+        if (!parseSeparator(text, at, count, gap)) return invalid;
     }
     return count;
 }
