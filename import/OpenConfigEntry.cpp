@@ -402,15 +402,17 @@ bool contains(const std::vector<Option>& families, Option option) {
     return std::ranges::find(families, option) != families.end();
 }
 
+bool hasLeaves(const JsonTree* container) {
+    bool hasLeaf = false;
+    if (container != nullptr) {
+        container->forEachLeaf([&](const auto&, const auto&) { hasLeaf = true; });
+    }
+    return hasLeaf;
+}
+
 // What the containers of an entry of a set of several families speak of.
 std::vector<Option> familiesOfContainers(const JsonTree& entry) {
-    const auto has = [&](const char* name) {
-        bool hasLeaf = false;
-        if (const JsonTree* const container = entry.child(name)) {
-            container->forEachLeaf([&](const auto&, const auto&) { hasLeaf = true; });
-        }
-        return hasLeaf;
-    };
+    const auto has = [&](const char* name) { return hasLeaves(entry.child(name)); };
     std::vector<Option> families;
     if (has("ipv4")) families.push_back(Option::ipv4);
     if (has("ipv6")) families.push_back(Option::ipv6);

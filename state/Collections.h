@@ -164,6 +164,19 @@ struct MapPart {
     std::exception_ptr fault;
 };
 
+template <class Map, class Parts>
+Map mapOf(Parts& parts) {
+    Map map;
+    for (auto& part : parts) {
+        if (part.fault) std::rethrow_exception(part.fault);
+        for (auto& [key, value] : part.entries) {
+            if (map.contains(key)) throw NotInPieces();
+            enterNew(map, std::move(key), std::move(value));
+        }
+    }
+    return map;
+}
+
 // The same, on two threads where the document is read in pieces: readKey and readValue may be
 // called on both at once.
 template <class Map, class ReadKey, class ReadValue>
@@ -202,15 +215,7 @@ Map readMapTogether(const Node& node, ReadKey readKey, ReadValue readValue) {
             });
         }
     }
-    Map map;
-    for (Part& part : parts) {
-        if (part.fault) std::rethrow_exception(part.fault);
-        for (auto& [key, value] : part.entries) {
-            if (map.contains(key)) throw NotInPieces();
-            enterNew(map, std::move(key), std::move(value));
-        }
-    }
-    return map;
+    return mapOf<Map>(parts);
 }
 
 // Reads a list as a set. Refuses repeated values.
