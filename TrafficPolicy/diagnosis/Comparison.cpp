@@ -194,11 +194,11 @@ struct PointLess {
 struct AtPoint {
     std::map<Orb::String, std::array<const Attachment*, 2>, NaturalLess> policies;
 };
-using Points = std::map<std::pair<Place, Orb::String>, AtPoint, PointLess>;
+using PointsOfStates = std::map<std::pair<Place, Orb::String>, AtPoint, PointLess>;
 
 // Enters the attachments of one of the states; an empty policy stands for all.
 void addPoints(const std::vector<Attachment>& found, std::size_t state,
-               const Orb::String& onlyPolicy, Points& points) {
+               const Orb::String& onlyPolicy, PointsOfStates& points) {
     for (const Attachment& attachment : found) {
         if (!onlyPolicy.empty() && attachment.policy != onlyPolicy) continue;
         points[{attachment.place, attachment.point}].policies[attachment.policy].at(state) =
@@ -239,7 +239,7 @@ PlaceChanges comparePlaces(const DiagnosisSources& before, const DiagnosisSource
     const std::array<const Attachments*, 2> states = {&attachmentsBefore, &attachmentsAfter};
     const std::vector<Attachment> allBefore = attachmentsBefore.all();
     const std::vector<Attachment> allAfter = attachmentsAfter.all();
-    Points points;
+    PointsOfStates points;
     addPoints(allBefore, 0, onlyPolicy, points);
     addPoints(allAfter, 1, onlyPolicy, points);
     PlaceChanges changes;
