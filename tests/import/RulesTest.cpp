@@ -195,6 +195,25 @@ TEST(OpenConfigRules, CarryReferencesToSetsThatAreReadInPart) {
     EXPECT_EQ(findings.size(), 4U) << findings.report();
 }
 
+// What is applied counts as configured only where nothing at all is told of the configuration.
+TEST(OpenConfigRules, AreWhereTheConfigurationOrElseTheStateSays) {
+    const auto isConfigured = [](const std::string& attached, const std::string& more) {
+        Findings findings;
+        const std::string set = R"({"set-name": "A", "type": "ACL_IPV4", )" + attached + "}";
+        const Gathered gathered = openConfig(
+            R"({"acl": {"acl-sets": {"acl-set": [{"name": "A", "type": "ACL_IPV4")" + more +
+                R"(}]}, "interfaces": {"interface": [{"id": "E",
+                "ingress-acl-sets": {"ingress-acl-set": [)" +
+                set + "]}}]}}}",
+            findings);
+        return gathered.attachments.at(0).isConfigured;
+    };
+    const std::string state = R"("state": {"set-name": "A"})";
+    EXPECT_TRUE(isConfigured(state, ""));
+    EXPECT_FALSE(isConfigured(state, R"(, "config": {"description": "x"})"));
+    EXPECT_TRUE(isConfigured(state + R"(, "config": {"set-name": "A"})", ""));
+}
+
 TEST(OpenConfigInput, TakesTheSameDataInEveryForm) {
     const std::string entry = R"({"sequence-id": 7, "config": {"sequence-id": 7},
         "ipv4": {"config": {"protocol": 6}}})";
