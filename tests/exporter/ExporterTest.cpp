@@ -162,6 +162,7 @@ TEST_F(Exposed, addsUpWithoutFallingOrJumping) {
 // Scrapes at once, while documents change, are refused, and come back: each shows one state, whole.
 class ExposedThreads : public Exposed {};
 TEST_F(ExposedThreads, showOneStateEachWhileDocumentsChange) {
+    documentIs("status.json", statusOf(hits, hits));
     Exporter::Switch shown({folder_.path(), "leaf"}, Grain::perRule);
     std::atomic<bool> ends = false;
     std::atomic<int> scrapes = 0;
