@@ -6,6 +6,7 @@
 #include <sys/mman.h>
 
 #include <atomic>
+#include <functional>
 #include <mutex>
 #include <new>
 #include <vector>
@@ -37,58 +38,60 @@ struct Chunk {
     std::atomic<U64> live;  // blocks that are not freed, and stillFilled
 };
 
+std::size_t offsetInChunk(const void* address) {
+    return reinterpret_cast<std::uintptr_t>(address) % chunkSize;
+}
+
 class Region {
   public:
     Region() {
         void* const space = ::mmap(nullptr, regionSize, PROT_NONE,
                                    MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
         if (space == MAP_FAILED) return;
-        const auto address = reinterpret_cast<std::uintptr_t>(space);
-        begin_ = (address + chunkSize - 1) / chunkSize * chunkSize;
+        // Up to where a chunk may begin, a part of one is left over, and at the end what it lacks.
+        begin_ = static_cast<std::byte*>(space) + (chunkSize - offsetInChunk(space)) % chunkSize;
         next_ = begin_;
-        end_ = (address + regionSize) / chunkSize * chunkSize;
+        end_ = begin_ + (regionSize - chunkSize);
     }
 
     bool holds(const void* block) const {
-        const auto address = reinterpret_cast<std::uintptr_t>(block);
-        return address >= begin_ && address < end_;
+        return !std::less<>()(block, begin_) && std::less<>()(block, end_);
     }
 
     // Null when there is none left.
     Chunk* newChunk() {
         const std::lock_guard guard(mutex_);
-        std::uintptr_t address = next_;
+        std::byte* chunk = next_;
         if (!free_.empty()) {
-            address = free_.back();
+            chunk = free_.back();
             free_.pop_back();
         } else {
             if (next_ == end_) return nullptr;
-            void* const chunk = reinterpret_cast<void*>(next_);
             if (::mprotect(chunk, chunkSize, PROT_READ | PROT_WRITE) != 0) return nullptr;
             if (next_ >= begin_ + smallPagedChunks * chunkSize) {
                 ::madvise(chunk, chunkSize, MADV_HUGEPAGE);
             }
             next_ += chunkSize;
         }
-        return new (reinterpret_cast<void*>(address)) Chunk{stillFilled};
+        return new (chunk) Chunk{stillFilled};
     }
 
     void drop(Chunk* chunk) noexcept {
         ::madvise(chunk, chunkSize, MADV_DONTNEED);
         const std::lock_guard guard(mutex_);
         try {
-            free_.push_back(reinterpret_cast<std::uintptr_t>(chunk));
+            free_.push_back(reinterpret_cast<std::byte*>(chunk));
         } catch (const std::bad_alloc&) {
             // Its addresses are not used again.
         }
     }
 
   private:
-    std::uintptr_t begin_ = 0;
-    std::uintptr_t next_ = 0;
-    std::uintptr_t end_ = 0;
+    std::byte* begin_ = nullptr;
+    std::byte* next_ = nullptr;
+    std::byte* end_ = nullptr;
     std::mutex mutex_;
-    std::vector<std::uintptr_t> free_;
+    std::vector<std::byte*> free_;
 };
 
 Region& region() {
@@ -147,8 +150,8 @@ void* allocateBlock(std::size_t size) {
 void freeBlock(void* block) noexcept {
     if (block == nullptr) return;
     if (!isUsed || !region().holds(block)) return ::operator delete(block);
-    const auto address = reinterpret_cast<std::uintptr_t>(block);
-    dropBlocks(reinterpret_cast<Chunk*>(address / chunkSize * chunkSize), 1);
+    std::byte* const head = static_cast<std::byte*>(block) - offsetInChunk(block);
+    dropBlocks(reinterpret_cast<Chunk*>(head), 1);
 }
 
 ArenaScope::ArenaScope() : isInner_(arena.isOn) { arena.isOn = isUsed; }
