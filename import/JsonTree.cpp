@@ -292,6 +292,19 @@ void mergeAt(JsonTree& root, const std::vector<PathStep>& path, Element value,
     merging.merge(*node, value, place);
 }
 
+namespace {
+
+// Says whether an entry of a list has these keys; "*" stands for any value.
+template <class Keys>
+bool hasKeys(const JsonTree& entry, const Keys& keys) {
+    return std::ranges::all_of(keys, [&](const auto& key) {
+        const Leaf* const leaf = entry.leaf(key.first);
+        return key.second == "*" || (leaf != nullptr && leaf->text() == key.second);
+    });
+}
+
+}  // namespace
+
 void eraseAt(JsonTree& root, std::span<const PathStep> path) {
     if (path.empty()) {
         for (const auto& [name, child] : root.children()) child->clear();
@@ -299,17 +312,12 @@ void eraseAt(JsonTree& root, std::span<const PathStep> path) {
     }
     const std::string& name = path.front().name;
     const auto& keys = path.front().keys;
-    const auto found = root.children().find(name);
     const std::span<const PathStep> below = path.subspan(1);
-    if (below.empty() && keys.empty()) root.erase(name);
-    if ((below.empty() && keys.empty()) || found == root.children().end()) return;
+    if (below.empty() && keys.empty()) return root.erase(name);
+    const auto found = root.children().find(name);
+    if (found == root.children().end()) return;
     JsonTree& child = *found->second;
-    const auto isMeant = [&](const JsonTree& entry) {
-        return std::ranges::all_of(keys, [&](const auto& key) {
-            const Leaf* const leaf = entry.leaf(key.first);
-            return key.second == "*" || (leaf != nullptr && leaf->text() == key.second);
-        });
-    };
+    const auto isMeant = [&](const JsonTree& entry) { return hasKeys(entry, keys); };
     if (keysOf(name) == nullptr) {
         eraseAt(child, below);
     } else if (below.empty()) {
