@@ -93,7 +93,9 @@ TEST(Arena, memoryOfFreedBlocksIsUsedAgain) {
             Orb::freeBlock(block);
         }
     }
-    if (arenasAreUsed()) EXPECT_LT(chunks.size(), 10U);
+    if (arenasAreUsed()) {
+        EXPECT_LT(chunks.size(), 10U);
+    }
 }
 
 }  // namespace
