@@ -78,7 +78,7 @@ std::string_view headerOf(MHD_Connection* connection, const char* name) {
     return value == nullptr ? "" : value;
 }
 
-MHD_Result answerMetrics(MHD_Connection* connection, const Switches& switches) {
+MHD_Result answerMetrics(MHD_Connection* connection, const Switches& switches, bool isHead) {
     if (scrapes >= scrapesAtOnce) {
         return answer(connection, MHD_HTTP_SERVICE_UNAVAILABLE, "too many scrapes at once\n",
                       MHD_HTTP_HEADER_RETRY_AFTER, "1");
@@ -99,6 +99,8 @@ MHD_Result answerMetrics(MHD_Connection* connection, const Switches& switches) {
                                       : "text/plain; version=0.0.4; charset=utf-8");
     add(MHD_HTTP_HEADER_VARY, "Accept, Accept-Encoding");
     if (isCompressed) add(MHD_HTTP_HEADER_CONTENT_ENCODING, "gzip");
+    // The library may send the mark of a body's end behind the head.
+    if (isHead) add(MHD_HTTP_HEADER_CONNECTION, "close");
     return MHD_queue_response(connection, MHD_HTTP_OK, response.get());
 }
 
@@ -160,7 +162,7 @@ MHD_Result handle(void* closure, MHD_Connection* connection, const char* path, c
     try {
         const std::string_view page = path;
         if (page == "/metrics") {
-            return answerMetrics(connection, server.switches());
+            return answerMetrics(connection, server.switches(), word == MHD_HTTP_METHOD_HEAD);
         }
         if (page == "/healthz") return answer(connection, MHD_HTTP_OK, "ok\n");
         if (page == "/") return answerFrontPage(connection);

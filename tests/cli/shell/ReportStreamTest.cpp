@@ -94,6 +94,7 @@ TEST_F(ReportStreamThreads, anInterruptEndsTheWaitForMore) {
     ReportStream stream(sink());
     written(stream, 10);
     Orb::interruptRequestedIs(true);
+    written(stream, 1'000'000);  // until nobody reads
     EXPECT_THROW(stream.finish(), textout::SigIntException);
     EXPECT_EQ(arrived_.end, "");
 }
