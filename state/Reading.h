@@ -7,7 +7,7 @@
 
 namespace StateDirectory {
 
-// In pieces, on two threads: a third less memory, and half the time. Throws NotInPieces for any
+// In pieces, on two threads: with less memory, and in less time. Throws NotInPieces for any
 // mistake. runSize: as of Pieces.
 State readInPieces(const std::string& folder, std::size_t runSize = Pieces::usualRunSize);
 
