@@ -5,6 +5,7 @@
 
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <atomic>
 #include <functional>
 #include <mutex>
@@ -137,7 +138,8 @@ struct Arena {
 void* allocateBlock(std::size_t size) {
     if (!arena.isOn || size > largestBlock) return ::operator new(size);
     Filling& filling = arena.fillings[arena.isAside ? 1 : 0];
-    size = (size + alignof(U64) - 1) / alignof(U64) * alignof(U64);
+    // A block of nothing has an address of its own, too: the chunk's end is another chunk's.
+    size = (std::max<std::size_t>(size, 1) + alignof(U64) - 1) / alignof(U64) * alignof(U64);
     if (static_cast<std::size_t>(filling.end - filling.next) < size && !filling.open()) {
         return ::operator new(size);
     }

@@ -64,6 +64,15 @@ TEST(ArenaThreads, blocksAreFreedByAnyThreadInAnyOrder) {
     for (std::thread& thread : threads) thread.join();
 }
 
+TEST(Arena, blocksOfNothingAreBlocks) {
+    const Orb::ArenaScope arena;
+    std::set<void*> blocks;
+    for (int i = 0; i < 300000; ++i) blocks.insert(Orb::allocateBlock(0));  // beyond a chunk
+    EXPECT_EQ(blocks.size(), 300000U);
+    EXPECT_FALSE(blocks.contains(nullptr));
+    for (void* const block : blocks) Orb::freeBlock(block);
+}
+
 TEST(Arena, blocksOutsideOfAScopeAreTheAllocators) {
     checkAndFree(newBlocks(1000, 1));
     Orb::freeBlock(nullptr);
