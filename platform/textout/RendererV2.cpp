@@ -15,18 +15,6 @@ constexpr auto plainInJson = [] {
     return plain;
 }();
 
-// Says whether eight bytes are all plain in JSON. Of the bytes that are not, the lowest gets its
-// high bit set: one below 0x20 and one equal to '"' or '\\' by a borrow, DEL by a carry.
-bool arePlainInJson(U64 bytes) {
-    constexpr U64 ones = 0x0101010101010101;
-    constexpr U64 highBits = 0x80 * ones;
-    const U64 quotes = bytes ^ ('"' * ones);
-    const U64 backslashes = bytes ^ ('\\' * ones);
-    const U64 special =
-        (bytes - 0x20 * ones) | (quotes - ones) | (backslashes - ones) | bytes | (bytes + ones);
-    return (special & highBits) == 0;
-}
-
 void appendUnicodeEscape(TextOutBuffer& out, U32 code) {
     static constexpr char digits[] = "0123456789abcdef";
     const char text[] = {'\\',
@@ -68,19 +56,6 @@ void appendJsonEscape(TextOutBuffer& out, U32 code) {
 
 // The first byte from a position on that is not plain.
 std::size_t plainEnd(std::string_view text, std::size_t at) {
-    U64 bytes = 0;
-    if (text.size() >= sizeof bytes) {
-        const std::size_t lastWhole = text.size() - sizeof bytes;
-        for (; at < lastWhole; at += sizeof bytes) {
-            std::memcpy(&bytes, text.data() + at, sizeof bytes);
-            if (!arePlainInJson(bytes)) break;
-        }
-        // What is left is among the last eight, of which some may have been looked at.
-        if (at >= lastWhole) {
-            std::memcpy(&bytes, text.data() + lastWhole, sizeof bytes);
-            if (arePlainInJson(bytes)) return text.size();
-        }
-    }
     while (at < text.size() && plainInJson[static_cast<unsigned char>(text[at])]) ++at;
     return at;
 }
@@ -88,51 +63,97 @@ std::size_t plainEnd(std::string_view text, std::size_t at) {
 // Texts up to this length are written with a single look for room.
 constexpr std::size_t longestAtOnce = 1024;
 
-// Keys and names are short: two overlapping halves instead of a call.
-void copyText(char* to, std::string_view text) {
-    const std::size_t size = text.size();
-    const auto copyHalves = [&]<class Half>(Half half) {
-        std::memcpy(&half, text.data(), sizeof half);
-        std::memcpy(to, &half, sizeof half);
-        std::memcpy(&half, text.data() + size - sizeof half, sizeof half);
-        std::memcpy(to + size - sizeof half, &half, sizeof half);
-    };
-    using Words = std::array<U64, 2>;
-    if (size > 2 * sizeof(Words)) {
-        std::memcpy(to, text.data(), size);
-    } else if (size >= sizeof(Words)) {
-        copyHalves(Words());
-    } else if (size >= sizeof(U64)) {
-        copyHalves(U64());
-    } else if (size >= sizeof(U32)) {
-        copyHalves(U32());
-    } else {
-        for (std::size_t i = 0; i < size; ++i) to[i] = text[i];
+// Says of eight bytes at a time which are not printable ASCII, or not plain in JSON either: of
+// those, the lowest gets its high bit set, one below 0x20 and one equal to '"' or '\\' by a borrow,
+// DEL by a carry.
+constexpr U64 ones = 0x0101010101010101;
+struct NotPrintable {
+    U64 operator()(U64 bytes) const { return (bytes - 0x20 * ones) | bytes | (bytes + ones); }
+};
+struct NotPlainInJson {
+    U64 operator()(U64 bytes) const {
+        return NotPrintable()(bytes) | ((bytes ^ '"' * ones) - ones) |
+               ((bytes ^ '\\' * ones) - ones);
     }
+};
+
+// Copies a text, and says whether no byte of it is special. Keys and names are short: the last
+// eight bytes are copied as one word, some of them again.
+template <class Special>
+bool copyIfPlain(char* to, std::string_view text, Special special) {
+    const std::size_t size = text.size();
+    const char* const from = text.data();
+    U64 found = 0;
+    const auto copy = [&]<class Piece>(std::size_t at, Piece piece) {
+        std::memcpy(&piece, from + at, sizeof piece);
+        std::memcpy(to + at, &piece, sizeof piece);
+        return piece;
+    };
+    if (size >= sizeof(U64)) {
+        for (std::size_t at = 0; at + sizeof(U64) < size; at += sizeof(U64)) {
+            found |= special(copy(at, U64()));
+        }
+        found |= special(copy(size - sizeof(U64), U64()));
+    } else if (size >= sizeof(U32)) {
+        found = special(U64{copy(0, U32())} << 32 | copy(size - sizeof(U32), U32()));
+    } else {
+        U64 bytes = ' ' * ones;
+        for (std::size_t i = 0; i < size; ++i) {
+            bytes = bytes << 8 | static_cast<unsigned char>(copy(i, char()));
+        }
+        found = special(bytes);
+    }
+    return (found & 0x80 * ones) == 0;
 }
 
 }  // namespace
 
 void RendererV2::appendName(std::string_view name) {
-    if (Base::isPlainAscii(name)) {
-        out_.append(name);
+    if (name.size() <= longestAtOnce &&
+        copyIfPlain(out_.reserve(name.size()), name, NotPrintable())) {
+        out_.advance(name.size());
     } else {
         out_.append(Base::escaped(name));
     }
 }
 
-void RendererV2::appendJsonString(std::string_view text) {
-    std::size_t run = plainEnd(text, 0);
-    if (run == text.size() && run <= longestAtOnce) {
-        char* const begin = out_.reserve(run + 2);
-        begin[0] = '"';
-        copyText(begin + 1, text);
-        begin[run + 1] = '"';
-        out_.advance(run + 2);
-        return;
+void RendererV2::appendKey(std::string_view key) {
+    if (key.size() <= longestAtOnce) {
+        char* const begin = out_.reserve(key.size() + 4);
+        char* to = begin;
+        if (needsComma_) *to++ = ',';
+        *to++ = '"';
+        if (copyIfPlain(to, key, NotPlainInJson())) {
+            to += key.size();
+            *to++ = '"';
+            *to++ = ':';
+            out_.advance(static_cast<std::size_t>(to - begin));
+            needsComma_ = true;
+            return;
+        }
     }
+    separate();
+    appendEscaped(key);
+    out_.append(':');
+}
+
+void RendererV2::appendJsonString(std::string_view text) {
+    if (text.size() <= longestAtOnce) {
+        char* const begin = out_.reserve(text.size() + 2);
+        if (copyIfPlain(begin + 1, text, NotPlainInJson())) {
+            begin[0] = '"';
+            begin[text.size() + 1] = '"';
+            out_.advance(text.size() + 2);
+            return;
+        }
+    }
+    appendEscaped(text);
+}
+
+void RendererV2::appendEscaped(std::string_view text) {
     out_.append('"');
-    for (std::size_t at = 0; at < text.size(); run = plainEnd(text, at)) {
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t run = plainEnd(text, at);
         out_.append(text.substr(at, run - at));
         at = run;
         if (at == text.size()) break;

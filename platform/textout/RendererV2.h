@@ -89,6 +89,13 @@ class ORB_EXPORT RendererV2 {
         return *this;
     }
 
+    // What print(to) writes to the buffer itself, at most maxSize bytes; it returns their end.
+    template <class Print>
+    RendererV2& inPlace(std::size_t maxSize, const Print& print) {
+        if (wants(OutputFormat_t::text)) out_.inPlace(maxSize, print);
+        return *this;
+    }
+
     // JSON only: an object or a list under a key, or as an entry of the open list.
     Scope object(std::string_view key) { return openUnder(key, '{', '}'); }
     Scope list(std::string_view key) { return openUnder(key, '[', ']'); }
@@ -111,8 +118,24 @@ class ORB_EXPORT RendererV2 {
         separate();
         appendValue(value);
     }
+    // An object of a single pair as an entry of the open list. The value is a text that print(to)
+    // writes as inPlace() asks, all of it printable ASCII but '"' and '\\'; so is the key.
+    template <class Print>
+    void objectInPlace(std::string_view key, std::size_t maxSize, const Print& print) {
+        if (!wants(OutputFormat_t::json)) return;
+        separate();
+        const auto printAll = [&](char* to) {
+            to = copied(copied(copied(to, "{\""), key), "\":\"");
+            return copied(print(to), "\"}");
+        };
+        out_.inPlace(key.size() + maxSize + 8, printAll);
+    }
 
   private:
+    static char* copied(char* to, std::string_view text) {
+        std::memcpy(to, text.data(), text.size());
+        return to + text.size();
+    }
     bool wants(OutputFormat_t format) const {
         checkInterrupt();
         return format_ == format;
@@ -135,11 +158,6 @@ class ORB_EXPORT RendererV2 {
         if (needsComma_) out_.append(',');
         needsComma_ = true;
     }
-    void appendKey(std::string_view key) {
-        separate();
-        appendJsonString(key);
-        out_.append(':');
-    }
     template <class Value>
     void appendValue(const Value& value) {
         if constexpr (std::same_as<Value, bool>) {
@@ -151,9 +169,12 @@ class ORB_EXPORT RendererV2 {
         }
     }
     void appendName(std::string_view name);
+    // With the comma before it, if one is due.
+    void appendKey(std::string_view key);
     // Escaped as RFC 8259 asks; DEL, C1 and what changes the direction of the text too. Bytes that
     // are not UTF-8 become U+FFFD.
     void appendJsonString(std::string_view text);
+    void appendEscaped(std::string_view text);
 
     TextOutBuffer& out_;
     OutputFormat_t format_;

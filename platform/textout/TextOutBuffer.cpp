@@ -113,7 +113,7 @@ void printExiting(const char* message) {
 TextOutBuffer::TextOutBuffer(U32 fd)
     : fd_(static_cast<int>(fd)),
       exceptionsAround_(std::uncaught_exceptions()),
-      data_(new char[capacity + closingRoom]) {}
+      data_(new char[capacity + 2 * closingRoom]) {}
 
 TextOutBuffer::~TextOutBuffer() {
     if (failed_) return;
@@ -148,6 +148,14 @@ void TextOutBuffer::appendLarge(std::string_view text) {
         std::memcpy(end(), text.data(), piece);
         size_ += piece;
         text.remove_prefix(piece);
+    }
+}
+
+void TextOutBuffer::fillLarge(std::size_t count, char character) {
+    while (count > 0) {
+        const std::size_t piece = std::min(count, closingRoom);
+        fill(piece, character);
+        count -= piece;
     }
 }
 

@@ -47,9 +47,13 @@ class ORB_EXPORT TextOutBuffer {
         size_ += static_cast<std::size_t>(std::to_chars(begin, begin + 20, number).ptr - begin);
     }
     void fill(std::size_t count, char character) {
-        for (; count > capacity; count -= capacity) fill(capacity, character);
-        std::memset(reserve(count), character, count);
-        size_ += count;
+        if (count <= closingRoom) [[likely]] {
+            // Most are short: always as many bytes, which is no call. There is room behind.
+            std::memset(reserve(count), character, closingRoom);
+            size_ += count;
+        } else {
+            fillLarge(count, character);
+        }
     }
     // Makes room for that many bytes, at most the capacity; the caller writes some of them to the
     // returned place and says with advance() how many.
@@ -59,6 +63,12 @@ class ORB_EXPORT TextOutBuffer {
         return end();
     }
     void advance(std::size_t count) { size_ += count; }
+    // Appends what print(to) writes, at most maxSize bytes; it returns their end.
+    template <class Print>
+    void inPlace(std::size_t maxSize, const Print& print) {
+        char* const begin = reserve(maxSize);
+        size_ += static_cast<std::size_t>(print(begin) - begin);
+    }
 
     // Says whether what was appended so far, if anything, ends with a line end.
     bool endsLine() const { return size_ == 0 ? flushedEndsLine_ : data_[size_ - 1] == '\n'; }
@@ -75,6 +85,7 @@ class ORB_EXPORT TextOutBuffer {
     std::size_t room() const { return size_ < capacity ? capacity - size_ : 0; }
     char* end() { return data_.get() + size_; }
     void appendLarge(std::string_view text);
+    void fillLarge(std::size_t count, char character);
 
     int fd_;
     int exceptionsAround_;  // in flight when the report began

@@ -1,8 +1,8 @@
 // Digits of printed addresses: hexadecimal digit values and the decimal numbers of one byte.
 #pragma once
 
-#include <algorithm>
 #include <array>
+#include <cstring>
 
 #include "orb/Types.h"
 
@@ -16,6 +16,7 @@ struct DecimalByte {
     std::array<char, 3> digits{};
     U8 length = 0;
 };
+static_assert(sizeof(DecimalByte) == 4);
 
 // The decimal forms of 0 to 255, without leading zeros.
 inline constexpr auto decimalBytes = [] {
@@ -48,10 +49,11 @@ constexpr int hexDigitValue(char character) {
     return Detail::hexValues[static_cast<unsigned char>(character)];
 }
 
-// Writes a byte in decimal and returns the end of what it wrote. The buffer has room for 3 bytes.
+// Writes a byte in decimal and returns the end of it. The buffer has room for 4 bytes, all of which
+// are written, at once.
 inline char* printDecimal(char* out, U8 value) {
     const Detail::DecimalByte& entry = Detail::decimalBytes[value];
-    std::copy(entry.digits.begin(), entry.digits.end(), out);
+    std::memcpy(out, &entry, sizeof entry);
     return out + entry.length;
 }
 

@@ -13,18 +13,8 @@ namespace Wire {
 
 namespace {
 
-constexpr U8 ipv4Family = static_cast<U8>(AddressFamily::ipv4);
-constexpr U8 ipv6Family = static_cast<U8>(AddressFamily::ipv6);
 constexpr U32 groupCount = 8;
 using Groups = std::array<U16, groupCount>;
-
-U32 maxLength(U8 family) { return family == ipv4Family ? 32 : 128; }
-
-// The first `length` bits of an address whose words are the upper and the lower 64 bits.
-U64 upperMask(U32 length) {
-    return length == 0 ? 0 : length >= 64 ? ~U64{0} : ~U64{0} << (64 - length);
-}
-U64 lowerMask(U32 length) { return length <= 64 ? 0 : upperMask(length - 64); }
 
 // A decimal number of at most three digits without leading zeros, at most `max`, from `at` on,
 // which it moves behind the number.
@@ -119,14 +109,6 @@ bool parseIpv6(std::string_view text, U64& high, U64& low) {
     return true;
 }
 
-char* printIpv4(char* out, U32 address) {
-    for (int shift = 24; shift >= 0; shift -= 8) {
-        out = printDecimal(out, static_cast<U8>(address >> shift));
-        if (shift > 0) *out++ = '.';
-    }
-    return out;
-}
-
 char* printGroup(char* out, U32 group) {
     if (group >= 0x1000) *out++ = hexDigits[group >> 12];
     if (group >= 0x100) *out++ = hexDigits[group >> 8 & 15];
@@ -154,7 +136,8 @@ Run longestZeroRun(const Groups& groups) {
 char* printIpv6(char* out, U64 high, U64 low) {
     if (high == 0 && low >> 32 == 0xffff) {
         static constexpr std::string_view mapped = "::ffff:";
-        return printIpv4(std::copy(mapped.begin(), mapped.end(), out), static_cast<U32>(low));
+        out = std::copy(mapped.begin(), mapped.end(), out);
+        return out + IpGenAddr::ipv4(static_cast<U32>(low)).print(out);
     }
     Groups groups{};
     for (U32 i = 0; i < groupCount; ++i) {
@@ -180,9 +163,6 @@ U64 hashOfWords(U64 high, U64 low, U64 rest) {
 
 }  // namespace
 
-IpGenAddr IpGenAddr::ipv4(U32 address) { return {ipv4Family, U64{address} << 32, 0}; }
-IpGenAddr IpGenAddr::ipv6(U64 high, U64 low) { return {ipv6Family, high, low}; }
-
 std::optional<IpGenAddr> IpGenAddr::parse(std::string_view text) {
     // The first group of an IPv6 address has at most four digits, so its first colon comes early.
     if (text.substr(0, 5).find(':') == std::string_view::npos) {
@@ -195,11 +175,8 @@ std::optional<IpGenAddr> IpGenAddr::parse(std::string_view text) {
     return address;
 }
 
-std::size_t IpGenAddr::print(char* buffer) const {
-    if (isNullAddr()) return 0;
-    const char* const end = family_ == ipv4Family ? printIpv4(buffer, static_cast<U32>(high_ >> 32))
-                                                  : printIpv6(buffer, high_, low_);
-    return static_cast<std::size_t>(end - buffer);
+std::size_t IpGenAddr::printOther(char* buffer) const {
+    return isNullAddr() ? 0 : static_cast<std::size_t>(printIpv6(buffer, high_, low_) - buffer);
 }
 
 Orb::String IpGenAddr::stringValue() const {
@@ -208,15 +185,6 @@ Orb::String IpGenAddr::stringValue() const {
 }
 
 U64 IpGenAddr::hashValue() const { return hashOfWords(high_, low_, family_); }
-
-IpGenPrefix::IpGenPrefix(const IpGenAddr& address, U32 length)
-    : high_(address.high_),
-      low_(address.low_),
-      length_(static_cast<U8>(length)),
-      family_(address.family_) {
-    ORB_ASSERT(!isNullPrefix());
-    ORB_ASSERT(length <= maxLength(family_));
-}
 
 std::optional<IpGenPrefix> IpGenPrefix::parse(std::string_view text) {
     const std::size_t slash = text.rfind('/');
@@ -236,20 +204,6 @@ IpGenPrefix IpGenPrefix::masked() const {
     result.high_ &= upperMask(length_);
     result.low_ &= lowerMask(length_);
     return result;
-}
-
-bool IpGenPrefix::overlaps(const IpGenPrefix& other) const {
-    if (family_ != other.family_ || isNullPrefix()) return false;
-    const U32 shorter = length_ < other.length_ ? length_ : other.length_;
-    return (((high_ ^ other.high_) & upperMask(shorter)) |
-            ((low_ ^ other.low_) & lowerMask(shorter))) == 0;
-}
-
-std::size_t IpGenPrefix::print(char* buffer) const {
-    if (isNullPrefix()) return 0;
-    char* out = buffer + address().print(buffer);
-    *out++ = '/';
-    return static_cast<std::size_t>(printDecimal(out, length_) - buffer);
 }
 
 Orb::String IpGenPrefix::stringValue() const {

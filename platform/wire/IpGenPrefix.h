@@ -9,8 +9,9 @@
 #include <optional>
 #include <string_view>
 
-#include "orb/Types.h"
+#include "orb/Assert.h"
 #include "wire/AddressFamily.h"
+#include "wire/Digits.h"
 
 namespace Wire {
 
@@ -24,8 +25,12 @@ class ORB_EXPORT IpGenAddr {
 
     // The null address: of no family, prints as an empty text.
     IpGenAddr() = default;
-    static IpGenAddr ipv4(U32 address);
-    static IpGenAddr ipv6(U64 high, U64 low);
+    static IpGenAddr ipv4(U32 address) {
+        return {static_cast<U8>(AddressFamily::ipv4), U64{address} << 32, 0};
+    }
+    static IpGenAddr ipv6(U64 high, U64 low) {
+        return {static_cast<U8>(AddressFamily::ipv6), high, low};
+    }
 
     // IPv4 in dotted decimal, four numbers 0 to 255 without leading zeros; IPv6 in any form of RFC
     // 4291 section 2.2 ("::" once, in place of at least one group; the last 32 bits may be dotted
@@ -43,7 +48,11 @@ class ORB_EXPORT IpGenAddr {
     // Writes the text form (no terminating zero) and returns its length; the buffer has room for
     // maxPrintedSize bytes. IPv6 as RFC 5952 asks: lower case, the longest run of at least two zero
     // groups as "::" (the first of equally long ones), IPv4-mapped addresses as "::ffff:192.0.2.1".
-    std::size_t print(char* buffer) const;
+    std::size_t print(char* buffer) const {
+        return family_ == static_cast<U8>(AddressFamily::ipv4)
+                   ? static_cast<std::size_t>(printIpv4(buffer) - buffer)
+                   : printOther(buffer);
+    }
     Orb::String stringValue() const;
     U64 hashValue() const;
 
@@ -57,6 +66,14 @@ class ORB_EXPORT IpGenAddr {
   private:
     friend class IpGenPrefix;
     IpGenAddr(U8 family, U64 high, U64 low) : high_(high), low_(low), family_(family) {}
+    char* printIpv4(char* out) const {
+        for (U32 shift = 56; shift > 32; shift -= 8) {
+            out = printDecimal(out, static_cast<U8>(high_ >> shift));
+            *out++ = '.';
+        }
+        return printDecimal(out, static_cast<U8>(high_ >> 32));
+    }
+    std::size_t printOther(char* buffer) const;
 
     U64 high_ = 0;
     U64 low_ = 0;
@@ -67,14 +84,21 @@ class ORB_EXPORT IpGenAddr {
 // IPv4, IPv6; then by address, then by length.
 class ORB_EXPORT IpGenPrefix {
   public:
-    // What print() writes at most, in bytes.
-    static constexpr std::size_t maxPrintedSize = IpGenAddr::maxPrintedSize + 4;
+    // What print() writes at most, in bytes, one of them behind the end.
+    static constexpr std::size_t maxPrintedSize = IpGenAddr::maxPrintedSize + 5;
 
     // The null prefix: of no family, overlaps nothing, prints as an empty text.
     IpGenPrefix() = default;
     // Host bits are kept. REQUIRES: !address.isNullAddr(), and a length within the family's range
     // (assertion).
-    IpGenPrefix(const IpGenAddr& address, U32 length);
+    IpGenPrefix(const IpGenAddr& address, U32 length)
+        : high_(address.high_),
+          low_(address.low_),
+          length_(static_cast<U8>(length)),
+          family_(address.family_) {
+        ORB_ASSERT(!isNullPrefix());
+        ORB_ASSERT(length <= maxLength(family_));
+    }
 
     // "address/length": the address as IpGenAddr::parse() takes it, the length in decimal digits
     // without leading zeros. Null for anything else. Host bits are kept; ask hasHostBits().
@@ -93,11 +117,21 @@ class ORB_EXPORT IpGenPrefix {
     IpGenPrefix masked() const;
     // Says whether the prefixes are of one family and agree on the bits of the shorter length: one
     // of them contains the other.
-    bool overlaps(const IpGenPrefix& other) const;
+    bool overlaps(const IpGenPrefix& other) const {
+        if (family_ != other.family_ || isNullPrefix()) return false;
+        const U32 shorter = length_ < other.length_ ? length_ : other.length_;
+        return (((high_ ^ other.high_) & upperMask(shorter)) |
+                ((low_ ^ other.low_) & lowerMask(shorter))) == 0;
+    }
 
     // Writes "address/length" (no terminating zero) and returns its length in bytes; the buffer has
     // room for maxPrintedSize bytes. The address prints as IpGenAddr::print() does.
-    std::size_t print(char* buffer) const;
+    std::size_t print(char* buffer) const {
+        if (isNullPrefix()) return 0;
+        char* out = buffer + address().print(buffer);
+        *out++ = '/';
+        return static_cast<std::size_t>(printDecimal(out, length_) - buffer);
+    }
     Orb::String stringValue() const;
     U64 hashValue() const;
 
@@ -110,6 +144,15 @@ class ORB_EXPORT IpGenPrefix {
     }
 
   private:
+    // The first `length` bits of an address whose words are the upper and the lower 64 bits.
+    static constexpr U64 upperMask(U32 length) {
+        return length == 0 ? 0 : length >= 64 ? ~U64{0} : ~U64{0} << (64 - length);
+    }
+    static constexpr U64 lowerMask(U32 length) { return length <= 64 ? 0 : upperMask(length - 64); }
+    static constexpr U32 maxLength(U8 family) {
+        return family == static_cast<U8>(AddressFamily::ipv4) ? 32 : 128;
+    }
+
     U64 high_ = 0;
     U64 low_ = 0;
     U8 length_ = 0;

@@ -111,6 +111,7 @@ TEST(TextOutRenderer, placesCommasInEveryNesting) {
                 const auto entry = renderer.object();
                 renderer.pair("i", 1U);
             }
+            renderer.objectInPlace("m", 9, [](char* to) { return std::copy_n("y", 1, to); });
             { const auto entry = renderer.object(); }
             // Scopes of one block close from the inside out.
             const auto entry = renderer.object();
@@ -120,7 +121,7 @@ TEST(TextOutRenderer, placesCommasInEveryNesting) {
     };
     EXPECT_EQ(printed(2, everything),
               R"({"a":{},"b":[],"c":true,"d":false,"e":"x","f":18446744073709551615,"g":255,)"
-              R"("h":["x",2,{"i":1},{},{"j":[]}],"k":1})"
+              R"("h":["x",2,{"i":1},{"m":"y"},{},{"j":[]}],"k":1})"
               "\n");
     EXPECT_EQ(printed(1, everything), "") << "text has none of it";
     EXPECT_EQ(printed(2, [](RendererV2&) {}), "{}\n");
