@@ -1,9 +1,8 @@
 // The view of prefix field sets. A large set takes long to sort, so others get the activity lock
 // between pieces of it; the version being listed never changes, so the listing is of one moment.
-#include <array>
-
 #include "blip/Blip.h"
 #include "fieldsets/FieldSetReport.h"
+#include "fieldsets/Ipv4Order.h"
 #include "fieldsets/SortedRuns.h"
 #include "frame/Yield.h"
 #include "orb/Assert.h"
@@ -43,53 +42,91 @@ constexpr PrefixList exceptedPrefixes{&Classification::FieldSetIpPrefixSubConfig
                                       "end copy+sort exceptPrefix ",
                                       "sort exceptPrefix"};
 
+// The prefixes of a list in ascending order: IPv4 before IPv6.
+class PrefixOrder {
+  public:
+    explicit PrefixOrder(std::size_t room) : ipv4_(room), ipv6_(room) {}
+
+    void add(const IpGenPrefix& pfx) {
+        isEmpty_ = false;
+        if (pfx.family() == Wire::AddressFamily::ipv4) {
+            ipv4_.add(pfx);
+        } else {
+            ipv6_.add(pfx);
+        }
+    }
+    void endPiece() {
+        ipv4_.endPiece();
+        ipv6_.endPiece();
+    }
+    void sort() {
+        ipv4_.sort();
+        sortedIpv6_ = ipv6_.take();
+    }
+
+    bool empty() const { return isEmpty_; }
+    template <class Visit>
+    void forEach(const Visit& visit) const {
+        ipv4_.forEach(visit);
+        for (const IpGenPrefix& pfx : sortedIpv6_) visit(pfx);
+    }
+
+  private:
+    FieldSets::Ipv4Order ipv4_;
+    FieldSets::SortedRuns<IpGenPrefix> ipv6_;
+    std::vector<IpGenPrefix> sortedIpv6_;
+    bool isEmpty_ = true;
+};
+
 // The shown prefixes of a list, ascending. Gives up the activity lock after every pieceSize ones.
 template <class Prefixes, class IsShown>
-auto sortedPrefixes(const Prefixes& prefixes, const PrefixList& list, U32 pieceSize,
-                    const IsShown& isShown) {
+PrefixOrder sortedPrefixes(const Prefixes& prefixes, const PrefixList& list, U32 pieceSize,
+                           const IsShown& isShown) {
     Blip::trace(list.sortBegins);
-    FieldSets::SortedRuns<IpGenPrefix> sorted(prefixes.size());
-    U32 count = 0;
+    PrefixOrder sorted(prefixes.size());
+    U32 leftOfPiece = pieceSize;
     for (const IpGenPrefix& pfx : prefixes) {
         ORB_ASSERT(!pfx.isNullPrefix());
         if (isShown(pfx)) sorted.add(pfx);
-        if (++count % pieceSize == 0) {
+        if (--leftOfPiece == 0) {
+            leftOfPiece = pieceSize;
             sorted.endPiece();
             yieldActivityLock(list.yieldLabel);
             textout::checkInterrupt();
         }
     }
-    auto result = sorted.take();
+    sorted.sort();
     Blip::trace(list.sortEnds);
-    return result;
+    return sorted;
 }
 
 // Both formats of one list; in text row by row, in as many columns as fit.
-void renderList(textout::RendererV2& renderer, const PrefixList& list,
-                const std::vector<IpGenPrefix>& prefixes, U32 columnWidth) {
+void renderList(textout::RendererV2& renderer, const PrefixList& list, const PrefixOrder& prefixes,
+                U32 columnWidth) {
     renderer.text(list.heading).endLine();
     renderer.indent(static_cast<U32>(list.heading.size()), '-').endLine();
     const auto entries = renderer.list(list.key);
     const U32 columns = (FieldSets::lineLength + columnGap) / (columnWidth + columnGap);
     U32 column = 0;
-    U32 padding = 0;  // up to the next column
-    for (const IpGenPrefix& pfx : prefixes) {
-        std::array<char, IpGenPrefix::maxPrintedSize> buffer;
-        const std::string_view text(buffer.data(), pfx.print(buffer.data()));
-        {
-            const auto entry = renderer.object();
-            renderer.pair("prefix", text);
-        }
-        if (column == columns) {
-            renderer.endLine();
-            column = 0;
-        } else {
-            renderer.indent(padding);
-        }
-        renderer.text(text);
-        padding = columnGap + columnWidth - std::min(columnWidth, static_cast<U32>(text.size()));
-        ++column;
-    }
+    std::size_t padding = 0;  // up to the next column
+    prefixes.forEach([&](const IpGenPrefix& pfx) {
+        const auto print = [&](char* to) { return to + pfx.print(to); };
+        renderer.objectInPlace("prefix", IpGenPrefix::maxPrintedSize, print);
+        const auto printCell = [&](char* to) {
+            if (column == columns) {
+                *to++ = '\n';
+                column = 0;
+            } else {
+                std::memset(to, ' ', padding);
+                to += padding;
+            }
+            const std::size_t size = pfx.print(to);
+            padding = columnGap + columnWidth - std::min<std::size_t>(columnWidth, size);
+            ++column;
+            return to + size;
+        };
+        renderer.inPlace(columnGap + columnWidth + IpGenPrefix::maxPrintedSize, printCell);
+    });
     if (prefixes.empty()) renderer.text("None");
     renderer.endLine();
 }

@@ -21,9 +21,12 @@ template <class Value>
 class SortedRuns {
   public:
     // room: how many values will come at most.
-    explicit SortedRuns(std::size_t room) { values_.reserve(room); }
+    explicit SortedRuns(std::size_t room) : room_(room) {}
 
-    void add(const Value& value) { values_.push_back(value); }
+    void add(const Value& value) {
+        if (values_.empty()) values_.reserve(room_);
+        values_.push_back(value);
+    }
 
     // Ends a piece, which may be empty.
     void endPiece() {
@@ -64,6 +67,7 @@ class SortedRuns {
         runEnds_.erase(runEnds_.begin() + static_cast<std::ptrdiff_t>(run));
     }
 
+    std::size_t room_;
     std::vector<Value> values_;
     std::vector<std::size_t> runEnds_;  // every run begins where the one before it ends
 };

@@ -3,10 +3,12 @@
 #include <numeric>
 #include <random>
 #include <set>
+#include <sstream>
 #include <thread>
 
 #include "FieldSetsFixture.h"
 #include "blip/Blip.h"
+#include "fieldsets/Ipv4Order.h"
 #include "fieldsets/SortedRuns.h"
 
 namespace TrafficPolicyCli::FieldSets {
@@ -39,6 +41,43 @@ TEST(SortedRuns, SortPiecesOfAnySize) {
         sorted.add(25);  // a piece that nobody ended
         expected.insert(25);
         EXPECT_THAT(sorted.take(), ElementsAreArray(expected));
+    }
+}
+
+// Prefixes of every length, host bits included, most of them in few networks.
+std::set<Wire::IpGenPrefix> randomPrefixes(U32 count, bool ipv4) {
+    std::mt19937 random(count);
+    std::set<Wire::IpGenPrefix> prefixes;
+    while (prefixes.size() < count) {
+        const U32 network = random() % 3 == 0 ? random() : 10U << 24 | random() >> 8;
+        const U32 address = random() % 8 == 0 ? network & 0xff0000ff : network;
+        prefixes.insert(ipv4 ? Wire::IpGenPrefix(Wire::IpGenAddr::ipv4(address), random() % 33)
+                             : Wire::IpGenPrefix(Wire::IpGenAddr::ipv6(network, U64{address} << 9),
+                                                 random() % 129));
+    }
+    return prefixes;
+}
+
+TEST(Ipv4Order, SortsPiecesOfAnySize) {
+    const std::vector<U32> rows[] = {
+        {}, {0}, {1}, {0, 5, 0, 1}, {300}, {255, 256, 257}, {20'000, 1, 20'000}};
+    for (const std::vector<U32>& pieces : rows) {
+        const U32 last = 3;  // in a piece that nobody ended
+        const auto expected =
+            randomPrefixes(std::accumulate(pieces.begin(), pieces.end(), last), true);
+        std::vector<Wire::IpGenPrefix> given(expected.begin(), expected.end());
+        std::shuffle(given.begin(), given.end(), std::mt19937(1));
+        Ipv4Order order(0);
+        auto next = given.begin();
+        for (const U32 size : pieces) {
+            for (U32 i = 0; i < size; ++i) order.add(*next++);
+            order.endPiece();
+        }
+        while (next != given.end()) order.add(*next++);
+        order.sort();
+        std::vector<Wire::IpGenPrefix> sorted;
+        order.forEach([&](const auto& pfx) { sorted.push_back(pfx); });
+        EXPECT_TRUE(std::equal(sorted.begin(), sorted.end(), expected.begin(), expected.end()));
     }
 }
 
@@ -137,6 +176,31 @@ TEST(PrefixSorting, YieldsAfterEvery25000Prefixes) {
         EXPECT_EQ(blipsOf([&] { report = shown(showOf(config, row.filter), json); }), expected);
         EXPECT_TRUE(report == listed + "}}}\n");
     }
+}
+
+// Both families, which only a host can put into one set, and more than the output's buffer holds.
+TEST(PrefixSorting, ListsAllOfAMixedSetInOrder) {
+    auto expected = randomPrefixes(40'000, true);
+    expected.merge(randomPrefixes(40'000, false));
+    std::vector<Wire::IpGenPrefix> given(expected.begin(), expected.end());
+    std::shuffle(given.begin(), given.end(), std::mt19937(1));
+    const auto version = Orb::make<Version>();
+    for (const auto& pfx : given) version->prefixesIs(pfx);
+    const auto config = configOf(version);
+
+    string list;
+    string words = "Prefix ------ ";
+    for (const auto& pfx : expected) {
+        list += (list.empty() ? "" : ",") + (R"({"prefix":")" + pfx.stringValue() + "\"}");
+        words += pfx.stringValue() + " ";
+    }
+    const string document = shown(showOf(config), json);
+    EXPECT_NE(document.find("\"prefixes\":[" + list + "],"), string::npos);
+
+    std::istringstream report(shown(showOf(config), text));
+    string inOneLine;
+    for (string word; report >> word;) inOneLine += word + " ";
+    EXPECT_NE(inOneLine.find(words + "Exception Prefixes"), string::npos);
 }
 
 // Runs the action in a second thread as soon as it gets the activity lock: in the first yield of
