@@ -189,6 +189,53 @@ Plan planClear(const Match& match) {
     return [scope](const Session& session) { return clearCounters(session, scope); };
 }
 
+using StateDirectory::Wanted;
+
+// Of views of policies: one policy, or those on a kind of places. Most states have all of them on
+// interfaces.
+Wanted wantedPolicies(const Match& match) {
+    Wanted wanted;
+    wanted.policy = match.name();
+    wanted.policies = !wanted.policy.empty() ? Wanted::Policies::named
+                      : match.has("cpu")     ? Wanted::Policies::onCpu
+                      : match.has("vlan")    ? Wanted::Policies::onVlans
+                                             : Wanted::Policies::all;
+    return wanted;
+}
+
+// Of what is asked about a point.
+Wanted wantedAtPoint(const Match& match) {
+    using Kind = TrafficPolicyCli::AskedPoint::Kind;
+    const auto point = pointOf(match);
+    Wanted wanted;
+    if (point.kind == Kind::cpu) wanted.policies = Wanted::Policies::onCpu;
+    if (point.kind == Kind::vlan) wanted.policies = Wanted::Policies::onVlans;
+    if (point.kind == Kind::policy) {
+        wanted.policies = Wanted::Policies::named;
+        wanted.policy = point.name;
+    }
+    return wanted;
+}
+
+Wanted wantedPoints(const Match&) {
+    return {.policies = Wanted::Policies::points, .fieldSets = Wanted::FieldSets::none};
+}
+
+// Of references, which stand in rules; but those to a policy are its points.
+Wanted wantedReferences(const Match& match) {
+    return match.has("policy") ? wantedPoints(match) : Wanted();
+}
+
+template <Wanted::FieldSets kind>
+Wanted wantedFieldSets(const Match& match) {
+    return {.policies = Wanted::Policies::none, .fieldSets = kind, .fieldSet = match.name()};
+}
+
+Wanted wantedPrefixFieldSets(const Match& match) {
+    return match.has("ipv4") ? wantedFieldSets<Wanted::FieldSets::ipv4Prefix>(match)
+                             : wantedFieldSets<Wanted::FieldSets::ipv6Prefix>(match);
+}
+
 // Words that are no command, but that a user has reason to expect as one, and what to say to them.
 struct Refusal {
     std::string_view line;
@@ -230,42 +277,48 @@ const std::vector<Command>& commands() {
     static const std::vector<Command> rows = {
         {"show traffic-policy [NAME] interface [input | output] "
          "[summary | detail | errors | counters [nonzero] [since MARK]]",
-         "policies on interfaces: where they are and where they failed; their rules",
-         planInterface},
+         "policies on interfaces: where they are and where they failed; their rules", planInterface,
+         wantedPolicies},
         {"show traffic-policy [NAME] cpu [summary | detail | errors | counters [nonzero] [since "
          "MARK]]",
-         "policies on the CPU, per VRF, in hardware and in the kernel", planCpu},
+         "policies on the CPU, per VRF, in hardware and in the kernel", planCpu, wantedPolicies},
         {"show traffic-policy [NAME] (interface [input | output] | cpu) counters rate [SECONDS]",
-         "how fast they count, now", planRates},
+         "how fast they count, now", planRates, wantedPolicies},
         {"show traffic-policy [NAME] vlan [summary | detail | errors]", "policies on VLANs",
-         planVlan},
+         planVlan, wantedPolicies},
         {"show traffic-policy field-set (ipv4 | ipv6) prefix [NAME] [filter PREFIX [exact]]",
          "prefix field sets; with a filter what overlaps it, or is that very prefix",
-         planPrefixFieldSet},
+         planPrefixFieldSet, wantedPrefixFieldSets},
         {"show traffic-policy field-set l4-port [NAME] [filter LOW[-HIGH]]",
-         "port field sets; with a filter those with a range that holds all of it",
-         planPortFieldSet},
+         "port field sets; with a filter those with a range that holds all of it", planPortFieldSet,
+         wantedFieldSets<Wanted::FieldSets::l4Port>},
         {"show traffic-policy field-set vlan [NAME] [filter LOW[-HIGH]]",
-         "VLAN field sets; with a filter those with a range that holds all of it",
-         planVlanFieldSet},
-        {"show traffic-policy field-set mac [NAME]", "MAC field sets, by source", planMacFieldSet},
+         "VLAN field sets; with a filter those with a range that holds all of it", planVlanFieldSet,
+         wantedFieldSets<Wanted::FieldSets::vlan>},
+        {"show traffic-policy field-set mac [NAME]", "MAC field sets, by source", planMacFieldSet,
+         wantedFieldSets<Wanted::FieldSets::mac>},
         {"show traffic-policy field-set holding (ADDRESS | l4-port PORT | vlan VLAN | mac MAC)",
-         "the field sets that hold it, and what takes it out of others", planFieldSetHolding},
+         "the field sets that hold it, and what takes it out of others", planFieldSetHolding,
+         wantedFieldSets<Wanted::FieldSets::all>},
         {"show traffic-policy attachments [interface INTF | vrf VRF | vlan VLAN]",
-         "where policies are, and what the platform did there", planAttachments},
+         "where policies are, and what the platform did there", planAttachments, wantedPoints},
         {"show traffic-policy packet (interface INTF (input | output) | cpu VRF | vlan VLAN | "
          "policy NAME) FIELD VALUE ...",
-         "which rules take a packet, as configured and as installed", planPacket, packetGrammar},
+         "which rules take a packet, as configured and as installed", planPacket, wantedAtPoint,
+         packetGrammar},
         {"show traffic-policy capture FILE (interface INTF (input | output) | cpu VRF | "
          "vlan VLAN | policy NAME)",
-         "the packets of a capture file, by the rules that would take them", planCapture},
+         "the packets of a capture file, by the rules that would take them", planCapture,
+         wantedAtPoint},
         {"show traffic-policy problems [NAME]",
          "what is wrong with policies; --exit-code for monitoring",
          planProblems,
+         wantedPolicies,
          {},
          true},
         {"show traffic-policy references (policy | field-set | counter | vrf | nexthop-group) NAME",
-         "the rules that name it, and where their policies are attached", planReferences},
+         "the rules that name it, and where their policies are attached", planReferences,
+         wantedReferences},
         {"show traffic-policy state", "the state directory: documents, counts, last clear",
          [](const Match&) { return Plan(reportState); }},
         {"compare DIR_BEFORE DIR_AFTER [NAME] [detail]",
@@ -292,6 +345,12 @@ Plan planOf(const Words& words) {
     } catch (const CommandError& error) {
         throw withReason(error, words);
     }
+}
+
+Wanted wantedBy(const Words& words) {
+    const Match match = grammar().match(words);
+    const auto wanted = commands()[match.command].wanted;
+    return wanted == nullptr ? Wanted() : wanted(match);
 }
 
 bool findsProblems(const Words& words) {

@@ -52,7 +52,7 @@ int print(const std::string& text) {
 
 int runCommand(const Plan& plan, const Options& options) {
     const std::string directory = stateDirectoryOf(options);
-    StateReadOnce source(directory);
+    StateReadOnce source(directory, wantedBy(options.words));
     try {
         Shell::Route route;
         route.colour = Shell::wantsColour(options.colour);

@@ -17,12 +17,13 @@ namespace Cli {
 using StateDirectory::StatePtr;
 using StateDirectory::StateSource;
 
-// Reads a state directory when first asked, and again when it is asked for a current state and the
-// documents have changed. What was read lives as long as the process: taking 100,000 rules apart at
-// the end would only keep the operator waiting.
+// Reads what is wanted of a state directory when first asked, and again when it is asked for a
+// current state and the documents have changed. What was read lives as long as the process: taking
+// 100,000 rules apart at the end would only keep the operator waiting.
 class StateReadOnce : public StateSource {
   public:
-    explicit StateReadOnce(std::string directory) : directory_(std::move(directory)) {}
+    explicit StateReadOnce(std::string directory, StateDirectory::Wanted wanted = {})
+        : directory_(std::move(directory)), wanted_(std::move(wanted)) {}
     StatePtr loaded() override {
         if (state_ == nullptr) read();
         return state_;
@@ -37,11 +38,13 @@ class StateReadOnce : public StateSource {
     void read() {
         static auto& kept = *new std::vector<StatePtr>;
         identities_ = StateDirectory::documentIdentities(directory_);
-        state_ = std::make_shared<StateDirectory::State>(StateDirectory::readState(directory_));
+        state_ =
+            std::make_shared<StateDirectory::State>(StateDirectory::readState(directory_, wanted_));
         kept.push_back(state_);
     }
 
     std::string directory_;
+    StateDirectory::Wanted wanted_;
     StateDirectory::DocumentIdentities identities_;
     StatePtr state_;
 };

@@ -11,16 +11,8 @@ namespace StateDirectory {
 
 namespace {
 
-constexpr std::size_t blockSize = 64;
-
-// Where the characters stand in a block, a bit each.
-struct BlockBits {
-    U64 quote = 0;
-    U64 backslash = 0;
-    U64 comma = 0;
-    U64 open = 0;
-    U64 close = 0;
-};
+constexpr std::size_t blockSize = BracketScan::blockSize;
+using BlockBits = BracketScan::BlockBits;
 
 // The brackets differ from the braces in this bit.
 constexpr char braceBit = 0x20;
@@ -90,64 +82,62 @@ U64 oddUpTo(U64 bits) {
     return bits;
 }
 
-class Scan {
-  public:
-    // Returns false when the closing bracket is found.
-    bool block(const char* text, std::size_t place) {
-        BlockBits marks = marksOf(text);
-        if (marks.backslash != 0 || carried_) marks.quote &= ~escapedBy(marks.backslash, carried_);
-        const U64 inString = oddUpTo(marks.quote) ^ inString_;
-        inString_ = static_cast<U64>(static_cast<std::int64_t>(inString) >> 63);
-        marks.comma &= ~inString;
-        marks.open &= ~inString;
-        marks.close &= ~inString;
-        const int closed = count(marks.close);
-        if (depth_ > closed) {  // stays inside of a member
-            depth_ += count(marks.open) - closed;
-            return true;
-        }
-        return brackets(marks, place);
-    }
-
-    const Cuts& cuts() const { return cuts_; }
-
-  private:
-    bool brackets(const BlockBits& marks, std::size_t place) {
-        U64 bits = marks.comma | marks.open | marks.close;
-        for (; bits != 0; bits &= bits - 1) {
-            const U64 bit = bits & -bits;
-            if ((marks.open & bit) != 0) {
-                ++depth_;
-            } else if ((marks.close & bit) != 0) {
-                if (depth_ == 0) {
-                    cuts_.close = place + static_cast<std::size_t>(std::countr_zero(bit));
-                    return false;
-                }
-                --depth_;
-            } else if (depth_ == 0) {
-                cuts_.lastComma = place + static_cast<std::size_t>(std::countr_zero(bit));
-            }
-        }
-        return true;
-    }
-
-    int depth_ = 0;
-    U64 inString_ = 0;  // all bits, or none
-    bool carried_ = false;
-    Cuts cuts_;
-};
-
 }  // namespace
 
-Cuts findCuts(std::string_view text) {
-    Scan scan;
+bool BracketScan::take(std::string_view text) {
     std::size_t place = 0;
     for (; place + blockSize <= text.size(); place += blockSize) {
-        if (!scan.block(text.data() + place, place)) return scan.cuts();
+        if (!takeBlock(text.data() + place, taken_ + place)) return false;
     }
-    char last[blockSize] = {};
-    if (place < text.size()) std::memcpy(last, text.data() + place, text.size() - place);
-    scan.block(last, place);
+    if (place < text.size()) {
+        char last[blockSize] = {};
+        std::memcpy(last, text.data() + place, text.size() - place);
+        if (!takeBlock(last, taken_ + place)) return false;
+    }
+    taken_ += text.size();
+    return true;
+}
+
+bool BracketScan::takeBlock(const char* text, std::size_t place) {
+    BlockBits marks = marksOf(text);
+    if (marks.backslash != 0 || isEscaping_) {
+        marks.quote &= ~escapedBy(marks.backslash, isEscaping_);
+    }
+    const U64 inString = oddUpTo(marks.quote) ^ inString_;
+    inString_ = static_cast<U64>(static_cast<std::int64_t>(inString) >> 63);
+    marks.comma &= ~inString;
+    marks.open &= ~inString;
+    marks.close &= ~inString;
+    const int closed = count(marks.close);
+    if (depth_ > closed) {  // stays inside of a member
+        depth_ += count(marks.open) - closed;
+        return true;
+    }
+    return takeBrackets(marks, place);
+}
+
+bool BracketScan::takeBrackets(const BlockBits& marks, std::size_t place) {
+    U64 bits = marks.comma | marks.open | marks.close;
+    for (; bits != 0; bits &= bits - 1) {
+        const U64 bit = bits & -bits;
+        if ((marks.open & bit) != 0) {
+            ++depth_;
+        } else if ((marks.close & bit) != 0) {
+            if (depth_ == 0) {
+                cuts_.close = place + static_cast<std::size_t>(std::countr_zero(bit));
+                return false;
+            }
+            --depth_;
+        } else if (depth_ == 0) {
+            cuts_.lastComma = place + static_cast<std::size_t>(std::countr_zero(bit));
+        }
+    }
+    return true;
+}
+
+Cuts findCuts(std::string_view text) {
+    BracketScan scan;
+    scan.take(text);
     return scan.cuts();
 }
 

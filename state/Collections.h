@@ -114,10 +114,12 @@ struct MapTypes;
 template <class K, class V>
 struct MapTypes<Orb::HashMap2018<K, V>> {
     using Key = K;
+    using Value = V;
 };
 template <class K, class V, class Less>
 struct MapTypes<Orb::RbTreeMap<K, V, Less>> {
     using Key = K;
+    using Value = V;
 };
 
 // Enters what is not there yet: a key of a set, or a key and its value of a map.
@@ -158,10 +160,8 @@ Map readMap(const Node& node, ReadKey readKey, ReadValue readValue) {
 
 // What a task has read of a map: the members of one run of the text.
 template <class Key, class Value>
-struct MapPart {
-    simdjson::padded_string text;
+struct MapPart : OfferedRun {
     std::vector<std::pair<Key, Value>> entries;
-    std::exception_ptr fault;
 };
 
 template <class Map, class Parts>
@@ -201,21 +201,47 @@ Map readMapTogether(const Node& node, ReadKey readKey, ReadValue readValue) {
                 continue;
             }
             part.text = simdjson::padded_string(walk.run());
-            second.offer([&] {
-                try {
-                    readRun(part.text, [&](simdjson::dom::element run) {
-                        for (const auto& [name, element] : simdjson::dom::object(run)) {
-                            readMember(part, name, Node(node, Step{name}, element));
-                        }
-                    });
-                } catch (...) {
-                    part.fault = std::current_exception();
+            part.offer(second, [&](const simdjson::dom::object& run) {
+                for (const auto& [name, element] : run) {
+                    readMember(part, name, Node(node, Step{name}, element));
                 }
-                part.text = simdjson::padded_string();
             });
         }
     }
     return mapOf<Map>(parts);
+}
+
+// What becomes of a member of a map when the document is read in pieces.
+enum class Turn { now, later, never };
+
+// Reads an object as a map of records, which are made of their keys: read(member, record) reads the
+// value. turnOf(key): when that is done. Later is when all names are known, and only if the member
+// is wanted then. REQUIRES: the document is read in pieces.
+template <class Map, class Record, class ReadKey, class TurnOf, class Read>
+Map readMapInTurn(const Node& node, ReadKey readKey, TurnOf turnOf, Read read) {
+    Map map;
+    Pieces& pieces = *node.pieces();
+    const std::size_t place = pieces.place();
+    for (Pieces::Walk walk(pieces); walk.next();) {
+        const Node member(node, Step{walk.key()}, pieces);
+        typename MapTypes<Map>::Key key = readKey(member, walk.key());
+        if (map.contains(key)) member.refuseRepeated();
+        const auto record = Orb::make<Record>(std::as_const(key));
+        const Turn turn = turnOf(std::as_const(key));
+        if (turn == Turn::now) {
+            read(member, *record);
+        } else {
+            const std::size_t value = pieces.place();
+            if (pieces.passOver() != '{') throw NotInPieces();
+            if (turn == Turn::later) {
+                pieces.passedOver().push_back(
+                    {key, place, walk.begin(), value, pieces.place(),
+                     [record, read](const Node& later) { read(later, *record); }});
+            }
+        }
+        enterNew(map, std::move(key), typename MapTypes<Map>::Value(record));
+    }
+    return map;
 }
 
 // Reads a list as a set. Refuses repeated values.

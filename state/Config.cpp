@@ -136,27 +136,78 @@ constexpr Key<PolicyMapSubConfig> versionKeys[] = {
     {"rules", readRules, writeRules},
 };
 
+// The families of the rules, as one rule.
+void readFamilies(const Node& node, PolicyMapSubConfig& version) {
+    auto rule = Orb::make<ClassMapConfig>(version.name());
+    for (Elements elements(node); elements.next();) {
+        const Node item = elements.node();
+        for (Members members(item); members.next();) {
+            const Node member = members.node();
+            if (members.name() != "match") {
+                member.passOver();
+                continue;
+            }
+            for (Members matches(member); matches.next();) {
+                const Node match = matches.node();
+                const ClassMapMatchOption option = matchOptionKey(match, matches.name());
+                match.passOver();
+                if (rule->match().contains(option)) continue;
+                rule->matchIs(option, Orb::make<ClassMapMatch>(version.name(), option));
+            }
+        }
+    }
+    version.classMapIs(version.name(), std::move(rule));
+}
+
+constexpr Key<PolicyMapSubConfig> familyKeys[] = {
+    {"namedCounter", [](const Node& node, PolicyMapSubConfig&) { node.passOver(); }, nullptr},
+    {"rules", readFamilies, nullptr},
+};
+
+template <const auto& keys>
+void readVersion(const Node& node, PolicyMapConfig& to) {
+    auto version = Orb::make<PolicyMapSubConfig>(to.name());
+    readObject(node, keys, *version);
+    to.currCfgIs(Orb::Ptr<const PolicyMapSubConfig>(version));
+}
+
 constexpr Key<PolicyMapConfig> policyKeys[] = {
-    {"currCfg",
-     [](const Node& node, PolicyMapConfig& to) {
-         auto version = Orb::make<PolicyMapSubConfig>(to.name());
-         readObject(node, versionKeys, *version);
-         to.currCfgIs(Orb::Ptr<const PolicyMapSubConfig>(version));
-     },
+    {"currCfg", readVersion<versionKeys>,
      [](Writer& writer, const PolicyMapConfig& from) {
          if (from.currCfg()) writeObject(writer, versionKeys, *from.currCfg());
      }},
 };
+constexpr Key<PolicyMapConfig> policyFamilyKeys[] = {
+    {"currCfg", readVersion<familyKeys>, nullptr},
+};
+
+using Policies = Orb::RbTreeMap<Orb::String, Orb::Ptr<const PolicyMapConfig>>;
+
+template <const auto& keys>
+Policies readEachPolicy(const Node& node) {
+    return readMapTogether<Policies>(node, nameKey,
+                                     [](const Node& member, const Orb::String& name) {
+                                         auto policy = Orb::make<PolicyMapConfig>(name);
+                                         readObject(member, keys, *policy);
+                                         return Orb::Ptr<const PolicyMapConfig>(policy);
+                                     });
+}
+
+Policies readPolicyMap(const Node& node) {
+    const Wanted& wanted = node.wanted();
+    if (wanted.policies == Wanted::Policies::points) return readEachPolicy<policyFamilyKeys>(node);
+    if (!wanted.passesOverPolicies()) return readEachPolicy<policyKeys>(node);
+    const Turn turn = wanted.policies == Wanted::Policies::none ? Turn::never : Turn::later;
+    return readMapInTurn<Policies, PolicyMapConfig>(
+        node, nameKey, [turn](const Orb::String&) { return turn; },
+        [](const Node& member, PolicyMapConfig& policy) {
+            readObject(member, policyKeys, policy);
+        });
+}
 
 Orb::Ptr<const TrafficPolicy::TrafficPolicyConfig> readPolicies(const Node& node) {
-    using Policies = Orb::RbTreeMap<Orb::String, Orb::Ptr<const PolicyMapConfig>>;
     auto config = Orb::make<TrafficPolicy::TrafficPolicyConfig>();
-    config->policyMapConfigIs(
-        readMapTogether<Policies>(node, nameKey, [](const Node& member, const Orb::String& name) {
-            auto policy = Orb::make<PolicyMapConfig>(name);
-            readObject(member, policyKeys, *policy);
-            return Orb::Ptr<const PolicyMapConfig>(policy);
-        }));
+    config->policyMapConfigIs(readPolicyMap(node));
     return config;
 }
 

@@ -59,31 +59,49 @@ constexpr Key<Set> setKeys[] = {
      }},
 };
 
-template <class SetType, class Version, const auto& keys>
+template <Wanted::FieldSets kind, class SetType, class Version, const auto& keys>
 struct FieldSets {
     using Set = SetType;
     using Sets = Orb::HashMap2018<Orb::String, Orb::Ptr<const Set>>;
 
+    static void readInto(const Node& node, Set& set) {
+        readObject(node, setKeys<Set, Version, keys>, set);
+    }
     static Orb::Ptr<const Set> readSet(const Node& node, const Orb::String& name) {
         auto set = Orb::make<Set>(name);
-        readObject(node, setKeys<Set, Version, keys>, *set);
+        readInto(node, *set);
         return set;
+    }
+    // Those that nobody wants have no version then.
+    template <class Map>
+    static Map readSets(const Node& node) {
+        const Wanted& wanted = node.wanted();
+        if (wanted.fieldSets == Wanted::FieldSets::all) {
+            return readMap<Map>(node, nameKey, readSet);
+        }
+        const auto turnOf = [&](const Orb::String& name) {
+            return wanted.hasFieldSet(kind, name) ? Turn::now : Turn::never;
+        };
+        return readMapInTurn<Map, Set>(node, nameKey, turnOf, readInto);
     }
     static void writeSet(Writer& writer, const Set& set) {
         writeObject(writer, setKeys<Set, Version, keys>, set);
     }
-    static Sets read(const Node& node) { return readMap<Sets>(node, nameKey, readSet); }
+    static Sets read(const Node& node) { return readSets<Sets>(node); }
     static void write(Writer& writer, const Sets& sets) {
         writeMap(writer, sets, [&](const auto& set) { writeSet(writer, *set); });
     }
 };
 
+using Kind = Wanted::FieldSets;
 template <AddressFamily family>
 using PrefixSets =
-    FieldSets<FieldSetIpPrefixConfig, FieldSetIpPrefixSubConfig, prefixSetKeys<family>>;
-using PortSets = FieldSets<FieldSetL4PortConfig, FieldSetL4PortSubConfig, portSetKeys>;
-using VlanSets = FieldSets<FieldSetVlanConfig, FieldSetVlanSubConfig, vlanSetKeys>;
-using MacSets = FieldSets<FieldSetMacAddrConfig, FieldSetMacAddrSubConfig, macSetKeys>;
+    FieldSets<family == AddressFamily::ipv4 ? Kind::ipv4Prefix : Kind::ipv6Prefix,
+              FieldSetIpPrefixConfig, FieldSetIpPrefixSubConfig, prefixSetKeys<family>>;
+using PortSets =
+    FieldSets<Kind::l4Port, FieldSetL4PortConfig, FieldSetL4PortSubConfig, portSetKeys>;
+using VlanSets = FieldSets<Kind::vlan, FieldSetVlanConfig, FieldSetVlanSubConfig, vlanSetKeys>;
+using MacSets = FieldSets<Kind::mac, FieldSetMacAddrConfig, FieldSetMacAddrSubConfig, macSetKeys>;
 
 #define KIND_KEY(attribute, ...)                                                               \
     Key<FieldSetConfig> {                                                                      \
@@ -105,7 +123,7 @@ using Entries = Orb::RbTreeMap<Orb::String, Orb::Ptr<const Orb::PtrInterface>>;
 
 Orb::Ptr<const Orb::PtrInterface> readMacSource(const Node& node, const Orb::String& name) {
     auto source = Orb::make<Orb::Dir>(name);
-    source->entryIs(readMap<Entries>(node, nameKey, MacSets::readSet));
+    source->entryIs(MacSets::readSets<Entries>(node));
     return source;
 }
 

@@ -136,6 +136,15 @@ Node Node::whole() const {
     return node;
 }
 
+const Wanted& Node::wanted() const {
+    static const Wanted everything;
+    return pieces_ == nullptr ? everything : pieces_->wanted();
+}
+
+void Node::passOver() const {
+    if (pieces_ != nullptr) pieces_->passOver();
+}
+
 const Document* Node::document() const {
     const Node* node = this;
     while (node->parent_ != nullptr) node = node->parent_;

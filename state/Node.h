@@ -56,8 +56,12 @@ class Node {
     }
     // Null when all of the value is there.
     Pieces* pieces() const { return pieces_; }
+    // What is wanted of a document that is read in pieces; otherwise everything.
+    const Wanted& wanted() const;
     // The same with all of the value.
     Node whole() const;
+    // The value is an object or a list that nobody looks at.
+    void passOver() const;
     // A member that the object has.
     Node member(std::string_view key) const {
         return {*this, Step{key}, element().at_key(key).value()};

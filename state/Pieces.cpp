@@ -9,6 +9,7 @@
 
 #include "state/BracketScan.h"
 #include "state/OpenDocument.h"
+#include "state/SecondThread.h"
 
 namespace StateDirectory {
 
@@ -25,6 +26,11 @@ simdjson::padded_string newText(std::size_t size) {
     return text;
 }
 
+// Says whether a JSON string is without escapes and made of printable ASCII.
+bool standsForItself(std::string_view text) {
+    return std::ranges::all_of(text, [](char c) { return c >= ' ' && c <= '~' && c != '\\'; });
+}
+
 simdjson::dom::element parse(simdjson::dom::parser& parser, std::string_view text) {
     simdjson::dom::element root;
     const auto error = parser.parse(text.data(), text.size(), false).get(root);
@@ -35,10 +41,12 @@ simdjson::dom::element parse(simdjson::dom::parser& parser, std::string_view tex
 
 }  // namespace
 
-Pieces::Pieces(const std::string& path, SecondThread& second, std::size_t runSize)
+Pieces::Pieces(const std::string& path, SecondThread& second, std::size_t runSize,
+               const Wanted& wanted)
     : document_(openDocument(path)),
       second_(second),
       runSize_(runSize),
+      wanted_(wanted),
       text_(newText(std::min(document_.size, 2 * runSize) + 1)) {}
 
 void Pieces::fill(std::size_t size) {
@@ -100,14 +108,90 @@ simdjson::dom::element Pieces::value() {
 
 simdjson::dom::element Pieces::parsed(std::string_view run) { return parse(parser_, run); }
 
+std::string_view Pieces::restInUtf8() {
+    const std::string_view text = rest();
+    std::size_t end = text.size();
+    if (place() + end < document_.size) {
+        // Without a character that goes on behind the window.
+        const auto isOf = [&](unsigned lead) {
+            return end > 0 && (static_cast<unsigned char>(text[end - 1]) & 0xc0U) == lead;
+        };
+        for (int i = 0; i < 3 && isOf(0x80); ++i) --end;
+        if (isOf(0xc0)) --end;
+    }
+    const std::size_t checked = std::max(utf8To_, place()) - place();
+    if (checked < end) {
+        if (!simdjson::validate_utf8(text.data() + checked, end - checked)) throw NotInPieces();
+        utf8To_ = place() + end;
+    }
+    return text.substr(0, end);
+}
+
+char Pieces::passOver() {
+    const char open = skipBlanks();
+    if (open != '{' && open != '[') throw NotInPieces();
+    ++begin_;
+    BracketScan scan;
+    for (std::size_t taken = 0;;) {
+        fill(2 * BracketScan::blockSize);
+        const bool isLast = read_ == document_.size;
+        std::string_view text = restInUtf8();
+        if (!isLast)
+            text = text.substr(0, text.size() / BracketScan::blockSize * BracketScan::blockSize);
+        if (!scan.take(text)) {
+            begin_ += scan.cuts().close - taken;
+            expect(open == '{' ? '}' : ']');
+            return open;
+        }
+        if (isLast) throw NotInPieces();
+        begin_ += text.size();
+        taken += text.size();
+    }
+}
+
+void Pieces::goTo(std::size_t place) {
+    if (::lseek(document_.file.number(), static_cast<off_t>(place), SEEK_SET) < 0) {
+        throw NotInPieces();
+    }
+    read_ = place;
+    begin_ = 1;
+    end_ = 1;
+}
+
+simdjson::padded_string Pieces::membersAt(std::size_t place, std::size_t size) const {
+    simdjson::padded_string text = newText(size + 2);
+    text.data()[0] = '{';
+    text.data()[size + 1] = '}';
+    for (std::size_t done = 0; done < size;) {
+        const ssize_t count = ::pread(document_.file.number(), text.data() + 1 + done, size - done,
+                                      static_cast<off_t>(place + done));
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) throw NotInPieces();
+        done += static_cast<std::size_t>(count);
+    }
+    return text;
+}
+
 Pieces::Walk::Walk(Pieces& pieces, char open)
-    : pieces_(pieces), open_(open), close_(open == '{' ? '}' : ']') {
+    : pieces_(pieces), open_(open), close_(open == '{' ? '}' : ']'), isOneByOne_(false) {
     pieces_.expect(open);
+}
+
+Pieces::Walk::Walk(Pieces& pieces) : pieces_(pieces), open_('{'), close_('}'), isOneByOne_(true) {
+    pieces_.expect(open_);
+    isOver_ = pieces_.skipBlanks() == close_;
+    if (isOver_) pieces_.expect(close_);
 }
 
 bool Pieces::Walk::next() {
     if (isLarge_) leaveLargeMember();
     if (isOver_) return false;
+    if (!isOneByOne_) return nextRun();
+    enterLargeMember();
+    return true;
+}
+
+bool Pieces::Walk::nextRun() {
     pieces_.fill(pieces_.runSize_);
     const std::string_view text = pieces_.rest().substr(0, pieces_.runSize_);
     const Cuts cuts = findCuts(text);
@@ -138,6 +222,7 @@ void Pieces::Walk::enterLargeMember() {
     isFirst_ = false;
     if (open_ == '{') {
         if (pieces_.skipBlanks() != '"') throw NotInPieces();
+        begin_ = pieces_.place();
         pieces_.fill(longestKey);
         std::string_view text = pieces_.rest();
         std::size_t quote = 1;
@@ -147,9 +232,12 @@ void Pieces::Walk::enterLargeMember() {
         }
         if (quote == std::string_view::npos) throw NotInPieces();
         text = text.substr(0, quote + 1);
-        std::string_view key;
-        if (parse(pieces_.parser_, text).get(key) != simdjson::SUCCESS) throw NotInPieces();
-        key_ = key;
+        key_ = text.substr(1, quote - 1);
+        if (!standsForItself(key_)) {
+            std::string_view key;
+            if (parse(pieces_.parser_, text).get(key) != simdjson::SUCCESS) throw NotInPieces();
+            key_ = key;
+        }
         pieces_.begin_ += text.size();
         pieces_.expect(':');
     }
@@ -164,9 +252,17 @@ void Pieces::Walk::leaveLargeMember() {
     pieces_.expect(isOver_ ? close_ : ',');
 }
 
-void readRun(std::string_view text, const std::function<void(simdjson::dom::element)>& read) {
-    thread_local simdjson::dom::parser parser;
-    read(parse(parser, text));
+void OfferedRun::offer(SecondThread& second,
+                       std::function<void(const simdjson::dom::object&)> read) {
+    second.offer([this, read = std::move(read)] {
+        thread_local simdjson::dom::parser parser;
+        try {
+            read(simdjson::dom::object(parse(parser, text)));
+        } catch (...) {
+            fault = std::current_exception();
+        }
+        text = simdjson::padded_string();
+    });
 }
 
 }  // namespace StateDirectory

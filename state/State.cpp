@@ -11,57 +11,61 @@ namespace StateDirectory {
 
 namespace {
 
-using Read = void (*)(const Node& root, State& state);
-
-// readDocument(path, read, state, second) returns when the document was written. The documents fill
-// different members, so that two threads may fill one state.
-template <class ReadDocument>
-State readDocuments(const std::string& folder, const ReadDocument& readDocument) {
-    State state;
-    SecondThread second([&] {
-        state.statusWritten = readDocument(folder + "/status.json", readStatus, state, second);
-    });
-    readDocument(folder + "/config.json", readConfig, state, second);
-    second.finishFirst();
-    return state;
-}
-
-State readFolder(const std::string& folder) {
+State readFolder(const std::string& folder, const Wanted& wanted) {
     try {
-        return readInPieces(folder);
+        return readInPieces(folder, wanted);
     } catch (const NotInPieces&) {
         return readWhole(folder);
     }
 }
 
+std::string configIn(const std::string& folder) { return folder + "/config.json"; }
+std::string statusIn(const std::string& folder) { return folder + "/status.json"; }
+
 }  // namespace
 
-State readInPieces(const std::string& folder, std::size_t runSize) {
-    const auto readDocument = [&](const std::string& path, Read read, State& state,
-                                  SecondThread& second) {
-        const Orb::ArenaScope arena;
-        Pieces pieces(path, second, runSize);
-        read(Node(pieces), state);
-        pieces.end();
-        return pieces.written();
-    };
-    return readDocuments(folder, readDocument);
+// The documents fill different members, so that two threads may fill one state.
+
+State readInPieces(const std::string& folder, const Wanted& wanted, std::size_t runSize) {
+    const Orb::ArenaScope arena;
+    State state;
+    std::optional<Pieces> status;
+    SecondThread second([&] {
+        status.emplace(statusIn(folder), second, runSize, wanted);
+        readStatus(Node(*status), state);
+        status->end();
+        state.statusWritten = status->written();
+    });
+    Pieces config(configIn(folder), second, runSize, wanted);
+    readConfig(Node(config), state);
+    config.end();
+    second.finishFirst();
+    if (!wanted.passesOverPolicies()) return state;
+    const auto isWanted = wantedPolicies(wanted, state);
+    readPassedOver(config, isWanted);
+    readPassedOver(*status, isWanted);
+    checkDirections(Node(*status), state);
+    return state;
 }
 
 State readWhole(const std::string& folder) {
-    const auto readDocument = [](const std::string& path, Read read, State& state, SecondThread&) {
-        const Document document(path);
-        read(document.root(), state);
-        return document.written();
-    };
-    return readDocuments(folder, readDocument);
+    State state;
+    SecondThread second([&] {
+        const Document status(statusIn(folder));
+        readStatus(status.root(), state);
+        state.statusWritten = status.written();
+    });
+    const Document config(configIn(folder));
+    readConfig(config.root(), state);
+    second.finishFirst();
+    return state;
 }
 
-State readState(const std::string& directory) {
+State readState(const std::string& directory, const Wanted& wanted) {
     for (;;) {
         const std::string folder = documentsFolder(directory);
         try {
-            return readFolder(folder);
+            return readFolder(folder, wanted);
         } catch (const UnreadableError&) {
             // Imports that came meanwhile have removed what was in force at first.
             if (documentsFolder(directory) == folder) throw;

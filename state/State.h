@@ -11,6 +11,7 @@
 #include "orb/Dir.h"
 #include "orb/Seconds.h"
 #include "state/StateError.h"
+#include "state/Wanted.h"
 
 namespace StateDirectory {
 
@@ -43,9 +44,10 @@ struct State {
 };
 
 // Reads config.json and status.json, on two threads; of a directory that is imported into those of
-// one import. Throws StateError when either is missing,
-// unreadable, larger than 1 GiB or has a mistake; of two faulty documents config.json is reported.
-State readState(const std::string& directory);
+// one import. Throws StateError when either is missing, unreadable, larger than 1 GiB or has a
+// mistake; of two faulty documents config.json is reported. wanted: of what nobody wants not every
+// mistake is found, see docs/state.md.
+State readState(const std::string& directory, const Wanted& wanted = {});
 
 // The documents that are read back as the same state. A line for each rule and each record of the
 // status. Throws StateError when the state holds a name that the reader would refuse.

@@ -133,6 +133,37 @@ constexpr Key<PolicyStatus> policyStatusKeys[] = {
      }},
 };
 
+// The same where nothing but the points matters.
+constexpr Key<PolicyStatus> pointStatusKeys[] = {
+    {"classMapStatus", [](const Node& node, PolicyStatus&) { node.passOver(); }, nullptr},
+    {"intfStatus", policyStatusKeys[1].read, nullptr},
+    {"classCounter", [](const Node& node, PolicyStatus&) { node.passOver(); }, nullptr},
+    {"namedCounter", [](const Node& node, PolicyStatus&) { node.passOver(); }, nullptr},
+};
+static_assert(std::size(pointStatusKeys) == std::size(policyStatusKeys) &&
+              policyStatusKeys[1].name == "intfStatus");
+
+using PolicyStatuses = Orb::RbTreeMap<Orb::String, Orb::Ptr<const PolicyMapStatus>>;
+
+PolicyStatuses readPolicyStatuses(const Node& node, ReadIntfKey readIntfKey) {
+    const Wanted& wanted = node.wanted();
+    const bool hasOnlyPoints = wanted.policies == Wanted::Policies::points;
+    const auto read = [readIntfKey, hasOnlyPoints](const Node& member, PolicyMapStatus& policy) {
+        PolicyStatus reading{policy, readIntfKey};
+        readObject(member, hasOnlyPoints ? pointStatusKeys : policyStatusKeys, reading);
+    };
+    if (wanted.passesOverPolicies()) {
+        const Turn turn = wanted.policies == Wanted::Policies::none ? Turn::never : Turn::later;
+        return readMapInTurn<PolicyStatuses, PolicyMapStatus>(
+            node, nameKey, [turn](const Orb::String&) { return turn; }, read);
+    }
+    return readMap<PolicyStatuses>(node, nameKey, [&](const Node& member, const Orb::String& name) {
+        auto policy = Orb::make<PolicyMapStatus>(name);
+        read(member, *policy);
+        return Orb::Ptr<const PolicyMapStatus>(policy);
+    });
+}
+
 // A status object being read, likewise.
 struct TypeStatus {
     using Source = TrafficPolicy::Status;
@@ -147,14 +178,7 @@ constexpr Key<TypeStatus> typeStatusKeys[] = {
     ATTRIBUTE_KEY(TypeStatus, countersPerInterface),
     {"policyMapStatus",
      [](const Node& node, TypeStatus& to) {
-         using Policies = Orb::RbTreeMap<Orb::String, Orb::Ptr<const PolicyMapStatus>>;
-         to.status.policyMapStatusIs(
-             readMap<Policies>(node, nameKey, [&](const Node& member, const Orb::String& name) {
-                 auto policy = Orb::make<PolicyMapStatus>(name);
-                 PolicyStatus reading{*policy, to.readIntfKey};
-                 readObject(member, policyStatusKeys, reading);
-                 return Orb::Ptr<const PolicyMapStatus>(policy);
-             }));
+         to.status.policyMapStatusIs(readPolicyStatuses(node, to.readIntfKey));
      },
      [](Writer& writer, const TrafficPolicy::Status& from) {
          writeMap(writer, from.policyMapStatus(),
@@ -224,7 +248,8 @@ Orb::String onlyOption(const ClassMapStatus& status) {
     return Orb::String(matchOptionName(*status.match().begin()));
 }
 
-// A rule has one match option in the platform; both directions number its rules by it.
+}  // namespace
+
 void checkDirections(const Node& root, const State& state) {
     if (!state.interfaceInput || !state.interfaceOutput) return;
     for (const auto& [policyName, output] : state.interfaceOutput->policyMapStatus()) {
@@ -246,8 +271,6 @@ void checkDirections(const Node& root, const State& state) {
         }
     }
 }
-
-}  // namespace
 
 void readStatus(const Node& root, State& state) {
     readObject(root, statusKeys, state);

@@ -7,6 +7,9 @@
 
 namespace StateDirectory {
 
+// What is read of it agrees with itself: a rule has one match option in the platform; both
+// directions number its rules by it.
+void checkDirections(const Node& root, const State& state);
 void readStatus(const Node& root, State& state);
 void writeStatus(Writer& writer, const State& state);
 

@@ -52,7 +52,7 @@ TEST(Pieces, readTheSameWhereverRunsEnd) {
         const std::string expected = wholeOf(folder);
         // A string as long as a run is not read in pieces.
         for (const std::size_t runSize : {120U, 121U, 128U, 190U, 256U, 1000U, 4099U, 1U << 17}) {
-            EXPECT_EQ(textsOf(StateDirectory::readInPieces(folder, runSize)), expected)
+            EXPECT_EQ(textsOf(StateDirectory::readInPieces(folder, {}, runSize)), expected)
                 << folder << " in runs of " << runSize;
         }
     }
@@ -79,7 +79,7 @@ TEST(Pieces, acceptNothingThatIsRefusedAsAWhole) {
         }
         state.documentIs("config", text);
         try {
-            const State read = StateDirectory::readInPieces(state.path(), 130 + random() % 200);
+            const State read = StateDirectory::readInPieces(state.path(), {}, 130 + random() % 200);
             EXPECT_EQ(textsOf(read), wholeOf(state.path())) << text;
         } catch (const NotInPieces&) {
             ++refused;
@@ -98,12 +98,12 @@ TEST(PiecesThreads, readManyPoliciesTogether) {
     }
     TemporaryState state;
     state.documentIs("config", "{\"policyMapConfig\":{" + policies + "}}");
-    EXPECT_EQ(textsOf(StateDirectory::readInPieces(state.path(), 300)), wholeOf(state.path()));
+    EXPECT_EQ(textsOf(StateDirectory::readInPieces(state.path(), {}, 300)), wholeOf(state.path()));
     for (const auto& [more, wrong] :
          {std::pair{R"(,"P7":{})", "appears twice"},
           std::pair{R"(,"Q":{"currCfg":{"rules":1}})", "is a number"}}) {
         state.documentIs("config", "{\"policyMapConfig\":{" + policies + more + "}}");
-        EXPECT_THROW(StateDirectory::readInPieces(state.path(), 300), NotInPieces);
+        EXPECT_THROW(StateDirectory::readInPieces(state.path(), {}, 300), NotInPieces);
         EXPECT_NE(state.refusal().find(wrong), std::string::npos) << state.refusal();
     }
 }
