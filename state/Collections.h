@@ -213,6 +213,9 @@ Map readMapTogether(const Node& node, ReadKey readKey, ReadValue readValue) {
 
 // What becomes of a member of a map when the document is read in pieces.
 enum class Turn { now, later, never };
+inline auto always(Turn turn) {
+    return [turn](const auto&) { return turn; };
+}
 
 // Reads an object as a map of records, which are made of their keys: read(member, record) reads the
 // value. turnOf(key): when that is done. Later is when all names are known, and only if the member

@@ -7,6 +7,7 @@
 #include "state/Attributes.h"
 #include "state/Criteria.h"
 #include "state/FieldSets.h"
+#include "state/KeySearch.h"
 #include "state/Values.h"
 
 namespace StateDirectory {
@@ -136,6 +137,11 @@ constexpr Key<PolicyMapSubConfig> versionKeys[] = {
     {"rules", readRules, writeRules},
 };
 
+void addFamily(ClassMapConfig& rule, ClassMapMatchOption option) {
+    if (rule.match().contains(option)) return;
+    rule.matchIs(option, Orb::make<ClassMapMatch>(rule.name(), option));
+}
+
 // The families of the rules, as one rule.
 void readFamilies(const Node& node, PolicyMapSubConfig& version) {
     auto rule = Orb::make<ClassMapConfig>(version.name());
@@ -151,8 +157,7 @@ void readFamilies(const Node& node, PolicyMapSubConfig& version) {
                 const Node match = matches.node();
                 const ClassMapMatchOption option = matchOptionKey(match, matches.name());
                 match.passOver();
-                if (rule->match().contains(option)) continue;
-                rule->matchIs(option, Orb::make<ClassMapMatch>(version.name(), option));
+                addFamily(*rule, option);
             }
         }
     }
@@ -181,28 +186,54 @@ constexpr Key<PolicyMapConfig> policyFamilyKeys[] = {
     {"currCfg", readVersion<familyKeys>, nullptr},
 };
 
-using Policies = Orb::RbTreeMap<Orb::String, Orb::Ptr<const PolicyMapConfig>>;
-
-template <const auto& keys>
-Policies readEachPolicy(const Node& node) {
-    return readMapTogether<Policies>(node, nameKey,
-                                     [](const Node& member, const Orb::String& name) {
-                                         auto policy = Orb::make<PolicyMapConfig>(name);
-                                         readObject(member, keys, *policy);
-                                         return Orb::Ptr<const PolicyMapConfig>(policy);
-                                     });
+// The same of a policy's text. Its rules have the options as keys, and nothing else in it does.
+void readFamilies(std::string_view text, PolicyMapConfig& to) {
+    if (text.find_first_not_of(" \t\n\r", 1) + 1 == text.size()) return;  // no current version
+    constexpr char letters[] = {'i', 'm'};
+    const auto options = matchOptionWords();
+    const U64 found = keysIn(text, options, letters);
+    auto rule = Orb::make<ClassMapConfig>(to.name());
+    for (std::size_t i = 0; i < options.size(); ++i) {
+        if ((found >> i & 1) != 0) addFamily(*rule, static_cast<ClassMapMatchOption>(i));
+    }
+    auto version = Orb::make<PolicyMapSubConfig>(to.name());
+    version->classMapIs(to.name(), std::move(rule));
+    to.currCfgIs(Orb::Ptr<const PolicyMapSubConfig>(version));
 }
 
-Policies readPolicyMap(const Node& node) {
-    const Wanted& wanted = node.wanted();
-    if (wanted.policies == Wanted::Policies::points) return readEachPolicy<policyFamilyKeys>(node);
-    if (!wanted.passesOverPolicies()) return readEachPolicy<policyKeys>(node);
-    const Turn turn = wanted.policies == Wanted::Policies::none ? Turn::never : Turn::later;
-    return readMapInTurn<Policies, PolicyMapConfig>(
-        node, nameKey, [turn](const Orb::String&) { return turn; },
-        [](const Node& member, PolicyMapConfig& policy) {
-            readObject(member, policyKeys, policy);
-        });
+void readPolicyPoints(const Node& node, PolicyMapConfig& to) {
+    if (const auto text = node.pieces()->plainText()) {
+        readFamilies(*text, to);
+    } else {
+        readObject(node, policyFamilyKeys, to);
+    }
+}
+
+void readPolicy(const Node& node, PolicyMapConfig& to) { readObject(node, policyKeys, to); }
+
+Orb::RbTreeMap<Orb::String, Orb::Ptr<const PolicyMapConfig>> readPolicyMap(const Node& node) {
+    using Policies = Orb::RbTreeMap<Orb::String, Orb::Ptr<const PolicyMapConfig>>;
+    const auto inTurn = [&](Turn turn, auto read) {
+        return readMapInTurn<Policies, PolicyMapConfig>(node, nameKey, always(turn), read);
+    };
+    switch (node.wanted().policies) {
+        case Wanted::Policies::all:
+            return readMapTogether<Policies>(node, nameKey,
+                                             [](const Node& member, const Orb::String& name) {
+                                                 auto policy = Orb::make<PolicyMapConfig>(name);
+                                                 readPolicy(member, *policy);
+                                                 return Orb::Ptr<const PolicyMapConfig>(policy);
+                                             });
+        case Wanted::Policies::points:
+            return inTurn(Turn::now, readPolicyPoints);
+        case Wanted::Policies::none:
+            return inTurn(Turn::never, readPolicy);
+        case Wanted::Policies::named:
+        case Wanted::Policies::onCpu:
+        case Wanted::Policies::onVlans:
+            break;
+    }
+    return inTurn(Turn::later, readPolicy);
 }
 
 Orb::Ptr<const TrafficPolicy::TrafficPolicyConfig> readPolicies(const Node& node) {

@@ -145,6 +145,12 @@ void Node::passOver() const {
     if (pieces_ != nullptr) pieces_->passOver();
 }
 
+Node Node::oneByOne() const {
+    Node node = *this;
+    node.isOneByOne_ = true;
+    return node;
+}
+
 const Document* Node::document() const {
     const Node* node = this;
     while (node->parent_ != nullptr) node = node->parent_;

@@ -62,6 +62,10 @@ class Node {
     Node whole() const;
     // The value is an object or a list that nobody looks at.
     void passOver() const;
+    // The same value, an object of which most members are passed over: each is entered by itself,
+    // if the document is read in pieces.
+    Node oneByOne() const;
+    bool isOneByOne() const { return isOneByOne_; }
     // A member that the object has.
     Node member(std::string_view key) const {
         return {*this, Step{key}, element().at_key(key).value()};
@@ -102,6 +106,7 @@ class Node {
     const Node* parent_ = nullptr;
     Step step_;  // from the parent
     Pieces* pieces_ = nullptr;
+    bool isOneByOne_ = false;
     simdjson::dom::element element_;
 };
 
@@ -115,7 +120,11 @@ class Children {
 
     explicit Children(const Node& parent) : parent_(parent) {
         if (parent.pieces() != nullptr) {
-            walk_.emplace(*parent.pieces(), haveNames ? '{' : '[');
+            if (parent.isOneByOne()) {
+                walk_.emplace(*parent.pieces());
+            } else {
+                walk_.emplace(*parent.pieces(), haveNames ? '{' : '[');
+            }
         } else if constexpr (haveNames) {
             begin(parent.object());
         } else {

@@ -149,6 +149,19 @@ char Pieces::passOver() {
     }
 }
 
+std::optional<std::string_view> Pieces::plainText() {
+    if (skipBlanks() != '{') throw NotInPieces();
+    fill(runSize_);
+    std::string_view text = restInUtf8().substr(0, runSize_);
+    const Cuts cuts = findCuts(text.substr(1));
+    if (cuts.close == Cuts::none) return std::nullopt;
+    text = text.substr(0, cuts.close + 2);
+    if (text.back() != '}') throw NotInPieces();
+    if (text.find('\\') != std::string_view::npos) return std::nullopt;
+    begin_ += text.size();
+    return text;
+}
+
 void Pieces::goTo(std::size_t place) {
     if (::lseek(document_.file.number(), static_cast<off_t>(place), SEEK_SET) < 0) {
         throw NotInPieces();

@@ -17,6 +17,7 @@
 
 #include <exception>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -95,6 +96,9 @@ class Pieces {
     simdjson::dom::element parsed(std::string_view run);
     // Passes over the object or list that the text goes on with; returns the bracket it opens with.
     char passOver();
+    // The same of an object that fits into a run and has no escape in it: its text, valid until the
+    // next step. Nothing when it is not so: then the text goes on with it as before.
+    std::optional<std::string_view> plainText();
     // Nothing but blanks is left.
     void end();
 

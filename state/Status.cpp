@@ -146,22 +146,36 @@ static_assert(std::size(pointStatusKeys) == std::size(policyStatusKeys) &&
 using PolicyStatuses = Orb::RbTreeMap<Orb::String, Orb::Ptr<const PolicyMapStatus>>;
 
 PolicyStatuses readPolicyStatuses(const Node& node, ReadIntfKey readIntfKey) {
-    const Wanted& wanted = node.wanted();
-    const bool hasOnlyPoints = wanted.policies == Wanted::Policies::points;
-    const auto read = [readIntfKey, hasOnlyPoints](const Node& member, PolicyMapStatus& policy) {
+    const auto read = [readIntfKey](const Node& member, PolicyMapStatus& policy) {
         PolicyStatus reading{policy, readIntfKey};
-        readObject(member, hasOnlyPoints ? pointStatusKeys : policyStatusKeys, reading);
+        readObject(member, policyStatusKeys, reading);
     };
-    if (wanted.passesOverPolicies()) {
-        const Turn turn = wanted.policies == Wanted::Policies::none ? Turn::never : Turn::later;
-        return readMapInTurn<PolicyStatuses, PolicyMapStatus>(
-            node, nameKey, [turn](const Orb::String&) { return turn; }, read);
+    const auto readPoints = [readIntfKey](const Node& member, PolicyMapStatus& policy) {
+        PolicyStatus reading{policy, readIntfKey};
+        readObject(member.oneByOne(), pointStatusKeys, reading);
+    };
+    const auto inTurn = [&](Turn turn, auto readInto) {
+        return readMapInTurn<PolicyStatuses, PolicyMapStatus>(node, nameKey, always(turn),
+                                                              readInto);
+    };
+    switch (node.wanted().policies) {
+        case Wanted::Policies::all:
+            return readMap<PolicyStatuses>(node, nameKey,
+                                           [&](const Node& member, const Orb::String& name) {
+                                               auto policy = Orb::make<PolicyMapStatus>(name);
+                                               read(member, *policy);
+                                               return Orb::Ptr<const PolicyMapStatus>(policy);
+                                           });
+        case Wanted::Policies::points:
+            return inTurn(Turn::now, readPoints);
+        case Wanted::Policies::none:
+            return inTurn(Turn::never, read);
+        case Wanted::Policies::named:
+        case Wanted::Policies::onCpu:
+        case Wanted::Policies::onVlans:
+            break;
     }
-    return readMap<PolicyStatuses>(node, nameKey, [&](const Node& member, const Orb::String& name) {
-        auto policy = Orb::make<PolicyMapStatus>(name);
-        read(member, *policy);
-        return Orb::Ptr<const PolicyMapStatus>(policy);
-    });
+    return inTurn(Turn::later, read);
 }
 
 // A status object being read, likewise.
