@@ -216,24 +216,17 @@ Orb::RbTreeMap<Orb::String, Orb::Ptr<const PolicyMapConfig>> readPolicyMap(const
     const auto inTurn = [&](Turn turn, auto read) {
         return readMapInTurn<Policies, PolicyMapConfig>(node, nameKey, always(turn), read);
     };
-    switch (node.wanted().policies) {
-        case Wanted::Policies::all:
-            return readMapTogether<Policies>(node, nameKey,
-                                             [](const Node& member, const Orb::String& name) {
-                                                 auto policy = Orb::make<PolicyMapConfig>(name);
-                                                 readPolicy(member, *policy);
-                                                 return Orb::Ptr<const PolicyMapConfig>(policy);
-                                             });
-        case Wanted::Policies::points:
-            return inTurn(Turn::now, readPolicyPoints);
-        case Wanted::Policies::none:
-            return inTurn(Turn::never, readPolicy);
-        case Wanted::Policies::named:
-        case Wanted::Policies::onCpu:
-        case Wanted::Policies::onVlans:
-            break;
+    const Wanted::Policies wanted = node.wanted().policies;
+    if (wanted == Wanted::Policies::all) {
+        return readMapTogether<Policies>(node, nameKey,
+                                         [](const Node& member, const Orb::String& name) {
+                                             auto policy = Orb::make<PolicyMapConfig>(name);
+                                             readPolicy(member, *policy);
+                                             return Orb::Ptr<const PolicyMapConfig>(policy);
+                                         });
     }
-    return inTurn(Turn::later, readPolicy);
+    if (wanted == Wanted::Policies::points) return inTurn(Turn::now, readPolicyPoints);
+    return inTurn(wanted == Wanted::Policies::none ? Turn::never : Turn::later, readPolicy);
 }
 
 Orb::Ptr<const TrafficPolicy::TrafficPolicyConfig> readPolicies(const Node& node) {

@@ -158,24 +158,15 @@ PolicyStatuses readPolicyStatuses(const Node& node, ReadIntfKey readIntfKey) {
         return readMapInTurn<PolicyStatuses, PolicyMapStatus>(node, nameKey, always(turn),
                                                               readInto);
     };
-    switch (node.wanted().policies) {
-        case Wanted::Policies::all:
-            return readMap<PolicyStatuses>(node, nameKey,
-                                           [&](const Node& member, const Orb::String& name) {
-                                               auto policy = Orb::make<PolicyMapStatus>(name);
-                                               read(member, *policy);
-                                               return Orb::Ptr<const PolicyMapStatus>(policy);
-                                           });
-        case Wanted::Policies::points:
-            return inTurn(Turn::now, readPoints);
-        case Wanted::Policies::none:
-            return inTurn(Turn::never, read);
-        case Wanted::Policies::named:
-        case Wanted::Policies::onCpu:
-        case Wanted::Policies::onVlans:
-            break;
-    }
-    return inTurn(Turn::later, read);
+    const Wanted::Policies wanted = node.wanted().policies;
+    if (wanted == Wanted::Policies::points) return inTurn(Turn::now, readPoints);
+    if (wanted == Wanted::Policies::none) return inTurn(Turn::never, read);
+    if (wanted != Wanted::Policies::all) return inTurn(Turn::later, read);
+    return readMap<PolicyStatuses>(node, nameKey, [&](const Node& member, const Orb::String& name) {
+        auto policy = Orb::make<PolicyMapStatus>(name);
+        read(member, *policy);
+        return Orb::Ptr<const PolicyMapStatus>(policy);
+    });
 }
 
 // A status object being read, likewise.
