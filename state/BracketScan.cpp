@@ -11,7 +11,6 @@ namespace StateDirectory {
 
 namespace {
 
-constexpr std::size_t blockSize = BracketScan::blockSize;
 using BlockBits = BracketScan::BlockBits;
 
 // The brackets differ from the braces in this bit.
@@ -41,7 +40,7 @@ BlockBits marksOf(const char* block) {
 #else
 BlockBits marksOf(const char* block) {
     BlockBits marks;
-    for (std::size_t i = 0; i < blockSize; ++i) {
+    for (std::size_t i = 0; i < BracketScan::blockSize; ++i) {
         const auto bit = [&](bool is) { return U64{is} << i; };
         const char brace = static_cast<char>(block[i] | braceBit);
         marks.quote |= bit(block[i] == '"');
