@@ -1,6 +1,7 @@
 #include "cli/StateReport.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <map>
@@ -234,6 +235,30 @@ int reportState(const Session& session) {
     }
     reportLastClear(renderer, session);
     reportCounterStore(renderer, session);
+    renderer.documentEnd();
+    renderer.flush();
+    return ExitStatus::success;
+}
+
+int checkState(const Session& session) {
+    session.currentState();
+    StateDirectory::readSnapshots(session.stateDirectory());
+    StateDirectory::readHeard(session.stateDirectory());
+    textout::TextOutBuffer out(session.fd());
+    RendererV2 renderer(out, session.format(), session.revision());
+    renderer.documentBegin();
+    renderer.pair("directory", session.stateDirectory());
+    renderer.text("State directory: ").name(session.stateDirectory()).endLine();
+    {
+        const auto documents = renderer.list("documents");
+        for (const std::string name :
+             {"config.json", "status.json", "snapshots.json", StateDirectory::heardName}) {
+            const std::string path = session.stateDirectory() + "/" + name;
+            if (::access(path.c_str(), F_OK) != 0) continue;
+            renderer.item(name);
+            renderer.indent(3).text(name).text(": no mistakes").endLine();
+        }
+    }
     renderer.documentEnd();
     renderer.flush();
     return ExitStatus::success;

@@ -1,4 +1,5 @@
-// The command "show traffic-policy state": what reports are made of.
+// The commands "show traffic-policy state" and "check": what reports are made of, and whether it has
+// mistakes.
 #pragma once
 
 #include "cli/Session.h"
@@ -9,5 +10,7 @@ namespace Cli {
 // clear per target, and whether the counter store can be read. Returns the exit status. Throws
 // StateDirectory::StateError and textout::WriteError.
 int reportState(const Session& session);
+// Reads all of the documents as they stand now, and prints which ones. Likewise.
+int checkState(const Session& session);
 
 }  // namespace Cli

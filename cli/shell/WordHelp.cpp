@@ -14,6 +14,7 @@ struct HelpRow {
 
 constexpr HelpRow helpRows[] = {
     {"show", "print a report"},
+    {"check", "read every document, and say whether it has a mistake"},
     {"clear", "let counts begin anew"},
     {"compare", "what differs between two state directories"},
     {"DIR_BEFORE", "the state directory of before"},

@@ -87,7 +87,7 @@ TEST(Grammar, pointsAtWrongWords) {
         {split("shwo traffic-policy cpu"),
          "\"shwo\" cannot stand here\n"
          "  shwo traffic-policy cpu\n"
-         "  ^~~~ expected show, compare, clear, mark or delete"},
+         "  ^~~~ expected show, check, compare, clear, mark or delete"},
         {split("show traffic-policy interface sumary"),
          "\"sumary\" cannot stand here\n"
          "  show traffic-policy interface sumary\n"

@@ -236,4 +236,22 @@ TEST(LittleRead, printsTheSameOfDrawnStates) {
     }
 }
 
+// A mistake where other commands do not look, or only some do.
+TEST(LittleRead, checkReadsEveryDocument) {
+    TemporaryState directory;
+    for (const std::string name : {"config", "status", "snapshots", "heard"}) {
+        const std::string before = name == "config" || name == "status" ? "{}" : "";
+        directory.documentIs(name, R"({"unknown": 1})");
+        try {
+            Cli::StateReadOnce source(directory.path());
+            Cli::planOf({"check"})(Cli::Session(directory.path(), 1, 1, 2, source));
+            ADD_FAILURE() << name;
+        } catch (const StateDirectory::StateError& error) {
+            EXPECT_NE(std::string(error.what()).find(name + ".json"), std::string::npos);
+        }
+        std::filesystem::remove(directory.document(name));
+        if (!before.empty()) directory.documentIs(name, before);
+    }
+}
+
 }  // namespace

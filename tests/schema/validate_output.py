@@ -57,6 +57,6 @@ def check_refusals(validators):
 
 
 def run():
-    validators = load("policy", "fieldset", "diagnosis", "counter", "state-report")
+    validators = load("policy", "fieldset", "diagnosis", "counter", "state-report", "state-check")
     check_golden(validators)
     return f"output: {check_refusals(validators)} documents to refuse"
