@@ -321,7 +321,7 @@ const std::vector<Command>& commands() {
          wantedReferences},
         {"show traffic-policy state", "the state directory: documents, counts, last clear",
          [](const Match&) { return Plan(reportState); }},
-        {"check", "reads every document of the state directory; exit status 2 if one has a mistake",
+        {"check", "reads every document of the state directory: finds any mistake",
          [](const Match&) { return Plan(checkState); }},
         {"compare DIR_BEFORE DIR_AFTER [NAME] [detail]",
          "what changed between two state directories; exit status 1 if anything did",
