@@ -1,5 +1,5 @@
-// The commands "show traffic-policy state" and "check": what reports are made of, and whether it has
-// mistakes.
+// The commands "show traffic-policy state" and "check": what reports are made of, and whether it
+// has mistakes.
 #pragma once
 
 #include "cli/Session.h"
