@@ -251,6 +251,13 @@ Map readMapInTurn(const Node& node, ReadKey readKey, TurnOf turnOf, Read read) {
 template <class Set, class ReadValue>
 Set readSet(const Node& node, ReadValue readValue) {
     Set set;
+    if constexpr (requires { set.indexAll(); }) {
+        if (node.pieces() != nullptr) {  // it is large
+            for (Elements elements(node); elements.next();) set.append(readValue(elements.node()));
+            if (!set.indexAll()) throw NotInPieces();
+            return set;
+        }
+    }
     reserveFor(set, node, &Node::list);
     for (Elements elements(node); elements.next();) {
         const Node item = elements.node();

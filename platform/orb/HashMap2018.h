@@ -9,6 +9,8 @@
 // that del() returns, so a walk may delete as it goes.
 #pragma once
 
+#include <array>
+
 #include "orb/DenseEntries.h"
 #include "orb/Hash.h"
 
@@ -97,6 +99,33 @@ class HashMap2018 {
 
     // Inserts a key that is known not to be there: no look-up.
     void insertNew(Entry entry) { insert(std::move(entry)); }
+    // Many keys at once: what is appended is found only after indexAll(), which says whether all
+    // keys are different. Nothing else may be done before; with two equal keys, nothing but ending
+    // it.
+    void append(Entry entry) { entries_.push_back(std::move(entry)); }
+    bool indexAll() {
+        const U32 count = size();
+        if (count == 0) return true;
+        index() = Slots(slotsFor(count), absent);
+        // A large index is in no cache: what a key needs is asked for some keys before its turn, at
+        // first its slot, then the entry whose position is there already.
+        constexpr U32 ahead = 8;
+        std::array<std::size_t, 4 * ahead> homes{};
+        const auto homeOf = [&](U32 position) -> auto& { return homes[position % homes.size()]; };
+        for (U32 next = 0; next < count + 2 * ahead; ++next) {
+            if (next < count) {
+                homeOf(next) = hashOf(keyOf(entries_[next])) & (index().size() - 1);
+                __builtin_prefetch(&index()[homeOf(next)]);
+            }
+            const U32 nearer = next - ahead;
+            if (nearer < count && index()[homeOf(nearer)] != absent) {
+                __builtin_prefetch(&entries_[index()[homeOf(nearer)]]);
+            }
+            const U32 position = nearer - ahead;
+            if (position < count && !enterNew(position, homeOf(position))) return false;
+        }
+        return true;
+    }
     // Room for that many entries without a further allocation.
     void reserve(U32 count) {
         entries_.reserve(count);
@@ -173,6 +202,15 @@ class HashMap2018 {
         return entries_[count - 1];
     }
 
+    // Enters a position into the index, from a slot on; false when its key is there already.
+    bool enterNew(U32 position, std::size_t slot) {
+        for (; index()[slot] != absent; slot = (slot + 1) & (index().size() - 1)) {
+            if (keyOf(entries_[index()[slot]]) == keyOf(entries_[position])) return false;
+        }
+        index()[slot] = position;
+        return true;
+    }
+
     void indexIs(U32 position) {
         const std::size_t mask = index().size() - 1;
         std::size_t slot = hashOf(keyOf(entries_[position])) & mask;
@@ -202,11 +240,15 @@ class HashMap2018 {
         slots[gap] = absent;
     }
 
-    // Lays the index anew, with room for that many entries.
-    void buildIndex(U32 count) {
+    static std::size_t slotsFor(U32 count) {
         std::size_t slots = 2 * std::size_t{scanLimit};
         while (slots < 2 * std::size_t{count}) slots *= 2;
-        index() = Slots(slots, absent);
+        return slots;
+    }
+
+    // Lays the index anew, with room for that many entries.
+    void buildIndex(U32 count) {
+        index() = Slots(slotsFor(count), absent);
         for (U32 i = 0; i < size(); ++i) indexIs(i);
     }
 

@@ -89,6 +89,22 @@ TEST(Pieces, acceptNothingThatIsRefusedAsAWhole) {
     EXPECT_LT(refused, 196);
 }
 
+TEST(Pieces, findAPrefixThatALargeSetHasTwice) {
+    std::string prefixes;
+    for (int i = 0; i < 255; ++i) prefixes += "\"10." + std::to_string(i) + ".0.0/16\",";
+    const auto stateWith = [&](TemporaryState& state, const std::string& last) {
+        state.documentIs("config", R"({"fieldSetConfig":{"fieldSetIpPrefix":{"A":{"currCfg":)"
+                                   R"({"prefixes":[)" +
+                                       prefixes + last + "]}}}}}");
+    };
+    TemporaryState state;
+    stateWith(state, R"("10.255.0.0/16")");
+    EXPECT_EQ(textsOf(StateDirectory::readInPieces(state.path(), 300)), wholeOf(state.path()));
+    stateWith(state, R"("10.3.0.0/16")");
+    EXPECT_THROW(StateDirectory::readInPieces(state.path(), 300), NotInPieces);
+    EXPECT_NE(state.refusal().find("/prefixes/255"), std::string::npos) << state.refusal();
+}
+
 // Both threads read policies; a mistake of any of them is refused with its place.
 TEST(PiecesThreads, readManyPoliciesTogether) {
     std::string policies;

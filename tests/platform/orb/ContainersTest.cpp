@@ -124,6 +124,29 @@ TEST(HashMap2018, setsHoldKeysOnceAndFindThemByEqualValuesOfOtherTypes) {
     EXPECT_TRUE(directories.contains(Orb::Ptr<const Orb::Dir>(directory.get())));
 }
 
+TEST(HashMap2018, manyKeysAtOnceAreFoundOrRefused) {
+    for (const U32 count : {0U, 1U, 2U, 8U, 9U, 17U, 1000U}) {
+        Map map;
+        for (U32 i = 0; i < count; ++i) map.append({Key{i}, std::to_string(i)});
+        ASSERT_TRUE(map.indexAll()) << count;
+        for (U32 i = 0; i < 2 * count; ++i) {
+            ASSERT_EQ(map.contains(Key{i}), i < count) << i << " of " << count;
+        }
+        for (U32 i = 0; i < 2 * count; i += 2) map.is(Key{i}, "again");
+        for (U32 i = 1; i < count; i += 2) map.del(Key{i});
+        for (U32 i = 0; i < 2 * count; ++i) {
+            ASSERT_EQ(map.contains(Key{i}), i % 2 == 0) << i << " of " << count;
+        }
+        for (const U32 repeated : {0U, count / 2, count - 1}) {
+            if (count == 0) break;
+            Map twice;
+            for (U32 i = 0; i < count; ++i) twice.append({Key{i}, ""});
+            twice.append({Key{repeated}, ""});
+            EXPECT_FALSE(twice.indexAll()) << repeated << " of " << count;
+        }
+    }
+}
+
 TEST(RbTreeMap, countsEntriesThatComeGoAndAreReplaced) {
     RbTreeMap<std::string, int> map;
     const auto counted = [&](const auto& change) {
