@@ -4,7 +4,7 @@
 #include "cli/CompareCommand.h"
 #include "cli/DiagnosisCommands.h"
 #include "cli/ExitStatus.h"
-#include "cli/Filters.h"
+#include "cli/FieldSetCommands.h"
 #include "cli/KnownNames.h"
 #include "cli/Marks.h"
 #include "cli/PacketWords.h"
@@ -12,7 +12,6 @@
 #include "cli/RateCommands.h"
 #include "cli/StateReport.h"
 #include "state/Snapshots.h"
-#include "traffic-policy/ShowFieldSets.h"
 #include "traffic-policy/ShowTrafficPolicy.h"
 
 namespace Cli {
@@ -23,11 +22,7 @@ using PolicyMap::Counters::Direction;
 using TrafficPolicyCli::PolicyViewWord;
 using TrafficPolicyCli::showTrafficPolicyCpuFactory;
 using TrafficPolicyCli::showTrafficPolicyInterfaceFactory;
-using TrafficPolicyCli::showTrafficPolicyL4PortFieldSetFactory;
-using TrafficPolicyCli::showTrafficPolicyMacFieldSetFactory;
-using TrafficPolicyCli::showTrafficPolicyPrefixFieldSetFactory;
 using TrafficPolicyCli::showTrafficPolicyVAclFactory;
-using TrafficPolicyCli::showTrafficPolicyVlanFieldSetFactory;
 
 constexpr auto jsonKeyword = "trafficPolicies";
 constexpr auto headingWords = "Traffic policy ";
@@ -140,46 +135,6 @@ Plan planVlan(const Match& match) {
     };
 }
 
-Plan planPrefixFieldSet(const Match& match) {
-    const bool ipv4 = match.has("ipv4");
-    const Token* const filter = match.find("PREFIX");
-    const auto prefix = filter == nullptr ? Wire::IpGenPrefix() : prefixFilter(*filter, ipv4);
-    return [name = match.name(), ipv4, isFiltered = filter != nullptr, prefix,
-            exact = match.has("exact")](const Session& session) {
-        return print(showTrafficPolicyPrefixFieldSetFactory(session.state().fieldSetConfig, name,
-                                                            ipv4, isFiltered, prefix, exact),
-                     session, name, ipv4 ? "IPv4 prefix field set" : "IPv6 prefix field set",
-                     prefixFieldSetNames(session.state(), ipv4));
-    };
-}
-
-Plan planPortFieldSet(const Match& match) {
-    const Token* const filter = match.find("LOW[-HIGH]");
-    const auto ports = filter == nullptr ? Classification::PortRange() : portFilter(*filter);
-    return [name = match.name(), isFiltered = filter != nullptr, ports](const Session& session) {
-        return print(showTrafficPolicyL4PortFieldSetFactory(session.state().fieldSetConfig, name,
-                                                            isFiltered, ports),
-                     session, name, "L4 port field set", portFieldSetNames(session.state()));
-    };
-}
-
-Plan planVlanFieldSet(const Match& match) {
-    const Token* const filter = match.find("LOW[-HIGH]");
-    const auto vlans = filter == nullptr ? Classification::VlanRange() : vlanFilter(*filter);
-    return [name = match.name(), isFiltered = filter != nullptr, vlans](const Session& session) {
-        return print(showTrafficPolicyVlanFieldSetFactory(session.state().fieldSetConfig, name,
-                                                          isFiltered, vlans),
-                     session, name, "VLAN field set", vlanFieldSetNames(session.state()));
-    };
-}
-
-Plan planMacFieldSet(const Match& match) {
-    return [name = match.name()](const Session& session) {
-        return print(showTrafficPolicyMacFieldSetFactory(session.state().macDir, name), session,
-                     name, "MAC field set", macFieldSetNames(session.state()));
-    };
-}
-
 Plan planClear(const Match& match) {
     ClearScope scope;
     scope.policy = match.name();
@@ -226,16 +181,6 @@ Wanted wantedReferences(const Match& match) {
     return match.has("policy") ? wantedPoints(match) : Wanted();
 }
 
-template <Wanted::FieldSets kind>
-Wanted wantedFieldSets(const Match& match) {
-    return {.policies = Wanted::Policies::none, .fieldSets = kind, .fieldSet = match.name()};
-}
-
-Wanted wantedPrefixFieldSets(const Match& match) {
-    return match.has("ipv4") ? wantedFieldSets<Wanted::FieldSets::ipv4Prefix>(match)
-                             : wantedFieldSets<Wanted::FieldSets::ipv6Prefix>(match);
-}
-
 // Words that are no command, but that a user has reason to expect as one, and what to say to them.
 struct Refusal {
     std::string_view line;
@@ -271,67 +216,65 @@ const char* reasonAgainst(const Words& words, std::size_t wrong) {
     }
 }
 
+const Command policyCommands[] = {
+    {"show traffic-policy [NAME] interface [input | output] "
+     "[summary | detail | errors | counters [nonzero] [since MARK]]",
+     "policies on interfaces: where they are and where they failed; their rules", planInterface,
+     wantedPolicies},
+    {"show traffic-policy [NAME] cpu [summary | detail | errors | counters [nonzero] [since "
+     "MARK]]",
+     "policies on the CPU, per VRF, in hardware and in the kernel", planCpu, wantedPolicies},
+    {"show traffic-policy [NAME] (interface [input | output] | cpu) counters rate [SECONDS]",
+     "how fast they count, now", planRates, wantedPolicies},
+    {"show traffic-policy [NAME] vlan [summary | detail | errors]", "policies on VLANs", planVlan,
+     wantedPolicies},
+};
+
+const Command otherCommands[] = {
+    {"show traffic-policy attachments [interface INTF | vrf VRF | vlan VLAN]",
+     "where policies are, and what the platform did there", planAttachments, wantedPoints},
+    {"show traffic-policy packet (interface INTF (input | output) | cpu VRF | vlan VLAN | "
+     "policy NAME) FIELD VALUE ...",
+     "which rules take a packet, as configured and as installed", planPacket, wantedAtPoint,
+     packetGrammar},
+    {"show traffic-policy capture FILE (interface INTF (input | output) | cpu VRF | "
+     "vlan VLAN | policy NAME)",
+     "the packets of a capture file, by the rules that would take them", planCapture,
+     wantedAtPoint},
+    {"show traffic-policy problems [NAME]",
+     "what is wrong with policies; --exit-code for monitoring",
+     planProblems,
+     wantedPolicies,
+     {},
+     true},
+    {"show traffic-policy references (policy | field-set | counter | vrf | nexthop-group) NAME",
+     "the rules that name it, and where their policies are attached", planReferences,
+     wantedReferences},
+    {"show traffic-policy state", "the state directory: documents, counts, last clear",
+     [](const Match&) { return Plan(reportState); }},
+    {"check", "reads every document of the state directory: finds any mistake",
+     [](const Match&) { return Plan(checkState); }},
+    {"compare DIR_BEFORE DIR_AFTER [NAME] [detail]",
+     "what changed between two state directories; exit status 1 if anything did", planComparison},
+    {"clear traffic-policy counters [policy NAME] [interface [input | output] | cpu]",
+     "lets the counts of later shows begin now, all or only these", planClear},
+    {"mark MARK", "remembers the counts of now for you alone", planMark},
+    {"show marks", "your marks on this state directory", planShowMarks},
+    {"delete mark MARK", "forgets one", planDeleteMark},
+};
+
 }  // namespace
 
 const std::vector<Command>& commands() {
-    static const std::vector<Command> rows = {
-        {"show traffic-policy [NAME] interface [input | output] "
-         "[summary | detail | errors | counters [nonzero] [since MARK]]",
-         "policies on interfaces: where they are and where they failed; their rules", planInterface,
-         wantedPolicies},
-        {"show traffic-policy [NAME] cpu [summary | detail | errors | counters [nonzero] [since "
-         "MARK]]",
-         "policies on the CPU, per VRF, in hardware and in the kernel", planCpu, wantedPolicies},
-        {"show traffic-policy [NAME] (interface [input | output] | cpu) counters rate [SECONDS]",
-         "how fast they count, now", planRates, wantedPolicies},
-        {"show traffic-policy [NAME] vlan [summary | detail | errors]", "policies on VLANs",
-         planVlan, wantedPolicies},
-        {"show traffic-policy field-set (ipv4 | ipv6) prefix [NAME] [filter PREFIX [exact]]",
-         "prefix field sets; with a filter what overlaps it, or is that very prefix",
-         planPrefixFieldSet, wantedPrefixFieldSets},
-        {"show traffic-policy field-set l4-port [NAME] [filter LOW[-HIGH]]",
-         "port field sets; with a filter those with a range that holds all of it", planPortFieldSet,
-         wantedFieldSets<Wanted::FieldSets::l4Port>},
-        {"show traffic-policy field-set vlan [NAME] [filter LOW[-HIGH]]",
-         "VLAN field sets; with a filter those with a range that holds all of it", planVlanFieldSet,
-         wantedFieldSets<Wanted::FieldSets::vlan>},
-        {"show traffic-policy field-set mac [NAME]", "MAC field sets, by source", planMacFieldSet,
-         wantedFieldSets<Wanted::FieldSets::mac>},
-        {"show traffic-policy field-set holding (ADDRESS | l4-port PORT | vlan VLAN | mac MAC)",
-         "the field sets that hold it, and what takes it out of others", planFieldSetHolding,
-         wantedFieldSets<Wanted::FieldSets::all>},
-        {"show traffic-policy attachments [interface INTF | vrf VRF | vlan VLAN]",
-         "where policies are, and what the platform did there", planAttachments, wantedPoints},
-        {"show traffic-policy packet (interface INTF (input | output) | cpu VRF | vlan VLAN | "
-         "policy NAME) FIELD VALUE ...",
-         "which rules take a packet, as configured and as installed", planPacket, wantedAtPoint,
-         packetGrammar},
-        {"show traffic-policy capture FILE (interface INTF (input | output) | cpu VRF | "
-         "vlan VLAN | policy NAME)",
-         "the packets of a capture file, by the rules that would take them", planCapture,
-         wantedAtPoint},
-        {"show traffic-policy problems [NAME]",
-         "what is wrong with policies; --exit-code for monitoring",
-         planProblems,
-         wantedPolicies,
-         {},
-         true},
-        {"show traffic-policy references (policy | field-set | counter | vrf | nexthop-group) NAME",
-         "the rules that name it, and where their policies are attached", planReferences,
-         wantedReferences},
-        {"show traffic-policy state", "the state directory: documents, counts, last clear",
-         [](const Match&) { return Plan(reportState); }},
-        {"check", "reads every document of the state directory: finds any mistake",
-         [](const Match&) { return Plan(checkState); }},
-        {"compare DIR_BEFORE DIR_AFTER [NAME] [detail]",
-         "what changed between two state directories; exit status 1 if anything did",
-         planComparison},
-        {"clear traffic-policy counters [policy NAME] [interface [input | output] | cpu]",
-         "lets the counts of later shows begin now, all or only these", planClear},
-        {"mark MARK", "remembers the counts of now for you alone", planMark},
-        {"show marks", "your marks on this state directory", planShowMarks},
-        {"delete mark MARK", "forgets one", planDeleteMark},
-    };
+    static const std::vector<Command> rows = [] {
+        std::vector<Command> all;
+        for (const std::span<const Command> part :
+             {std::span<const Command>(policyCommands), fieldSetCommands(),
+              std::span<const Command>(otherCommands)}) {
+            all.insert(all.end(), part.begin(), part.end());
+        }
+        return all;
+    }();
     return rows;
 }
 

@@ -7,6 +7,7 @@
 
 #include "base/Escape.h"
 #include "cli/ExitStatus.h"
+#include "cli/FieldSetCommands.h"
 #include "cli/Filters.h"
 #include "cli/KnownNames.h"
 #include "cli/PacketWords.h"
@@ -24,7 +25,6 @@ namespace {
 
 using PolicyMap::Counters::Direction;
 using TrafficPolicyCli::AskedPoint;
-using TrafficPolicyCli::HoldingKind;
 using TrafficPolicyCli::PolicyViewShown;
 using TrafficPolicyCli::ReferenceKind;
 
@@ -185,30 +185,6 @@ Plan planReferences(const Match& match) {
         };
     }
     return {};
-}
-
-Plan planFieldSetHolding(const Match& match) {
-    HoldingKind kind = HoldingKind::address;
-    Wire::IpGenAddr address;
-    Wire::EthAddr mac;
-    U32 number = 0;
-    if (const Token* const token = match.find("PORT")) {
-        kind = HoldingKind::l4Port;
-        number = onePort(*token);
-    } else if (const Token* const vlan = match.find("VLAN")) {
-        kind = HoldingKind::vlan;
-        number = oneVlan(*vlan);
-    } else if (const Token* const macToken = match.find("MAC")) {
-        kind = HoldingKind::mac;
-        mac = macAddress(*macToken);
-    } else {
-        address = ipAddress(*match.find("ADDRESS"));
-    }
-    return [=](const Session& session) {
-        return print(TrafficPolicyCli::showTrafficPolicyFieldSetHoldingFactory(
-                         diagnosisSources(session), kind, address, number, mac),
-                     session);
-    };
 }
 
 U64 problemsOf(const Session& session) {

@@ -19,7 +19,6 @@ Plan planPacket(const Match& match);
 Plan planCapture(const Match& match);
 Plan planProblems(const Match& match);
 Plan planReferences(const Match& match);
-Plan planFieldSetHolding(const Match& match);
 
 // How many problems there are. Throws StateDirectory::StateError.
 U64 problemsOf(const Session& session);

@@ -6,20 +6,6 @@ namespace Cli {
 
 namespace {
 
-// noun: what the numbers are; examples: of one and of a range.
-template <class Range>
-Range rangeFilter(const Token& token, const std::string& noun, std::string_view examples) {
-    constexpr Base::Bounds bounds = Range::bounds;
-    if (const auto range = Base::parseRange(token.text, bounds)) {
-        return {static_cast<U32>(range->low), static_cast<U32>(range->high)};
-    }
-    const Base::NumberFault fault = Base::rangeFault(token.text, bounds);
-    throw CommandError(token.position, inQuotes(token.text) + " " + std::string(fault.wrong),
-                       fault.right.empty()
-                           ? noun + " " + bounds.stringValue() + ": " + std::string(examples)
-                           : fault.right);
-}
-
 // text: the digits in the token's text. noun: what the number is, "a port".
 template <class Range>
 U32 oneNumber(const Token& token, std::string_view text, const std::string& noun,
@@ -33,6 +19,18 @@ U32 oneNumber(const Token& token, std::string_view text, const std::string& noun
 }
 
 }  // namespace
+
+Classification::NumericalRange rangeFilter(const Token& token, Base::Bounds bounds,
+                                           const std::string& noun, std::string_view examples) {
+    if (const auto range = Base::parseRange(token.text, bounds)) {
+        return {static_cast<U32>(range->low), static_cast<U32>(range->high)};
+    }
+    const Base::NumberFault fault = Base::rangeFault(token.text, bounds);
+    throw CommandError(token.position, inQuotes(token.text) + " " + std::string(fault.wrong),
+                       fault.right.empty()
+                           ? noun + " " + bounds.stringValue() + ": " + std::string(examples)
+                           : fault.right);
+}
 
 Wire::IpGenPrefix prefixFilter(const Token& token, bool ipv4) {
     if (const auto address = Wire::IpGenAddr::parse(token.text)) {
@@ -52,13 +50,17 @@ Wire::IpGenPrefix prefixFilter(const Token& token, bool ipv4) {
 }
 
 Classification::PortRange portFilter(const Token& token) {
-    return rangeFilter<Classification::PortRange>(token, "ports",
-                                                  "one, as 443, or a range, as 1024-65535");
+    using Range = Classification::PortRange;
+    const auto [low, high] =
+        rangeFilter(token, Range::bounds, "ports", "one, as 443, or a range, as 1024-65535");
+    return {low, high};
 }
 
 Classification::VlanRange vlanFilter(const Token& token) {
-    return rangeFilter<Classification::VlanRange>(token, "VLANs",
-                                                  "one, as 10, or a range, as 100-199");
+    using Range = Classification::VlanRange;
+    const auto [low, high] =
+        rangeFilter(token, Range::bounds, "VLANs", "one, as 10, or a range, as 100-199");
+    return {low, high};
 }
 
 Wire::IpGenAddr ipAddress(const Token& token) {

@@ -14,8 +14,11 @@ namespace Cli {
 // CommandError, with an example of the family asked for.
 Wire::IpGenPrefix prefixFilter(const Token& token, bool ipv4);
 
-// A number, or two with "-" between, the lower first: ports 0 to 65535, VLANs 1 to 4094. Throws
-// CommandError.
+// A number, or two with "-" between, the lower first. noun: what the numbers are, "ports";
+// examples: of one and of a range. Throws CommandError.
+Classification::NumericalRange rangeFilter(const Token& token, Base::Bounds bounds,
+                                           const std::string& noun, std::string_view examples);
+// The same of ports 0 to 65535, and of VLANs 1 to 4094.
 Classification::PortRange portFilter(const Token& token);
 Classification::VlanRange vlanFilter(const Token& token);
 

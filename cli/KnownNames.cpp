@@ -25,13 +25,6 @@ void addKeys(Names& names, const Collection& collection) {
     }
 }
 
-template <class Collection>
-Names keysOf(const Collection& collection) {
-    Names names;
-    addKeys(names, collection);
-    return names;
-}
-
 // One place where policies can be: the points they are configured on, as the state has them, and
 // the status that tells of them.
 struct Place {
@@ -122,30 +115,6 @@ Names policyNames(const StateDirectory::State& state) {
     return names;
 }
 
-Names prefixFieldSetNames(const StateDirectory::State& state, bool ipv4) {
-    if (!state.fieldSetConfig) return {};
-    return keysOf(ipv4 ? state.fieldSetConfig->fieldSetIpPrefix()
-                       : state.fieldSetConfig->fieldSetIpv6Prefix());
-}
-
-Names portFieldSetNames(const StateDirectory::State& state) {
-    return state.fieldSetConfig ? keysOf(state.fieldSetConfig->fieldSetL4Port()) : Names();
-}
-
-Names vlanFieldSetNames(const StateDirectory::State& state) {
-    return state.fieldSetConfig ? keysOf(state.fieldSetConfig->fieldSetVlan()) : Names();
-}
-
-Names macFieldSetNames(const StateDirectory::State& state) {
-    Names names;
-    for (const auto& [sourceName, entry] : state.macDir->entry()) {
-        if (const auto source = Orb::ptrCast<const Orb::Dir>(entry)) {
-            addKeys(names, source->entry());
-        }
-    }
-    return names;
-}
-
 std::vector<std::string_view> placeWordsOf(std::string_view policy,
                                            const StateDirectory::State& state) {
     static constexpr std::string_view words[] = {"interface", "cpu", "vlan"};
@@ -156,15 +125,6 @@ std::vector<std::string_view> placeWordsOf(std::string_view policy,
         if (found.empty() || found.back() != word) found.push_back(word);
     }
     return found;
-}
-
-Names fieldSetNames(const StateDirectory::State& state) {
-    Names names = macFieldSetNames(state);
-    for (const auto& more : {prefixFieldSetNames(state, true), prefixFieldSetNames(state, false),
-                             portFieldSetNames(state), vlanFieldSetNames(state)}) {
-        names.insert(more.begin(), more.end());
-    }
-    return names;
 }
 
 Names counterNames(const StateDirectory::State& state) {

@@ -15,11 +15,6 @@ using Names = std::set<std::string_view>;
 // Views into the state, which must outlive them.
 // Policies: those that are configured, have a status, or are applied somewhere.
 Names policyNames(const StateDirectory::State& state);
-Names prefixFieldSetNames(const StateDirectory::State& state, bool ipv4);
-Names portFieldSetNames(const StateDirectory::State& state);
-Names vlanFieldSetNames(const StateDirectory::State& state);
-// Of all sources.
-Names macFieldSetNames(const StateDirectory::State& state);
 
 // What a command shows policies on.
 enum class PolicyKind { interface, cpu, vlan };
@@ -28,8 +23,7 @@ enum class PolicyKind { interface, cpu, vlan };
 std::vector<std::string_view> placeWordsOf(std::string_view policy,
                                            const StateDirectory::State& state);
 
-Names fieldSetNames(const StateDirectory::State& state);  // of all kinds
-Names counterNames(const StateDirectory::State& state);   // declared by a policy
+Names counterNames(const StateDirectory::State& state);  // declared by a policy
 // Interfaces that are configured, reported on, or in a VRF.
 Names interfaceNames(const StateDirectory::State& state);
 Names vrfNames(const StateDirectory::State& state);

@@ -10,8 +10,6 @@ namespace TrafficPolicyCli::Diagnosis {
 
 namespace {
 
-const Orb::String exceptWord = "except ";
-
 // A kind, a source (of MAC sets) and a name.
 using SetKey = std::tuple<FieldSetKind, Orb::String, Orb::String>;
 struct KeyLess {
@@ -48,29 +46,12 @@ class SetComparison {
     std::vector<FieldSetChange> changes(const std::set<SetKey, KeyLess>* only) {
         only_ = only;
         using Config = Classification::FieldSetConfig;
-        const auto compareKind = [&](FieldSetKind kind, auto setsOf, auto... entriesOf) {
+        forEachKindOfRules([&](FieldSetKind kind, auto setsOf) {
             const Config* const before = before_.fieldSetConfig.get();
             const Config* const after = after_.fieldSetConfig.get();
             compareSets(kind, "", before == nullptr ? nullptr : &setsOf(*before),
-                        after == nullptr ? nullptr : &setsOf(*after), entriesOf...);
-        };
-        const auto prefixes = [](const auto& version) -> auto& { return version.prefixes(); };
-        const auto except = [](const auto& version) -> auto& { return version.exceptPrefixes(); };
-        compareKind(
-            FieldSetKind::ipv4Prefix,
-            [](const Config& config) -> auto& { return config.fieldSetIpPrefix(); }, prefixes,
-            except);
-        compareKind(
-            FieldSetKind::ipv6Prefix,
-            [](const Config& config) -> auto& { return config.fieldSetIpv6Prefix(); }, prefixes,
-            except);
-        compareKind(
-            FieldSetKind::l4Port,
-            [](const Config& config) -> auto& { return config.fieldSetL4Port(); },
-            [](const auto& version) -> auto& { return version.ports(); });
-        compareKind(
-            FieldSetKind::vlan, [](const Config& config) -> auto& { return config.fieldSetVlan(); },
-            [](const auto& version) -> auto& { return version.vlans(); });
+                        after == nullptr ? nullptr : &setsOf(*after));
+        });
         compareMac();
         std::ranges::sort(changes_, [](const FieldSetChange& a, const FieldSetChange& b) {
             return KeyLess()({a.kind, a.source, a.name}, {b.kind, b.source, b.name});
@@ -79,26 +60,25 @@ class SetComparison {
     }
 
   private:
-    template <class Sets, class... EntriesOf>
+    template <class Sets>
     void compareSets(FieldSetKind kind, const Orb::String& source, const Sets* before,
-                     const Sets* after, EntriesOf... entriesOf) {
+                     const Sets* after) {
         if (before != nullptr) {
             for (const auto& [name, set] : *before) {
                 const auto* const other = after == nullptr ? nullptr : after->find(name);
                 compareSet({kind, source, name}, set.get(),
-                           other == nullptr ? nullptr : other->get(), entriesOf...);
+                           other == nullptr ? nullptr : other->get());
             }
         }
         if (after == nullptr) return;
         for (const auto& [name, set] : *after) {
             if (before != nullptr && before->contains(name)) continue;
-            compareSet({kind, source, name}, decltype(set.get())(nullptr), set.get(), entriesOf...);
+            compareSet({kind, source, name}, decltype(set.get())(nullptr), set.get());
         }
     }
 
-    template <class Set, class... EntriesOf>
-    void compareSet(const SetKey& key, const Set* before, const Set* after,
-                    EntriesOf... entriesOf) {
+    template <class Set>
+    void compareSet(const SetKey& key, const Set* before, const Set* after) {
         if (only_ != nullptr && !isWanted(key)) return;
         textout::checkInterrupt();
         const auto& [kind, source, name] = key;
@@ -108,10 +88,14 @@ class SetComparison {
                                            : Change::changed;
         const auto* const versionBefore = before == nullptr ? nullptr : before->currCfg().get();
         const auto* const versionAfter = after == nullptr ? nullptr : after->currCfg().get();
-        const Orb::String* word = &none_;  // of the first entries, those behind are exceptions
-        ((compareEntries(versionBefore, versionAfter, entriesOf, *word, change),
-          word = &exceptWord),
-         ...);
+        compareEntries(
+            versionBefore, versionAfter, [](const auto& version) { return &entriesOf(version); },
+            "", change);
+        if constexpr (requires { exceptionsOf(*versionBefore); }) {
+            compareEntries(
+                versionBefore, versionAfter,
+                [](const auto& version) { return &exceptionsOf(version); }, "except ", change);
+        }
         if (versionBefore != nullptr && versionAfter != nullptr) {
             change.hasOtherSource = differInSource(*versionBefore, *versionAfter);
         }
@@ -122,11 +106,12 @@ class SetComparison {
         changes_.push_back(std::move(change));
     }
 
-    template <class Version, class EntriesOf>
-    static void compareEntries(const Version* before, const Version* after, EntriesOf entriesOf,
+    // word: what stands before the entries where they are told.
+    template <class Version, class Entries>
+    static void compareEntries(const Version* before, const Version* after, Entries entriesIn,
                                const Orb::String& word, FieldSetChange& change) {
-        const auto* const x = before == nullptr ? nullptr : &entriesOf(*before);
-        const auto* const y = after == nullptr ? nullptr : &entriesOf(*after);
+        const auto* const x = before == nullptr ? nullptr : entriesIn(*before);
+        const auto* const y = after == nullptr ? nullptr : entriesIn(*after);
         change.entriesBefore += x == nullptr ? 0 : x->size();
         change.entriesAfter += y == nullptr ? 0 : y->size();
         addMissing(y, x, word, change.added);
@@ -148,15 +133,9 @@ class SetComparison {
         Orb::HashMap2018<Orb::String, Orb::Ptr<const Classification::FieldSetMacAddrConfig>>;
     static std::map<Orb::String, MacSets> macSetsOf(const DiagnosisSources& sources) {
         std::map<Orb::String, MacSets> bySource;
-        if (!sources.macDir) return bySource;
-        for (const auto& [sourceName, entry] : sources.macDir->entry()) {
-            const auto source = Orb::ptrCast<const Orb::Dir>(entry);
-            if (!source) continue;
-            for (const auto& [name, object] : source->entry()) {
-                const auto set = Orb::ptrCast<const Classification::FieldSetMacAddrConfig>(object);
-                if (set) bySource[sourceName].is(name, set);
-            }
-        }
+        forEachMacSet(sources.macDir, [&](const auto& source, const auto& name, const auto& set) {
+            bySource[source].is(name, set);
+        });
         return bySource;
     }
     void compareMac() {
@@ -164,9 +143,7 @@ class SetComparison {
         auto after = macSetsOf(after_);
         for (const auto& entry : before) after[entry.first];
         for (const auto& [source, sets] : after) {
-            compareSets(
-                FieldSetKind::mac, source, &before[source], &sets,
-                [](const auto& version) -> auto& { return version.macAddrs(); });
+            compareSets(FieldSetKind::mac, source, &before[source], &sets);
         }
     }
 
@@ -175,7 +152,6 @@ class SetComparison {
     const DiagnosisSources& before_;
     const DiagnosisSources& after_;
     const std::set<SetKey, KeyLess>* only_ = nullptr;
-    const Orb::String none_;
     std::vector<FieldSetChange> changes_;
 };
 

@@ -6,10 +6,14 @@
 #include "diagnosis/FieldSets.h"
 #include "diagnosis/NaturalOrder.h"
 #include "diagnosis/Table.h"
+#include "textout/Exceptions.h"
+#include "traffic-policy/ShowDiagnosis.h"
 
 namespace TrafficPolicyCli {
 
 using Classification::NumericalRange;
+using Diagnosis::entriesOf;
+using Diagnosis::exceptionsOf;
 using Diagnosis::FieldSetKind;
 using Wire::IpGenAddr;
 using Wire::IpGenPrefix;
@@ -25,8 +29,8 @@ struct Holder {
 };
 
 // The longest prefix that holds the address; null when none does.
-const IpGenPrefix* longestHolding(const Orb::HashSet2018<IpGenPrefix>& prefixes,
-                                  const IpGenAddr& address) {
+const IpGenPrefix* holding(const Orb::HashSet2018<IpGenPrefix>& prefixes,
+                           const IpGenAddr& address) {
     constexpr U32 costOfLookUp = 64;  // in comparisons
     const U32 bits = address.family() == Wire::AddressFamily::ipv4 ? 32 : 128;
     if (prefixes.size() > costOfLookUp * (bits + 1)) {
@@ -47,10 +51,10 @@ const IpGenPrefix* longestHolding(const Orb::HashSet2018<IpGenPrefix>& prefixes,
 
 // The narrowest range that holds the number, the lowest of equally narrow ones; null when none
 // does.
-template <class Ranges>
-auto* narrowestHolding(const Ranges& ranges, U32 number) {
-    decltype(ranges.begin()) narrowest = nullptr;
-    for (const auto& range : ranges) {
+template <std::derived_from<NumericalRange> Range>
+const Range* holding(const Orb::HashSet2018<Range>& ranges, U32 number) {
+    const Range* narrowest = nullptr;
+    for (const Range& range : ranges) {
         if (number < range.low || number > range.high) continue;
         if (narrowest == nullptr ||
             std::pair(range.high - range.low, range.low) <
@@ -61,58 +65,31 @@ auto* narrowestHolding(const Ranges& ranges, U32 number) {
     return narrowest;
 }
 
+const Wire::EthAddr* holding(const Orb::HashSet2018<Wire::EthAddr>& addresses,
+                             const Wire::EthAddr& address) {
+    return addresses.find(address);
+}
+
 class HolderSearch {
   public:
     explicit HolderSearch(const DiagnosisSources& sources) : sources_(sources) {}
 
-    void findAddress(const IpGenAddr& address) {
+    // Among the sets of a kind of which rules can name sets.
+    template <class Element>
+    void find(FieldSetKind wanted, const Element& element) {
         if (!sources_.fieldSetConfig) return;
-        const bool isIpv4 = address.family() == Wire::AddressFamily::ipv4;
-        const auto& sets = isIpv4 ? sources_.fieldSetConfig->fieldSetIpPrefix()
-                                  : sources_.fieldSetConfig->fieldSetIpv6Prefix();
-        for (const auto& [name, set] : sets) {
-            textout::checkInterrupt();
-            const auto& version = set->currCfg();
-            const auto* const held =
-                version ? longestHolding(version->prefixes(), address) : nullptr;
-            if (held == nullptr) continue;
-            const auto* const except = longestHolding(version->exceptPrefixes(), address);
-            add({isIpv4 ? FieldSetKind::ipv4Prefix : FieldSetKind::ipv6Prefix, "", name,
-                 held->stringValue(), except == nullptr ? "" : except->stringValue()});
-        }
-    }
-
-    void findPort(U32 port) {
-        if (!sources_.fieldSetConfig) return;
-        for (const auto& [name, set] : sources_.fieldSetConfig->fieldSetL4Port()) {
-            const auto& version = set->currCfg();
-            const auto* const held = version ? narrowestHolding(version->ports(), port) : nullptr;
-            if (held != nullptr) add({FieldSetKind::l4Port, "", name, held->stringValue(), ""});
-        }
-    }
-
-    void findVlan(U32 vlan) {
-        if (!sources_.fieldSetConfig) return;
-        for (const auto& [name, set] : sources_.fieldSetConfig->fieldSetVlan()) {
-            const auto& version = set->currCfg();
-            const auto* const held = version ? narrowestHolding(version->vlans(), vlan) : nullptr;
-            if (held != nullptr) add({FieldSetKind::vlan, "", name, held->stringValue(), ""});
-        }
-    }
-
-    void findMac(const Wire::EthAddr& address) {
-        if (!sources_.macDir) return;
-        for (const auto& [sourceName, entry] : sources_.macDir->entry()) {
-            const auto source = Orb::ptrCast<const Orb::Dir>(entry);
-            if (!source) continue;
-            for (const auto& [name, object] : source->entry()) {
-                const auto set = Orb::ptrCast<const Classification::FieldSetMacAddrConfig>(object);
-                if (!set || !set->currCfg() || !set->currCfg()->macAddrs().contains(address)) {
-                    continue;
-                }
-                add({FieldSetKind::mac, sourceName, name, address.stringValue(), ""});
+        Diagnosis::forEachKindOfRules([&](FieldSetKind kind, auto setsOf) {
+            if (kind != wanted) return;
+            for (const auto& [name, set] : setsOf(*sources_.fieldSetConfig)) {
+                addIfHolding(kind, "", name, *set, element);
             }
-        }
+        });
+    }
+    void findMac(const Wire::EthAddr& address) {
+        Diagnosis::forEachMacSet(sources_.macDir,
+                                 [&](const auto& source, const auto& name, const auto& set) {
+                                     addIfHolding(FieldSetKind::mac, source, name, *set, address);
+                                 });
     }
 
     // As people count.
@@ -125,7 +102,23 @@ class HolderSearch {
     }
 
   private:
-    void add(Holder holder) { found_.push_back(std::move(holder)); }
+    template <class Set, class Element>
+    void addIfHolding(FieldSetKind kind, const Orb::String& source, const Orb::String& name,
+                      const Set& set, const Element& element) {
+        textout::checkInterrupt();
+        const auto& version = set.currCfg();
+        if (!version) return;
+        if constexpr (requires { holding(entriesOf(*version), element); }) {
+            const auto* const held = holding(entriesOf(*version), element);
+            if (held == nullptr) return;
+            Orb::String exceptedBy;
+            if constexpr (requires { exceptionsOf(*version); }) {
+                const auto* const except = holding(exceptionsOf(*version), element);
+                if (except != nullptr) exceptedBy = except->stringValue();
+            }
+            found_.push_back({kind, source, name, held->stringValue(), exceptedBy});
+        }
+    }
 
     const DiagnosisSources& sources_;
     std::vector<Holder> found_;
@@ -183,18 +176,20 @@ void ShowTrafficPolicyFieldSetHolding::renderReport(textout::RendererV2& rendere
     Orb::String text;
     switch (kind()) {
         case HoldingKind::address:
-            search.findAddress(address());
+            search.find(address().family() == Wire::AddressFamily::ipv4 ? FieldSetKind::ipv4Prefix
+                                                                        : FieldSetKind::ipv6Prefix,
+                        address());
             key = "address";
             element = text = address().stringValue();
             break;
         case HoldingKind::l4Port:
-            search.findPort(number());
+            search.find(FieldSetKind::l4Port, number());
             key = "l4Port";
             element = std::to_string(number());
             text = "port " + element;
             break;
         case HoldingKind::vlan:
-            search.findVlan(number());
+            search.find(FieldSetKind::vlan, number());
             key = "vlan";
             element = std::to_string(number());
             text = "VLAN " + element;

@@ -68,16 +68,12 @@ class ReferenceSearch {
     std::vector<std::pair<FieldSetKind, Orb::String>> fetchedSets() const {
         std::vector<std::pair<FieldSetKind, Orb::String>> found;
         if (kind_ != ReferenceKind::vrf || !sources_.fieldSetConfig) return found;
-        const auto add = [&](FieldSetKind kind, const auto& sets) {
-            for (const auto& [name, set] : sets) {
+        Diagnosis::forEachKindOfRules([&](FieldSetKind kind, auto setsOf) {
+            for (const auto& [name, set] : setsOf(*sources_.fieldSetConfig)) {
                 const auto& version = set->currCfg();
                 if (version && version->urlVrf() == name_) found.emplace_back(kind, name);
             }
-        };
-        add(FieldSetKind::ipv4Prefix, sources_.fieldSetConfig->fieldSetIpPrefix());
-        add(FieldSetKind::ipv6Prefix, sources_.fieldSetConfig->fieldSetIpv6Prefix());
-        add(FieldSetKind::l4Port, sources_.fieldSetConfig->fieldSetL4Port());
-        add(FieldSetKind::vlan, sources_.fieldSetConfig->fieldSetVlan());
+        });
         std::ranges::sort(found, [](const auto& a, const auto& b) {
             return a.first != b.first ? a.first < b.first
                                       : Diagnosis::naturalOrder(a.second, b.second) < 0;

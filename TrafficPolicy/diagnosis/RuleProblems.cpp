@@ -45,7 +45,7 @@ class RuleProblems {
     RuleProblems(const DiagnosisSources& sources, const Attachments& attachments,
                  const PolicyMapSubConfig& version, const PolicyAttachments& ofPolicy,
                  std::vector<Problem>& problems)
-        : sources_(sources), version_(version), fieldSets_(sources), problems_(problems) {
+        : sources_(sources), version_(version), problems_(problems) {
         sides_ = knownSides(attachments, ofPolicy);
     }
 
@@ -155,11 +155,11 @@ class RuleProblems {
     void findInMatch(const Rule& rule, const PolicyMap::ClassMapMatch& match) {
         forEachFieldSet(
             match, [&](FieldSetKind kind, std::string_view criterion, const Orb::String& name) {
-                const FieldSets::Contents contents = fieldSets_.contentsOf(kind, name);
-                if (contents == FieldSets::Contents::some) return;
-                const bool isUndefined = contents == FieldSets::Contents::undefined;
-                const Orb::String what = contents == FieldSets::Contents::none ? " is empty"
-                                         : isUndefined ? " is not configured"
+                const FieldSetContents contents = contentsOf(sources_.fieldSetConfig, kind, name);
+                if (contents == FieldSetContents::some) return;
+                const bool isUndefined = contents == FieldSetContents::undefined;
+                const Orb::String what = contents == FieldSetContents::none ? " is empty"
+                                         : isUndefined                      ? " is not configured"
                                                        : " has no current version";
                 add(isUndefined ? ProblemKind::undefinedFieldSet : ProblemKind::emptyFieldSet,
                     rule.name,
@@ -275,7 +275,6 @@ class RuleProblems {
 
     const DiagnosisSources& sources_;
     const PolicyMapSubConfig& version_;
-    const FieldSets fieldSets_;
     std::vector<Problem>& problems_;
     std::vector<KnownSide> sides_;
     U32 place_ = 0;                                           // of the rule that is looked at

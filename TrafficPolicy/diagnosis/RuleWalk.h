@@ -2,7 +2,7 @@
 // for at the rule's place first, because the maps of a version are mostly filled in its order.
 #pragma once
 
-#include "hive/FieldSets.h"
+#include "diagnosis/FieldSets.h"
 #include "hive/PolicyMapConfig.h"
 #include "textout/Exceptions.h"
 
@@ -41,8 +41,6 @@ const Action* actionOf(const Rule& rule, PolicyMap::ActionType type) {
         rule.actions == nullptr ? nullptr : rule.actions->action(type);
     return static_cast<const Action*>(action);
 }
-
-enum class FieldSetKind : U8 { ipv4Prefix, ipv6Prefix, l4Port, vlan, mac };
 
 // Calls visit(kind, criterion, names) for each criterion of one header that can name field sets;
 // the criterion as a text tells it ("source prefix"). Prefix sets are of the given family.

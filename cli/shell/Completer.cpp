@@ -5,6 +5,7 @@
 
 #include "base/Escape.h"
 #include "cli/Commands.h"
+#include "cli/FieldSetCommands.h"
 #include "cli/KnownNames.h"
 #include "cli/shell/CommandLine.h"
 #include "cli/shell/Pipes.h"
@@ -37,11 +38,7 @@ Names namesAfter(std::string_view last, const Match& before, const State& state)
     if (last == "vrf") return vrfNames(state);
     if (last == "counter") return counterNames(state);
     if (last == "nexthop-group") return nexthopGroupNames(state);
-    if (last == "field-set") return fieldSetNames(state);
-    if (last == "prefix") return prefixFieldSetNames(state, before.has("ipv4"));
-    if (last == "l4-port") return portFieldSetNames(state);
-    if (last == "mac") return macFieldSetNames(state);
-    if (last == "vlan") return vlanFieldSetNames(state);
+    if (before.has("field-set")) return fieldSetNames(before, state);
     return policyNames(state);
 }
 

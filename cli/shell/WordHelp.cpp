@@ -1,6 +1,6 @@
 #include "cli/shell/WordHelp.h"
 
-#include <algorithm>
+#include "cli/FieldSetCommands.h"
 
 namespace Cli::Shell {
 
@@ -43,20 +43,12 @@ constexpr HelpRow helpRows[] = {
     {"errors", "where policies failed, and why"},
     {"NAME", "name of a policy; in double quotes if it reads as a keyword"},
     {"NAME", "name of a field set", "prefix"},
-    {"NAME", "name of a field set", "l4-port"},
-    {"NAME", "name of a field set", "mac"},
     {"field-set", "sets of values that rules refer to"},
-    {"ipv4", "sets of IPv4 prefixes"},
-    {"ipv6", "sets of IPv6 prefixes"},
     {"prefix", "the sets, or one of them"},
-    {"l4-port", "sets of TCP and UDP ports"},
-    {"vlan", "sets of VLANs", "field-set"},
-    {"mac", "sets of MAC addresses, by source"},
     {"filter", "only the sets that have to do with a value"},
     {"exact", "only the very prefix"},
     {"PREFIX", "a prefix, as 10.1.0.0/16, or an address"},
     {"LOW[-HIGH]", "a number, or a range, as 1024-65535"},
-    {"NAME", "name of a field set", "vlan"},
     {"attachments", "where policies are, and what the platform did there"},
     {"interface", "one interface", "attachments"},
     {"vlan", "one VLAN", "attachments"},
@@ -79,9 +71,6 @@ constexpr HelpRow helpRows[] = {
     {"NAME", "name of a VRF", "vrf"},
     {"NAME", "name of a next-hop group", "nexthop-group"},
     {"holding", "the field sets that hold a value"},
-    {"l4-port", "a port", "holding"},
-    {"vlan", "a VLAN", "holding"},
-    {"mac", "a MAC address", "holding"},
     {"ADDRESS", "an address, as 10.1.2.3"},
     {"PORT", "a port, as 443"},
     {"MAC", "a MAC address, as 00:00:5e:00:53:01"},
@@ -141,7 +130,8 @@ constexpr HelpRow helpRows[] = {
 }  // namespace
 
 std::string_view helpOf(std::string_view label, std::string_view before) {
-    std::string_view help;
+    std::string_view help = fieldSetHelp(label, before);
+    if (!help.empty()) return help;
     for (const HelpRow& row : helpRows) {
         if (row.label != label) continue;
         if (!row.before.empty() && row.before == before) return row.help;

@@ -59,6 +59,15 @@ TEST(Completeness, everyCriterionIsReadShownAndAsked) {
     }
 }
 
+TEST(Completeness, everyKindOfFieldSetIsWalked) {
+    std::set<std::string_view> kinds;
+    forEachKindOfRules([&](FieldSetKind kind, auto setsOf) {
+        kinds.insert(keyOf(kind));
+        EXPECT_TRUE(setsOf(*Orb::make<Classification::FieldSetConfig>()).empty());
+    });
+    EXPECT_EQ(kinds.size(), Classification::FieldSetConfig::orbType().attributes().size());
+}
+
 }  // namespace
 
 }  // namespace TrafficPolicyCli::Diagnosis

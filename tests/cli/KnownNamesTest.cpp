@@ -1,5 +1,5 @@
 // Which names a state knows, and the line about one that it does not.
-#include "cli/KnownNames.h"
+#include "cli/FieldSetCommands.h"
 
 #include <gmock/gmock.h>
 
@@ -9,13 +9,13 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::SizeIs;
 
 TEST(KnownNames, comeFromConfigurationStatusAndPoints) {
     const TemporaryState directory;
     const auto empty = StateDirectory::readState(directory.path());
     EXPECT_THAT(Cli::policyNames(empty), IsEmpty());
-    EXPECT_THAT(Cli::prefixFieldSetNames(empty, true), IsEmpty());
-    EXPECT_THAT(Cli::macFieldSetNames(empty), IsEmpty());
+    EXPECT_THAT(Cli::fieldSetNames(empty), IsEmpty());
     directory.documentIs("config", R"({
         "policyMapConfig": {"A": {}},
         "intfConfigInput": {"Ethernet1": "B", "Ethernet2": "B"},
@@ -38,11 +38,17 @@ TEST(KnownNames, comeFromConfigurationStatusAndPoints) {
     const auto state = StateDirectory::readState(directory.path());
     EXPECT_THAT(Cli::policyNames(state),
                 ElementsAre("A", "B", "C", "D", "E", "F", "G", "H", "I", "J"));
-    EXPECT_THAT(Cli::prefixFieldSetNames(state, true), ElementsAre("P4"));
-    EXPECT_THAT(Cli::prefixFieldSetNames(state, false), ElementsAre("P6"));
-    EXPECT_THAT(Cli::portFieldSetNames(state), ElementsAre("PORTS"));
-    EXPECT_THAT(Cli::vlanFieldSetNames(state), ElementsAre("VLANS"));
-    EXPECT_THAT(Cli::macFieldSetNames(state), ElementsAre("M1", "M2", "M3"));
+    // Of one kind; and of each kind that there is.
+    const auto namesFor = [&](const std::string& kind) {
+        const Cli::Words words{"show", "traffic-policy", "field-set", kind};
+        return Cli::fieldSetNames(Cli::grammar().after(words).before, state);
+    };
+    EXPECT_THAT(namesFor("ipv4"), ElementsAre("P4"));
+    EXPECT_THAT(namesFor("ipv6"), ElementsAre("P6"));
+    EXPECT_THAT(namesFor("l4-port"), ElementsAre("PORTS"));
+    EXPECT_THAT(namesFor("vlan"), ElementsAre("VLANS"));
+    EXPECT_THAT(namesFor("mac"), ElementsAre("M1", "M2", "M3"));
+    EXPECT_THAT(Cli::fieldSetNames(state), SizeIs(7));
 }
 
 TEST(KnownNames, anUnknownOneIsReportedWithTheNearest) {
