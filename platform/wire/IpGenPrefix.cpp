@@ -19,23 +19,35 @@ using Groups = std::array<U16, groupCount>;
 // A decimal number of at most three digits without leading zeros, at most `max`, from `at` on,
 // which it moves behind the number.
 bool parseDecimal(std::string_view text, std::size_t& at, U32 max, U32& value) {
-    const std::size_t begin = at;
-    value = 0;
-    while (at < text.size() && at - begin < 3 && text[at] >= '0' && text[at] <= '9') {
-        value = 10 * value + static_cast<U32>(text[at++] - '0');
+    const auto digitAt = [&](std::size_t place) -> U32 {
+        return place < text.size() ? static_cast<U8>(text[place] - '0') : 10;
+    };
+    value = digitAt(at++);
+    if (value > 9) return false;
+    for (U32 more = 0; more < 2; ++more) {
+        const U32 digit = digitAt(at);
+        if (digit > 9) break;
+        if (value == 0) return false;
+        value = 10 * value + digit;
+        ++at;
     }
-    return at > begin && value <= max && (text[begin] != '0' || at == begin + 1);
+    return value <= max;
 }
 
-bool parseIpv4(std::string_view text, U32& address) {
-    std::size_t at = 0;
+// The four numbers of an address from `at` on, which it moves behind them.
+bool parseOctets(std::string_view text, std::size_t& at, U32& address) {
     for (U32 i = 0; i < 4; ++i) {
         U32 octet = 0;
         if (i > 0 && (at == text.size() || text[at++] != '.')) return false;
         if (!parseDecimal(text, at, 255, octet)) return false;
         address = address << 8 | octet;
     }
-    return at == text.size();
+    return true;
+}
+
+bool parseIpv4(std::string_view text, U32& address) {
+    std::size_t at = 0;
+    return parseOctets(text, at, address) && at == text.size();
 }
 
 constexpr U32 noGap = groupCount + 1;
@@ -187,16 +199,23 @@ Orb::String IpGenAddr::stringValue() const {
 U64 IpGenAddr::hashValue() const { return hashOfWords(high_, low_, family_); }
 
 std::optional<IpGenPrefix> IpGenPrefix::parse(std::string_view text) {
-    const std::size_t slash = text.rfind('/');
-    if (slash == std::string_view::npos) return std::nullopt;
-    const auto address = IpGenAddr::parse(text.substr(0, slash));
-    if (!address) return std::nullopt;
-    std::size_t at = slash + 1;
+    IpGenAddr address;
+    std::size_t at = 0;
+    U32 octets = 0;
+    if (parseOctets(text, at, octets)) {  // as in most
+        address = IpGenAddr::ipv4(octets);
+    } else {
+        at = text.rfind('/');
+        const auto other = IpGenAddr::parse(text.substr(0, at));
+        if (!other) return std::nullopt;
+        address = *other;
+    }
     U32 length = 0;
-    if (!parseDecimal(text, at, maxLength(address->family_), length) || at != text.size()) {
+    if (at >= text.size() || text[at++] != '/' ||
+        !parseDecimal(text, at, maxLength(address.family_), length) || at != text.size()) {
         return std::nullopt;
     }
-    return IpGenPrefix(*address, length);
+    return IpGenPrefix(address, length);
 }
 
 IpGenPrefix IpGenPrefix::masked() const {
