@@ -1,5 +1,7 @@
 // The view of prefix field sets. A large set takes long to sort, so others get the activity lock
 // between pieces of it; the version being listed never changes, so the listing is of one moment.
+#include <cstring>
+
 #include "blip/Blip.h"
 #include "fieldsets/FieldSetReport.h"
 #include "fieldsets/Ipv4Order.h"
