@@ -201,14 +201,48 @@ Map readMapTogether(const Node& node, ReadKey readKey, ReadValue readValue) {
                 continue;
             }
             part.text = simdjson::padded_string(walk.run());
-            part.offer(second, [&](const simdjson::dom::object& run) {
-                for (const auto& [name, element] : run) {
+            part.offer(second, [&](simdjson::dom::element run) {
+                for (const auto& [name, element] : simdjson::dom::object(run)) {
                     readMember(part, name, Node(node, Step{name}, element));
                 }
             });
         }
     }
     return mapOf<Map>(parts);
+}
+
+// Reads a list on two threads: readValue(element) gives the value of an element, and may be called
+// on both at once; after that take(value) is called for one after the other, in their order.
+// REQUIRES: the document is read in pieces.
+template <class ReadValue, class Take>
+void readListTogether(const Node& node, ReadValue readValue, Take take) {
+    using Value = decltype(readValue(node));
+    struct Part : OfferedRun {
+        std::vector<Value> values;
+    };
+    std::deque<Part> parts;
+    {
+        SecondThread& second = node.pieces()->second();
+        const SecondThread::Finishing finishing(second);
+        Pieces::Walk walk(*node.pieces(), '[');
+        while (walk.next()) {
+            Part& part = parts.emplace_back();
+            if (!walk.isRun()) {
+                part.values.push_back(readValue(Node(node, Step{}, *node.pieces()).whole()));
+                continue;
+            }
+            part.text = simdjson::padded_string(walk.run());
+            part.offer(second, [&](simdjson::dom::element run) {
+                for (const simdjson::dom::element element : simdjson::dom::array(run)) {
+                    part.values.push_back(readValue(Node(node, Step{}, element)));
+                }
+            });
+        }
+    }
+    for (Part& part : parts) {
+        if (part.fault) std::rethrow_exception(part.fault);
+        for (Value& value : part.values) take(std::move(value));
+    }
 }
 
 // What becomes of a member of a map when the document is read in pieces.

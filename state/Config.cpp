@@ -82,6 +82,24 @@ Orb::Ptr<const ClassMapConfig> readClassMap(const Node& node, const Rule& rule) 
     return classMap;
 }
 
+// A rule that was read.
+struct RuleObjects {
+    Orb::String name;
+    U32 priority;
+    Orb::Ptr<const ClassMapConfig> match;
+    Orb::Ptr<const PolicyClassAction> action;  // null: none
+};
+
+RuleObjects readRuleObjects(const Node& item, const Rule& rule) {
+    RuleObjects objects{rule.name, rule.priority, readClassMap(item, rule), nullptr};
+    if (rule.hasAction) {
+        auto actions = Orb::make<PolicyClassAction>(rule.name);
+        actions->actionIs(readActions(item.member("action")));
+        objects.action = std::move(actions);
+    }
+    return objects;
+}
+
 void readRules(const Node& node, PolicyMapSubConfig& version) {
     Orb::HashMap2018<Orb::String, Orb::Ptr<const ClassMapConfig>> classMap;
     Orb::HashMap2018<Orb::String, Orb::Ptr<const PolicyClassAction>> policyAction;
@@ -90,10 +108,7 @@ void readRules(const Node& node, PolicyMapSubConfig& version) {
     std::vector<std::pair<U32, Orb::String>> order;
     Orb::HashMap2018<U32, std::size_t> places;  // in the order, by priority
     reserveFor(places, node, &Node::list);
-    for (Elements elements(node); elements.next();) {
-        const Node item = elements.node().whole();
-        Rule rule;
-        readObject(item, ruleKeys, rule);
+    const auto refuseSecond = [&](const Node& item, const auto& rule) {
         if (classMap.contains(rule.name)) {
             item.member("name").refuse("a second rule named " + inQuotes(rule.name),
                                        "each name once");
@@ -104,14 +119,32 @@ void readRules(const Node& node, PolicyMapSubConfig& version) {
                             inQuotes(order[*other].second),
                         "each priority once");
         }
-        classMap.insertNew({rule.name, readClassMap(item, rule)});
-        if (rule.hasAction) {
-            auto actions = Orb::make<PolicyClassAction>(rule.name);
-            actions->actionIs(readActions(item.member("action")));
-            policyAction.insertNew({rule.name, std::move(actions)});
-        }
+    };
+    const auto take = [&](RuleObjects rule) {
+        classMap.insertNew({rule.name, std::move(rule.match)});
+        if (rule.action) policyAction.insertNew({rule.name, std::move(rule.action)});
         places.insertNew({rule.priority, order.size()});
         order.emplace_back(rule.priority, std::move(rule.name));
+    };
+    const auto readRule = [](const Node& item) {
+        Rule rule;
+        readObject(item, ruleKeys, rule);
+        return rule;
+    };
+    if (node.pieces() == nullptr) {
+        for (Elements elements(node); elements.next();) {
+            const Node item = elements.node();
+            const Rule rule = readRule(item);
+            refuseSecond(item, rule);
+            take(readRuleObjects(item, rule));
+        }
+    } else {
+        readListTogether(
+            node, [&](const Node& item) { return readRuleObjects(item, readRule(item)); },
+            [&](RuleObjects rule) {
+                refuseSecond(node, rule);
+                take(std::move(rule));
+            });
     }
     // Made at once, so that a walk over the rules finds the entries side by side.
     Orb::RbTreeMap<U32, Orb::String> classPriority;

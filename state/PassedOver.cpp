@@ -56,8 +56,8 @@ void readPassedOver(Pieces& pieces, const std::function<bool(std::string_view na
             }
             OfferedRun& run = runs.emplace_back();
             run.text = pieces.membersAt(row.front().begin, size);
-            run.offer(pieces.second(), [row, &parent](const simdjson::dom::object& members) {
-                readRow(row, parent, members);
+            run.offer(pieces.second(), [row, &parent](simdjson::dom::element members) {
+                readRow(row, parent, simdjson::dom::object(members));
             });
         }
     }

@@ -265,12 +265,11 @@ void Pieces::Walk::leaveLargeMember() {
     pieces_.expect(isOver_ ? close_ : ',');
 }
 
-void OfferedRun::offer(SecondThread& second,
-                       std::function<void(const simdjson::dom::object&)> read) {
+void OfferedRun::offer(SecondThread& second, std::function<void(simdjson::dom::element)> read) {
     second.offer([this, read = std::move(read)] {
         thread_local simdjson::dom::parser parser;
         try {
-            read(simdjson::dom::object(parse(parser, text)));
+            read(parse(parser, text));
         } catch (...) {
             fault = std::current_exception();
         }

@@ -136,14 +136,14 @@ class Pieces {
     simdjson::dom::parser parser_;
 };
 
-// A run of members of an object that is read elsewhere, by one thread or the other.
+// A run that is read elsewhere, by one thread or the other.
 struct OfferedRun {
     simdjson::padded_string text;
     std::exception_ptr fault;  // why it could not be read
 
     // Offers it to the second thread: what it is read with may be called on both at once. The run
     // stays where it is until the thread has finished.
-    void offer(SecondThread& second, std::function<void(const simdjson::dom::object&)> read);
+    void offer(SecondThread& second, std::function<void(simdjson::dom::element)> read);
 };
 
 }  // namespace StateDirectory

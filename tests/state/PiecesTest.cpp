@@ -124,4 +124,52 @@ TEST(PiecesThreads, readManyPoliciesTogether) {
     }
 }
 
+// Likewise the rules of one policy.
+TEST(PiecesThreads, readManyRulesTogether) {
+    std::string rules;
+    for (int i = 0; i < 400; ++i) {
+        rules += (i == 0 ? R"({"name":"r)" : R"(,{"name":"r)") + std::to_string(i) +
+                 R"(","priority":)" + std::to_string(i) +
+                 R"(,"match":{"ipv4":{}},"action":{"drop":{}}})";
+    }
+    TemporaryState state;
+    const auto configIs = [&](const std::string& more) {
+        state.documentIs(
+            "config", R"({"policyMapConfig":{"P":{"currCfg":{"rules":[)" + rules + more + "]}}}}");
+    };
+    configIs("");
+    EXPECT_EQ(textsOf(StateDirectory::readInPieces(state.path(), {}, 300)), wholeOf(state.path()));
+    for (const auto& [more, wrong] :
+         {std::pair{R"(,{"name":"r7","priority":400,"match":1})", "a second rule named \"r7\""},
+          std::pair{R"(,{"name":"s","priority":7})", "is already used by rule \"r7\""},
+          std::pair{R"(,{"name":"s","priority":400,"match":1})", "is a number"}}) {
+        configIs(more);
+        EXPECT_THROW(StateDirectory::readInPieces(state.path(), {}, 300), NotInPieces);
+        EXPECT_NE(state.refusal().find(wrong), std::string::npos) << state.refusal();
+    }
+}
+
+// And policies that are read when all names are known.
+TEST(PiecesThreads, readPassedOverPoliciesTogether) {
+    std::string policies;
+    std::string vrfs;
+    for (int i = 0; i < 400; ++i) {
+        const std::string name = "\"P" + std::to_string(i) + "\"";
+        policies += (i == 0 ? "" : ",\n") + name +
+                    R"(:{"currCfg":{"rules":[{"name":"r","priority":1,"action":{"drop":{}}}]}})";
+        if (i % 7 != 0) vrfs += (vrfs.empty() ? name : "," + name) + ":" + name;
+    }
+    TemporaryState state;
+    StateDirectory::Wanted onCpu;
+    onCpu.policies = StateDirectory::Wanted::Policies::onCpu;
+    state.documentIs("config",
+                     "{\"policyMapConfig\":{" + policies + "},\"vrfConfig\":{" + vrfs + "}}");
+    const State read = StateDirectory::readInPieces(state.path(), onCpu, 300);
+    for (int i = 0; i < 400; ++i) {
+        const auto& name = "P" + std::to_string(i);
+        const auto version = read.config->policyMapConfig(name)->currCfg();
+        EXPECT_EQ(version ? version->policyAction().size() : 0U, i % 7 == 0 ? 0U : 1U) << name;
+    }
+}
+
 }  // namespace
