@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "state/Attributes.h"
+#include "state/Shared.h"
 
 namespace StateDirectory {
 
@@ -75,24 +76,30 @@ struct ActionForm {
 };
 
 template <ActionType type>
+Orb::Ptr<const Action> readPlain(const Node& node) {
+    auto action = Orb::make<Action>(type);
+    readObject(node, std::span<const Key<Action>>(), *action);
+    return action;
+}
+
+template <class Type, const auto& keys>
+Orb::Ptr<const Action> readForm(const Node& node) {
+    auto action = Orb::make<Type>();
+    readObject(node, keys, *action);
+    return action;
+}
+
+template <ActionType type>
 constexpr ActionForm plain = {
     type,
-    [](const Node& node) {
-        auto action = Orb::make<Action>(type);
-        readObject(node, std::span<const Key<Action>>(), *action);
-        return Orb::Ptr<const Action>(action);
-    },
+    [](const Node& node) { return Shared::value<readPlain<type>>(node); },
     [](Writer& writer, const Action&) { writer.object([] {}); },
 };
 
 template <ActionType type, class Type, const auto& keys>
 constexpr ActionForm form = {
     type,
-    [](const Node& node) {
-        auto action = Orb::make<Type>();
-        readObject(node, keys, *action);
-        return Orb::Ptr<const Action>(action);
-    },
+    [](const Node& node) { return Shared::value<readForm<Type, keys>>(node); },
     [](Writer& writer, const Action& action) {
         writeObject(writer, keys, static_cast<const Type&>(action));
     },

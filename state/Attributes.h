@@ -65,6 +65,11 @@ struct ValueForm<Orb::String> {
     static Orb::String read(const Node& node) { return readName(node); }
     static void write(Writer& writer, const Orb::String& value) { writer.text(value); }
 };
+template <>
+struct ValueForm<Orb::Name> {
+    static Orb::Name read(const Node& node) { return readSharedName(node); }
+    static void write(Writer& writer, const Orb::Name& value) { writer.text(value); }
+};
 template <std::unsigned_integral Number>
 struct ValueForm<Number> {
     static Number read(const Node& node) {

@@ -19,13 +19,13 @@ namespace {
 // A rule being read. Its match and its actions bear its name, so they wait until that is known.
 struct Rule {
     struct Source {
-        const Orb::String& name;
+        const Orb::Name& name;
         U32 priority;
         const ClassMapConfig* match;
         const PolicyClassAction* action;  // null: none
     };
 
-    Orb::String name;
+    Orb::Name name;
     U32 priority = 0;
     bool hasMatch = false;
     bool hasAction = false;
@@ -47,7 +47,7 @@ constexpr Key<MatchParts> matchKeys[] = {
 };
 
 constexpr Key<Rule> ruleKeys[] = {
-    {"name", [](const Node& node, Rule& to) { to.name = readName(node); },
+    {"name", [](const Node& node, Rule& to) { to.name = readSharedName(node); },
      [](Writer& writer, const Rule::Source& from) { writer.text(from.name); }, Presence::required},
     {"priority",
      [](const Node& node, Rule& to) {
@@ -101,11 +101,11 @@ RuleObjects readRuleObjects(const Node& item, const Rule& rule) {
 }
 
 void readRules(const Node& node, PolicyMapSubConfig& version) {
-    Orb::HashMap2018<Orb::String, Orb::Ptr<const ClassMapConfig>> classMap;
-    Orb::HashMap2018<Orb::String, Orb::Ptr<const PolicyClassAction>> policyAction;
+    Orb::HashMap2018<Orb::Name, Orb::Ptr<const ClassMapConfig>> classMap;
+    Orb::HashMap2018<Orb::Name, Orb::Ptr<const PolicyClassAction>> policyAction;
     reserveFor(classMap, node, &Node::list);
     reserveFor(policyAction, node, &Node::list);
-    std::vector<std::pair<U32, Orb::String>> order;
+    std::vector<std::pair<U32, Orb::Name>> order;
     Orb::HashMap2018<U32, std::size_t> places;  // in the order, by priority
     reserveFor(places, node, &Node::list);
     const auto refuseSecond = [&](const Node& item, const auto& rule) {
@@ -146,9 +146,9 @@ void readRules(const Node& node, PolicyMapSubConfig& version) {
                 take(std::move(rule));
             });
     }
-    // Made at once, so that a walk over the rules finds the entries side by side.
-    Orb::RbTreeMap<U32, Orb::String> classPriority;
+    Orb::SortedMap<U32, Orb::Name> classPriority;
     std::ranges::sort(order);
+    classPriority.reserve(static_cast<U32>(order.size()));
     for (auto& [priority, name] : order) classPriority.insertNew({priority, std::move(name)});
     version.classPriorityIs(std::move(classPriority));
     version.classMapIs(std::move(classMap));

@@ -3,6 +3,7 @@
 #include <system_error>
 
 #include "orb/Arena.h"
+#include "state/Shared.h"
 
 namespace StateDirectory {
 
@@ -38,6 +39,7 @@ void SecondThread::runFirst() {
 
 void SecondThread::run() {
     const Orb::ArenaScope arena;
+    const Shared::Scope shared;
     runFirst();
     std::unique_lock lock(mutex_);
     for (;;) {

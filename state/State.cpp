@@ -5,6 +5,7 @@
 #include "state/ImportedDirectory.h"
 #include "state/Reading.h"
 #include "state/SecondThread.h"
+#include "state/Shared.h"
 #include "state/Status.h"
 
 namespace StateDirectory {
@@ -28,6 +29,7 @@ std::string statusIn(const std::string& folder) { return folder + "/status.json"
 
 State readInPieces(const std::string& folder, const Wanted& wanted, std::size_t runSize) {
     const Orb::ArenaScope arena;
+    const Shared::Scope shared;
     State state;
     std::optional<Pieces> status;
     SecondThread second([&] {
@@ -49,6 +51,7 @@ State readInPieces(const std::string& folder, const Wanted& wanted, std::size_t 
 }
 
 State readWhole(const std::string& folder) {
+    const Shared::Scope shared;
     State state;
     SecondThread second([&] {
         const Document status(statusIn(folder));

@@ -52,7 +52,7 @@ Orb::Ptr<const IntfStatus> readIntfStatus(const Node& node, const Wire::IntfId& 
     return status;
 }
 
-Orb::Ptr<const ClassMapStatus> readClassMapStatus(const Node& node, const Orb::String& name) {
+Orb::Ptr<const ClassMapStatus> readClassMapStatus(const Node& node, const Orb::Name& name) {
     using Options = Orb::HashSet2018<ClassMapMatchOption>;
     auto options = readSet<Options>(node, [](const Node& item) {
         return static_cast<ClassMapMatchOption>(item.oneOf(matchOptionWords()));
@@ -63,7 +63,7 @@ Orb::Ptr<const ClassMapStatus> readClassMapStatus(const Node& node, const Orb::S
     return status;
 }
 
-Orb::Ptr<const PacketDataStatus> readCounter(const Node& node, const Orb::String& name) {
+Orb::Ptr<const PacketDataStatus> readCounter(const Node& node, const Orb::Name& name) {
     auto parts = readRecord<const IntfCountData>(node);
     auto counter = Orb::make<PacketDataStatus>(name, parts.counts.uniqueId);
     counter->countIs(parts.counts.count);
@@ -85,13 +85,13 @@ struct PolicyStatus {
 };
 
 template <class Record>
-using ByName = Orb::HashMap2018<Orb::String, Orb::Ptr<const Record>>;
+using ByName = Orb::HashMap2018<Orb::Name, Orb::Ptr<const Record>>;
 
 constexpr Key<PolicyStatus> policyStatusKeys[] = {
     {"classMapStatus",
      [](const Node& node, PolicyStatus& to) {
          to.status.classMapStatusIs(
-             readMap<ByName<ClassMapStatus>>(node, nameKey, readClassMapStatus));
+             readMap<ByName<ClassMapStatus>>(node, sharedNameKey, readClassMapStatus));
      },
      [](Writer& writer, const PolicyMapStatus& from) {
          writeMap(writer, from.classMapStatus(), [&](const auto& rule) {
@@ -117,7 +117,7 @@ constexpr Key<PolicyStatus> policyStatusKeys[] = {
      }},
     {"classCounter",
      [](const Node& node, PolicyStatus& to) {
-         to.status.classCounterIs(readMap<ByName<PacketDataStatus>>(node, nameKey, readCounter));
+         to.status.classCounterIs(readMap<ByName<PacketDataStatus>>(node, sharedNameKey, readCounter));
      },
      [](Writer& writer, const PolicyMapStatus& from) {
          writeMap(writer, from.classCounter(),
@@ -125,7 +125,7 @@ constexpr Key<PolicyStatus> policyStatusKeys[] = {
      }},
     {"namedCounter",
      [](const Node& node, PolicyStatus& to) {
-         to.status.namedCounterIs(readMap<ByName<PacketDataStatus>>(node, nameKey, readCounter));
+         to.status.namedCounterIs(readMap<ByName<PacketDataStatus>>(node, sharedNameKey, readCounter));
      },
      [](Writer& writer, const PolicyMapStatus& from) {
          writeMap(writer, from.namedCounter(),

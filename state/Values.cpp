@@ -4,6 +4,7 @@
 
 #include "base/Number.h"
 #include "base/Time.h"
+#include "state/Shared.h"
 
 namespace StateDirectory {
 
@@ -77,6 +78,12 @@ Orb::String readName(const Node& node) {
     const std::string_view text = node.text();
     checkName(node, text, "name", Spot::value);
     return Orb::String(text);
+}
+
+Orb::Name readSharedName(const Node& node) {
+    const std::string_view text = node.text();
+    checkName(node, text, "name", Spot::value);
+    return Shared::name(text);
 }
 
 Orb::String readText(const Node& node) {
@@ -157,6 +164,11 @@ void writePrefixes(Writer& writer, const Orb::HashSet2018<IpGenPrefix>& prefixes
 Orb::String nameKey(const Node& member, std::string_view key) {
     checkName(member, key, "key", Spot::key);
     return Orb::String(key);
+}
+
+Orb::Name sharedNameKey(const Node& member, std::string_view key) {
+    checkName(member, key, "key", Spot::key);
+    return Shared::name(key);
 }
 
 Wire::IntfId intfKey(const Node& member, std::string_view key) {

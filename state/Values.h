@@ -6,6 +6,7 @@
 
 #include "hive/MatchOption.h"
 #include "hive/Ranges.h"
+#include "orb/Name.h"
 #include "orb/Seconds.h"
 #include "state/Collections.h"
 #include "wire/AddressFamily.h"
@@ -19,6 +20,8 @@ namespace StateDirectory {
 bool isName(std::string_view text);
 
 Orb::String readName(const Node& node);
+// The same for names that stand in many places.
+Orb::Name readSharedName(const Node& node);
 // Any text but an empty one.
 Orb::String readText(const Node& node);
 // As RFC 3339 writes it.
@@ -39,6 +42,7 @@ void writePrefixes(Writer& writer, const Orb::HashSet2018<Wire::IpGenPrefix>& pr
 
 // Keys of maps. Each refuses a key that is none.
 Orb::String nameKey(const Node& member, std::string_view key);
+Orb::Name sharedNameKey(const Node& member, std::string_view key);
 Wire::IntfId intfKey(const Node& member, std::string_view key);
 // "Vlan1" to "Vlan4094", digits without leading zeros.
 Wire::IntfId vlanIntfKey(const Node& member, std::string_view key);

@@ -106,7 +106,7 @@ void collectCountersUsed(const PolicyState& policyState, const Direction& direct
             countActionOf(policyState, cmapStatus->name(), index);
         if (count == nullptr) continue;
         if (count->counterName().empty()) {
-            unnamed.is(index, &cmapStatus->name());
+            unnamed.is(index, &cmapStatus->name().text());
         } else {
             named.is(count->counterName(), 0U);
         }

@@ -140,7 +140,7 @@ PolicyChange comparePolicy(const PolicyMap::PolicyMapConfig* before,
     // What a policy had that came or went as a whole is told by its size.
     if (change.change != Change::changed) return change;
     change.rules = RuleComparison(rulesBefore, rulesAfter).changes();
-    static const Orb::RbTreeSet<Orb::String> none;
+    static const Orb::RbTreeSet<Orb::Name> none;
     const auto& countersBefore = versionBefore == nullptr ? none : versionBefore->namedCounter();
     const auto& countersAfter = versionAfter == nullptr ? none : versionAfter->namedCounter();
     std::ranges::set_difference(countersAfter, countersBefore,

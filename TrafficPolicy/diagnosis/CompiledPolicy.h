@@ -91,7 +91,7 @@ class CompiledPolicy {
   private:
     class Compiler;
     struct Entry {
-        const Orb::String* name;
+        const Orb::Name* name;
         const PolicyMap::ClassMapMatch* match;
         U32 priority;
         U32 position;  // among the version's rules

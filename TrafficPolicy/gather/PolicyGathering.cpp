@@ -31,7 +31,7 @@ namespace {
 void gatherVersion(ShowTrafficPolicyBase& show, PolicyState& record,
                    const Orb::Ptr<const PolicyMapSubConfig>& currCfg,
                    const Orb::Ptr<const PolicyMapStatus>& policyStatus) {
-    for (const Orb::String& counterName : currCfg->namedCounter()) {
+    for (const Orb::Name& counterName : currCfg->namedCounter()) {
         record.namedCounterIs(counterName, true);
     }
     show.cacheClassState(currCfg);
@@ -72,15 +72,6 @@ void gatherPolicy(ShowTrafficPolicyBase& show, const Orb::String& policyName) {
 
 namespace {
 
-// The rule names of a version, by ascending priority. Copied, because the version may go when a
-// step of the walk over the rules gives up the activity lock.
-std::vector<Orb::String> ruleOrder(const PolicyMapSubConfig& currCfg) {
-    std::vector<Orb::String> names;
-    names.reserve(currCfg.classPriority().size());
-    for (const auto& [priority, name] : currCfg.classPriority()) names.push_back(name);
-    return names;
-}
-
 // Says whether a rule status gives the rule a match option. Several are a broken invariant.
 bool hasMatchOption(const ClassMapStatus* cmapStatus) {
     if (cmapStatus == nullptr) return false;
@@ -89,7 +80,7 @@ bool hasMatchOption(const ClassMapStatus* cmapStatus) {
     return false;
 }
 
-void traceMissing(const ClassMapStatus* cmapStatus, const Orb::String& className) {
+void traceMissing(const ClassMapStatus* cmapStatus, const Orb::Name& className) {
     if (cmapStatus == nullptr) {
         SHOW_TRACE(7, "ClassMapStatus not found for " << className);
     } else {
@@ -100,14 +91,14 @@ void traceMissing(const ClassMapStatus* cmapStatus, const Orb::String& className
 // The record of a rule in a map by rule name; null when it has none. The maps of a policy are
 // mostly filled in the order of the rules, so the rule's place is the likely position.
 template <class Records>
-auto* recordOf(const Records& records, const Orb::String& className, U32 place) {
+auto* recordOf(const Records& records, const Orb::Name& className, U32 place) {
     const auto* const record = records.find(className, place);
     return record == nullptr ? nullptr : record->get();
 }
 
 // The configured match of a rule for the option that the platform took it under, or an empty one.
 Orb::Ptr<const ClassMapMatch> matchOf(const PolicyMapSubConfig& currCfg,
-                                      const Orb::String& className, U32 place, MatchOption option) {
+                                      const Orb::Name& className, U32 place, MatchOption option) {
     const auto* const classConfig = recordOf(currCfg.classMap(), className, place);
     const ClassMapMatch* const match =
         classConfig != nullptr ? classConfig->match(option) : nullptr;
@@ -130,7 +121,7 @@ class GatheredRules {
     }
 
     // The status of a rule; null when it has none. index: where it is likely to be.
-    Orb::Ptr<const ClassMapStatus> statusOf(const Orb::String& className, U32 index) {
+    Orb::Ptr<const ClassMapStatus> statusOf(const Orb::Name& className, U32 index) {
         if (statuses_.empty()) return nullptr;
         const auto* const match = matches_.find(index);
         if (match != nullptr && *match && (*match)->name() == className) {
@@ -150,7 +141,7 @@ class GatheredRules {
     const Direction* direction_;  // null: there was none
     Orb::Array<Orb::Ptr<const ClassMapMatch>> matches_;
     RuleStatuses statuses_;
-    Orb::HashMap2018<Orb::String, Orb::Ptr<const ClassMapStatus>> byName_;  // made when needed
+    Orb::HashMap2018<Orb::Name, Orb::Ptr<const ClassMapStatus>> byName_;  // made when needed
 };
 
 // Notes when a rule refers to a field set that is not configured.
@@ -162,11 +153,11 @@ void noteFieldSets(PolicyState& record, const ClassMapMatch& match,
 
 // Notes when a rule counts into a counter that the policy does not declare.
 void noteCountAction(PolicyState& record, const PolicyMap::PolicyClassAction* actions,
-                     const Orb::String& className) {
+                     const Orb::Name& className) {
     if (actions == nullptr) return;
     const PolicyMap::Action* const action = actions->action(PolicyMap::ActionType::count);
     if (action == nullptr) return;
-    const Orb::String& counterName =
+    const Orb::Name& counterName =
         static_cast<const PolicyMap::CountAction*>(action)->counterName();
     if (counterName.empty() || record.namedCounter(counterName) != nullptr) return;
     SHOW_TRACE(1, "Class: " << className << " " << counterName);
@@ -176,7 +167,7 @@ void noteCountAction(PolicyState& record, const PolicyMap::PolicyClassAction* ac
 // The status of a rule that the platform took under one match option; null, with a trace, when it
 // did not.
 Orb::Ptr<const ClassMapStatus> takenStatus(const PolicyMapStatus& policyStatus,
-                                           const Orb::String& className, U32 place) {
+                                           const Orb::Name& className, U32 place) {
     const ClassMapStatus* const cmapStatus =
         recordOf(policyStatus.classMapStatus(), className, place);
     if (hasMatchOption(cmapStatus)) return cmapStatus;
@@ -185,7 +176,7 @@ Orb::Ptr<const ClassMapStatus> takenStatus(const PolicyMapStatus& policyStatus,
 }
 
 struct Rule {
-    const Orb::String& className;
+    const Orb::Name& className;
     U32 place;  // in the policy
     U32 index;  // among the rules that the platform took
     MatchOption option;
@@ -217,10 +208,12 @@ void gatherRules(ShowTrafficPolicyBase& show, const PolicyMapSubConfig& currCfg,
     RuleStatuses renumbered;
     policyState->classMapConfigDelAll();
 
-    const std::vector<Orb::String> classNames = ruleOrder(currCfg);
+    // A version never changes, but it may be replaced when a step of the walk gives up the activity
+    // lock.
+    const Orb::Ptr<const PolicyMapSubConfig> version(&currCfg);
     U32 index = 0;
     U32 place = 0;  // of the rule in the policy
-    for (const Orb::String& className : classNames) {
+    for (const auto& [priority, className] : version->classPriority()) {
         const U32 at = place++;
         const Orb::Ptr<const ClassMapStatus> status = takenStatus(*policyStatus, className, at);
         const Orb::Ptr<const ClassMapStatus> gatheredStatus = gathered.statusOf(className, index);
@@ -235,7 +228,7 @@ void gatherRules(ShowTrafficPolicyBase& show, const PolicyMapSubConfig& currCfg,
         if (gatheredStatus) renumbered.is(index, gatheredStatus);
         ++index;
     }
-    SHOW_TRACE(4, "ruleCount " << index << ", total class count " << classNames.size());
+    SHOW_TRACE(4, "ruleCount " << index << ", total class count " << place);
     gathered.renumberedAre(*policyState, std::move(renumbered));
     policyState->ruleCountIs(index);
 }

@@ -164,7 +164,7 @@ class ORB_EXPORT PoliceAction : public Action {
 class ORB_EXPORT CountAction : public Action {
     ORB_DERIVED_TYPE(CountAction, Action)
     ORB_CONSTRUCTIBLE(CountAction)
-    ORB_ATTRIBUTE(counterName, Orb::String)  // a named counter; empty: the rule's own counter
+    ORB_ATTRIBUTE(counterName, Orb::Name)  // a named counter; empty: the rule's own counter
 
     CountAction() : Action(ActionType::count) {}
 };

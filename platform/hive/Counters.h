@@ -52,13 +52,13 @@ class ORB_EXPORT IntfCountData : public Orb::PtrInterface {
 // One live counter record: of a rule (named after it) or of a named counter.
 class ORB_EXPORT PacketDataStatus : public Orb::PtrInterface {
     ORB_TYPE(PacketDataStatus)
-    ORB_CONSTRUCTIBLE(PacketDataStatus, Orb::String, Keel::UniqueId)
-    ORB_KEY(name, Orb::String)
+    ORB_CONSTRUCTIBLE(PacketDataStatus, Orb::Name, Keel::UniqueId)
+    ORB_KEY(name, Orb::Name)
     ORB_KEY(uniqueId, Keel::UniqueId)
     ORB_ATTRIBUTE(count, PacketAndByte)
     ORB_ATTRIBUTE(perIntfCount, Orb::RbTreeMap<Wire::IntfId, Orb::Ptr<const IntfCountData>>)
 
-    PacketDataStatus(Orb::String name, Keel::UniqueId uniqueId)
+    PacketDataStatus(Orb::Name name, Keel::UniqueId uniqueId)
         : name_(std::move(name)), uniqueId_(uniqueId) {}
 };
 

@@ -29,7 +29,7 @@ class ORB_EXPORT IntfStatus : public Orb::PtrInterface {
 // What the platform made of one rule ("class"): the match options under which it took it. A rule
 // that it took has one.
 class ORB_EXPORT ClassMapStatus : public Orb::PtrInterface {
-    ORB_KEYED_TYPE(ClassMapStatus, name, Orb::String)
+    ORB_KEYED_TYPE(ClassMapStatus, name, Orb::Name)
     ORB_ATTRIBUTE(match, Orb::HashSet2018<ClassMapMatchOption>)
     // How many match options there are.
     U32 matchs() const { return match().size(); }
@@ -37,11 +37,11 @@ class ORB_EXPORT ClassMapStatus : public Orb::PtrInterface {
 
 class ORB_EXPORT PolicyMapStatus : public Orb::PtrInterface {
     ORB_KEYED_TYPE(PolicyMapStatus, name, Orb::String)
-    ORB_ATTRIBUTE(classMapStatus, Orb::HashMap2018<Orb::String, Orb::Ptr<const ClassMapStatus>>)
+    ORB_ATTRIBUTE(classMapStatus, Orb::HashMap2018<Orb::Name, Orb::Ptr<const ClassMapStatus>>)
     ORB_ATTRIBUTE(intfStatus, Orb::RbTreeMap<Wire::IntfId, Orb::Ptr<const IntfStatus>>)
     // The counter records that the state database keeps, by rule and by counter name.
-    ORB_ATTRIBUTE(classCounter, Orb::HashMap2018<Orb::String, Orb::Ptr<const PacketDataStatus>>)
-    ORB_ATTRIBUTE(namedCounter, Orb::HashMap2018<Orb::String, Orb::Ptr<const PacketDataStatus>>)
+    ORB_ATTRIBUTE(classCounter, Orb::HashMap2018<Orb::Name, Orb::Ptr<const PacketDataStatus>>)
+    ORB_ATTRIBUTE(namedCounter, Orb::HashMap2018<Orb::Name, Orb::Ptr<const PacketDataStatus>>)
 };
 
 class ORB_EXPORT PolicyMapTypeStatus : public Orb::PtrInterface {

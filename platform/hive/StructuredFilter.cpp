@@ -10,7 +10,7 @@ ORB_DEFINE_TYPE(StructuredFilter)
 ORB_DEFINE_TYPE(InnerMatch)
 
 StructuredFilter::StructuredFilter() = default;
-StructuredFilter::~StructuredFilter() = default;
+ORB_DEFINE_SPARSE(StructuredFilter)
 
 bool FilterReference::looksForNames() const {
     const auto hasNames = [](FieldSetKind, const auto& names, const InnerMatch*) {

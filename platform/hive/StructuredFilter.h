@@ -63,31 +63,32 @@ class InnerMatch;
 class ORB_EXPORT StructuredFilter : public Orb::PtrInterface {
     ORB_TYPE(StructuredFilter)
     ORB_CONSTRUCTIBLE(StructuredFilter)
-    ORB_ATTRIBUTE(vlanTags, Orb::Array<Orb::Ptr<const VlanRangeSet>>)
+    ORB_SPARSE_ATTRIBUTES
+    ORB_SPARSE_ATTRIBUTE(vlanTags, Orb::Array<Orb::Ptr<const VlanRangeSet>>)
     // Of the four forms of a source at most one is not empty; of a destination likewise.
-    ORB_ATTRIBUTE(sources, Orb::HashSet2018<Wire::IpGenPrefix>)
-    ORB_ATTRIBUTE(srcPrefixSets, Orb::HashSet2018<Orb::String>)
-    ORB_ATTRIBUTE(sourceLpms, Orb::HashSet2018<Wire::IpGenPrefix>)
-    ORB_ATTRIBUTE(srcLpmPrefixSets, Orb::HashSet2018<Orb::String>)
-    ORB_ATTRIBUTE(destinations, Orb::HashSet2018<Wire::IpGenPrefix>)
-    ORB_ATTRIBUTE(dstPrefixSets, Orb::HashSet2018<Orb::String>)
-    ORB_ATTRIBUTE(destinationLpms, Orb::HashSet2018<Wire::IpGenPrefix>)
-    ORB_ATTRIBUTE(dstLpmPrefixSets, Orb::HashSet2018<Orb::String>)
+    ORB_SPARSE_ATTRIBUTE(sources, Orb::HashSet2018<Wire::IpGenPrefix>)
+    ORB_SPARSE_ATTRIBUTE(srcPrefixSets, Orb::HashSet2018<Orb::String>)
+    ORB_SPARSE_ATTRIBUTE(sourceLpms, Orb::HashSet2018<Wire::IpGenPrefix>)
+    ORB_SPARSE_ATTRIBUTE(srcLpmPrefixSets, Orb::HashSet2018<Orb::String>)
+    ORB_SPARSE_ATTRIBUTE(destinations, Orb::HashSet2018<Wire::IpGenPrefix>)
+    ORB_SPARSE_ATTRIBUTE(dstPrefixSets, Orb::HashSet2018<Orb::String>)
+    ORB_SPARSE_ATTRIBUTE(destinationLpms, Orb::HashSet2018<Wire::IpGenPrefix>)
+    ORB_SPARSE_ATTRIBUTE(dstLpmPrefixSets, Orb::HashSet2018<Orb::String>)
     // Protocols, each with what it asks of its layer-4 header; null: nothing.
-    ORB_ATTRIBUTE(protocols, Orb::HashMap2018<ProtocolRange, Orb::Ptr<const ProtoField>>)
-    ORB_ATTRIBUTE(length, Orb::HashSet2018<PacketLengthRange>)
-    ORB_ATTRIBUTE(fragment, Orb::Ptr<const Fragment>)  // null: no criterion
-    ORB_ATTRIBUTE(dscp, Orb::HashSet2018<DscpRange>)
-    ORB_ATTRIBUTE(ecn, Orb::HashSet2018<EcnRange>)
-    ORB_ATTRIBUTE(ttl, Orb::HashSet2018<TtlRange>)
+    ORB_SPARSE_ATTRIBUTE(protocols, Orb::HashMap2018<ProtocolRange, Orb::Ptr<const ProtoField>>)
+    ORB_SPARSE_ATTRIBUTE(length, Orb::HashSet2018<PacketLengthRange>)
+    ORB_SPARSE_ATTRIBUTE(fragment, Orb::Ptr<const Fragment>)  // null: no criterion
+    ORB_SPARSE_ATTRIBUTE(dscp, Orb::HashSet2018<DscpRange>)
+    ORB_SPARSE_ATTRIBUTE(ecn, Orb::HashSet2018<EcnRange>)
+    ORB_SPARSE_ATTRIBUTE(ttl, Orb::HashSet2018<TtlRange>)
     ORB_ATTRIBUTE(neighborsProtocol, NeighborsProtocol)
     ORB_ATTRIBUTE(l4Protocol, L4Protocol)
     ORB_ATTRIBUTE(ipOptions, bool)
     ORB_ATTRIBUTE(tracked, bool)
     // What the configuration of a switch asks beyond these criteria, word for word: "ethertype
     // 0x88cc". Whether a packet meets it is not known.
-    ORB_ATTRIBUTE(otherCriteria, Orb::HashSet2018<Orb::String>)
-    ORB_ATTRIBUTE(innerMatch, Orb::Ptr<const InnerMatch>)  // null: no criterion
+    ORB_SPARSE_ATTRIBUTE(otherCriteria, Orb::HashSet2018<Orb::String>)
+    ORB_SPARSE_ATTRIBUTE(innerMatch, Orb::Ptr<const InnerMatch>)  // null: no criterion
 
     StructuredFilter();
     ~StructuredFilter() override;

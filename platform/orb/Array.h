@@ -2,9 +2,7 @@
 // value (null for pointers).
 #pragma once
 
-#include <vector>
-
-#include "orb/Arena.h"
+#include "orb/DenseEntries.h"
 
 namespace Orb {
 
@@ -12,28 +10,32 @@ template <class Value>
 class Array {
   public:
     // One beyond the highest index that was set.
-    U32 size() const { return static_cast<U32>(values_.size()); }
-    bool empty() const { return values_.empty(); }
+    U32 size() const { return values_.size(); }
+    bool empty() const { return size() == 0; }
     explicit operator bool() const { return !empty(); }
     auto begin() const { return values_.begin(); }
     auto end() const { return values_.end(); }
 
     // The value at an index; null beyond the end.
     const Value* find(U32 index) const {
-        return index < values_.size() ? &values_[index] : nullptr;
+        return index < size() ? &values_[index] : nullptr;
     }
 
     void is(U32 index, Value value) {
-        if (index >= values_.size()) values_.resize(std::size_t{index} + 1);
-        values_[index] = std::move(value);
+        while (size() < index) values_.push_back(Value());
+        if (index == size()) {
+            values_.push_back(std::move(value));
+        } else {
+            values_[index] = std::move(value);
+        }
     }
     void del(U32 index) {
-        if (index < values_.size()) values_[index] = Value();
+        if (index < size()) values_[index] = Value();
     }
-    void delAll() { values_.clear(); }
+    void delAll() { values_.reset(); }
 
   private:
-    std::vector<Value, BlockAllocator<Value>> values_;
+    DenseEntries<Value> values_;
 };
 
 }  // namespace Orb

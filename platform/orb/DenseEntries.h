@@ -1,10 +1,15 @@
-// A vector that is one pointer wide and allocates nothing while it is empty: size, capacity and an
-// index of the owner's stand before the entries, in one allocation.
+// A vector that is one pointer wide and allocates nothing while it is empty: size and capacity
+// stand before the entries, in one allocation. Where there is room for many entries, an index of
+// the owner's does, too.
 //
-//     pointer -> [ size, capacity, index | e0 | e1 | e2 | ... ]
+//     pointer -> [ size, capacity | e0 | e1 | ... ]
+//     pointer -> [ index, size, capacity | e0 | e1 | e2 | ... ]
 #pragma once
 
 #include <algorithm>
+#include <bit>
+#include <cstring>
+#include <limits>
 #include <memory>
 #include <new>
 #include <utility>
@@ -14,20 +19,25 @@
 
 namespace Orb {
 
-// A table of positions that is one pointer wide, too: their number stands before the first.
+// A table of positions that is one pointer wide, too: the number of slots stands before the first.
+// A position takes one, two or four bytes, as the number of slots asks.
 class Slots {
   public:
+    static constexpr U32 absent = ~U32{0};
+
     Slots() = default;
-    Slots(std::size_t count, U32 value) : words_(new U32[count + 1]) {
-        words_[0] = static_cast<U32>(count);
-        std::fill_n(&words_[1], count, value);
+    // So many slots, all absent; a position must be less than their number.
+    explicit Slots(std::size_t count) : bytes_(new U8[bytesFor(count)]) {
+        std::fill_n(bytes_.get(), bytesFor(count), U8{0xff});
+        const auto size = static_cast<U32>(count);
+        std::memcpy(bytes_.get(), &size, sizeof(size));
     }
     Slots(Slots&&) noexcept = default;
     Slots& operator=(Slots&&) noexcept = default;
     Slots(const Slots& other) {
         if (other.empty()) return;
-        words_.reset(new U32[other.size() + 1]);
-        std::copy_n(other.words_.get(), other.size() + 1, words_.get());
+        bytes_.reset(new U8[bytesFor(other.size())]);
+        std::copy_n(other.bytes_.get(), bytesFor(other.size()), bytes_.get());
     }
     Slots& operator=(const Slots& other) {
         if (this != &other) *this = Slots(other);
@@ -35,16 +45,56 @@ class Slots {
     }
     ~Slots() = default;
 
-    bool empty() const { return !words_; }
-    std::size_t size() const { return words_ ? words_[0] : 0; }
-    U32& operator[](std::size_t slot) { return words_[slot + 1]; }
-    U32 operator[](std::size_t slot) const { return words_[slot + 1]; }
+    bool empty() const { return !bytes_; }
+    std::size_t size() const { return bytes_ ? get<U32>(bytes_.get()) : 0; }
+    U32 operator[](std::size_t slot) const {
+        const U8* const first = bytes_.get() + sizeof(U32);
+        switch (widthFor(size())) {
+            case sizeof(U8):
+                return widened(first[slot]);
+            case sizeof(U16):
+                return widened(get<U16>(first + slot * sizeof(U16)));
+            default:
+                return get<U32>(first + slot * sizeof(U32));
+        }
+    }
+    const void* placeOf(std::size_t slot) const {
+        return bytes_.get() + sizeof(U32) + slot * widthFor(size());
+    }
+    void is(std::size_t slot, U32 position) {
+        U8* const first = bytes_.get() + sizeof(U32);
+        const std::size_t width = widthFor(size());
+        // The low bytes come first on the machines that this runs on.
+        std::memcpy(first + slot * width, &position, width);
+    }
 
   private:
-    std::unique_ptr<U32[]> words_;
-};
+    // The greatest value of the type stands for absent.
+    static constexpr std::size_t widthFor(std::size_t count) {
+        return count <= std::numeric_limits<U8>::max() + std::size_t{1}    ? sizeof(U8)
+               : count <= std::numeric_limits<U16>::max() + std::size_t{1} ? sizeof(U16)
+                                                                           : sizeof(U32);
+    }
+    static std::size_t bytesFor(std::size_t count) {
+        return sizeof(U32) + count * widthFor(count);
+    }
+    template <class Word>
+    static Word get(const U8* place) {
+        Word word;
+        std::memcpy(&word, place, sizeof(word));
+        return word;
+    }
+    template <class Narrow>
+    static U32 widened(Narrow position) {
+        return position == std::numeric_limits<Narrow>::max() ? absent : position;
+    }
 
-template <class Entry>
+    std::unique_ptr<U8[]> bytes_;
+};
+static_assert(std::endian::native == std::endian::little);
+
+// A vector for more than fewEntries entries has an index.
+template <class Entry, U32 fewEntries = ~U32{0}>
 class DenseEntries {
   public:
     DenseEntries() = default;
@@ -57,7 +107,7 @@ class DenseEntries {
         if (other.size() == 0) return;
         reserve(other.size());
         for (const Entry& entry : other) push_back(Entry(entry));
-        header_->index = other.header_->index;
+        if (hasIndex()) index() = other.index();
     }
     DenseEntries& operator=(const DenseEntries& other) {
         if (this != &other) *this = DenseEntries(other);
@@ -73,9 +123,10 @@ class DenseEntries {
     Entry& operator[](U32 position) { return begin()[position]; }
     const Entry& operator[](U32 position) const { return begin()[position]; }
 
-    // The owner's. REQUIRES: something was inserted or reserved.
-    Slots& index() { return header_->index; }
-    const Slots& index() const { return header_->index; }
+    bool hasIndex() const { return header_ != nullptr && isLarge(header_->capacity); }
+    // The owner's. REQUIRES: hasIndex().
+    Slots& index() { return *indexOf(header_); }
+    const Slots& index() const { return *indexOf(header_); }
 
     void reserve(U32 capacity) {
         if (capacity > (header_ != nullptr ? header_->capacity : 0)) grow(capacity);
@@ -99,32 +150,40 @@ class DenseEntries {
 
   private:
     struct Header {
-        U32 size = 0;
-        U32 capacity = 0;
-        Slots index;
+        U32 size;
+        U32 capacity;
     };
     static_assert(alignof(Entry) <= alignof(U64));
-    static constexpr std::size_t offset =
-        (sizeof(Header) + alignof(Entry) - 1) / alignof(Entry) * alignof(Entry);
+    static_assert(sizeof(Header) == sizeof(U64) && sizeof(Slots) == sizeof(U64));
 
+    static constexpr bool isLarge(U32 capacity) { return capacity > fewEntries; }
     static Entry* entriesOf(Header* header) {
-        return header == nullptr
-                   ? nullptr
-                   : reinterpret_cast<Entry*>(reinterpret_cast<std::byte*>(header) + offset);
+        return header == nullptr ? nullptr : reinterpret_cast<Entry*>(header + 1);
+    }
+    static Slots* indexOf(Header* header) { return reinterpret_cast<Slots*>(header) - 1; }
+
+    static Header* newHeader(U32 capacity) {
+        const std::size_t size = sizeof(Header) + std::size_t{capacity} * sizeof(Entry);
+        if (!isLarge(capacity)) return new (allocateBlock(size)) Header{0, capacity};
+        auto* const index = new (allocateBlock(sizeof(Slots) + size)) Slots;
+        return new (index + 1) Header{0, capacity};
     }
     static void free(Header* header) {
-        std::destroy_at(header);
-        freeBlock(header);
+        if (!isLarge(header->capacity)) {
+            freeBlock(header);
+            return;
+        }
+        Slots* const index = indexOf(header);
+        std::destroy_at(index);
+        freeBlock(index);
     }
 
     void grow(U32 capacity) {
-        auto* const grown =
-            new (allocateBlock(offset + std::size_t{capacity} * sizeof(Entry))) Header;
-        grown->capacity = capacity;
+        auto* const grown = newHeader(capacity);
         if (header_ != nullptr) {
             std::uninitialized_move(begin(), end(), entriesOf(grown));
             grown->size = header_->size;
-            grown->index = std::move(header_->index);
+            if (hasIndex()) *indexOf(grown) = std::move(index());
             std::destroy(begin(), end());
             free(header_);
         }

@@ -20,7 +20,9 @@ inline U64 mixBits(U64 value) {
 // Values that compare equal across types hash alike: strings of every kind, Ptr and plain pointer.
 template <class T>
 U64 hashOf(const T& value) {
-    if constexpr (requires { value.hashValue(); }) {
+    if constexpr (requires { value.textHash(); }) {
+        return value.textHash();
+    } else if constexpr (requires { value.hashValue(); }) {
         return mixBits(value.hashValue());
     } else if constexpr (std::is_convertible_v<const T&, std::string_view>) {
         return std::hash<std::string_view>()(value);

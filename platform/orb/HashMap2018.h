@@ -105,8 +105,15 @@ class HashMap2018 {
     void append(Entry entry) { entries_.push_back(std::move(entry)); }
     bool indexAll() {
         const U32 count = size();
-        if (count == 0) return true;
-        index() = Slots(slotsFor(count), absent);
+        if (count <= scanLimit) {
+            for (U32 i = 1; i < count; ++i) {
+                for (U32 j = 0; j < i; ++j) {
+                    if (keyOf(entries_[i]) == keyOf(entries_[j])) return false;
+                }
+            }
+            return true;
+        }
+        index() = Slots(slotsFor(count));
         // A large index is in no cache: what a key needs is asked for some keys before its turn, at
         // first its slot, then the entry whose position is there already.
         constexpr U32 ahead = 8;
@@ -115,7 +122,7 @@ class HashMap2018 {
         for (U32 next = 0; next < count + 2 * ahead; ++next) {
             if (next < count) {
                 homeOf(next) = hashOf(keyOf(entries_[next])) & (index().size() - 1);
-                __builtin_prefetch(&index()[homeOf(next)]);
+                __builtin_prefetch(index().placeOf(homeOf(next)));
             }
             const U32 nearer = next - ahead;
             if (nearer < count && index()[homeOf(nearer)] != absent) {
@@ -145,11 +152,11 @@ class HashMap2018 {
             entries_.reset();
             return end();
         }
-        if (last <= scanLimit) {
-            index() = {};
-        } else {
+        if (last > scanLimit) {
             closeGap(slotOf(position));
-            if (position != last) index()[slotOf(last)] = position;
+            if (position != last) index().is(slotOf(last), position);
+        } else if (entries_.hasIndex()) {
+            index() = {};
         }
         if (position != last) entries_[position] = std::move(entries_[last]);
         entries_.pop_back();
@@ -158,7 +165,7 @@ class HashMap2018 {
     void delAll() { entries_.reset(); }
 
   private:
-    static constexpr U32 absent = ~U32{0};
+    static constexpr U32 absent = Slots::absent;
     static constexpr U32 scanLimit = 8;
 
     // Positions by hash, a power of two of slots, at most half full; empty up to scanLimit entries.
@@ -192,7 +199,7 @@ class HashMap2018 {
     Entry& insert(Entry entry) {
         entries_.push_back(std::move(entry));
         const U32 count = size();
-        if (count > scanLimit || !index().empty()) {
+        if (count > scanLimit || (entries_.hasIndex() && !index().empty())) {
             if (index().size() < 2 * std::size_t{count}) {
                 buildIndex(2 * count);
             } else {
@@ -215,7 +222,7 @@ class HashMap2018 {
         const std::size_t mask = index().size() - 1;
         std::size_t slot = hashOf(keyOf(entries_[position])) & mask;
         while (index()[slot] != absent) slot = (slot + 1) & mask;
-        index()[slot] = position;
+        index().is(slot, position);
     }
 
     // The slot that holds a position, which must be in the index.
@@ -233,11 +240,11 @@ class HashMap2018 {
         for (std::size_t slot = (gap + 1) & mask; slots[slot] != absent; slot = (slot + 1) & mask) {
             const std::size_t home = hashOf(keyOf(entries_[slots[slot]])) & mask;
             if (((slot - home) & mask) >= ((slot - gap) & mask)) {
-                slots[gap] = slots[slot];
+                slots.is(gap, slots[slot]);
                 gap = slot;
             }
         }
-        slots[gap] = absent;
+        slots.is(gap, absent);
     }
 
     static std::size_t slotsFor(U32 count) {
@@ -248,11 +255,11 @@ class HashMap2018 {
 
     // Lays the index anew, with room for that many entries.
     void buildIndex(U32 count) {
-        index() = Slots(slotsFor(count), absent);
+        index() = Slots(slotsFor(count));
         for (U32 i = 0; i < size(); ++i) indexIs(i);
     }
 
-    DenseEntries<Entry> entries_;
+    DenseEntries<Entry, scanLimit> entries_;
 };
 
 template <class Key>

@@ -7,6 +7,7 @@
 #include "orb/Array.h"
 #include "orb/HashMap2018.h"
 #include "orb/RbTreeMap.h"
+#include "orb/SortedMap.h"
 
 namespace Orb {
 
@@ -21,6 +22,8 @@ template <class Key, class Value>
 bool isSame(const HashMap2018<Key, Value>& a, const HashMap2018<Key, Value>& b);
 template <class Key, class Value, class Less>
 bool isSame(const RbTreeMap<Key, Value, Less>& a, const RbTreeMap<Key, Value, Less>& b);
+template <class Key, class Value>
+bool isSame(const SortedMap<Key, Value>& a, const SortedMap<Key, Value>& b);
 template <class Value>
 bool isSame(const Array<Value>& a, const Array<Value>& b);
 
@@ -56,6 +59,13 @@ bool isSame(const RbTreeMap<Key, Value, Less>& a, const RbTreeMap<Key, Value, Le
         } else {
             return x.first == y.first && isSame(x.second, y.second);
         }
+    });
+}
+
+template <class Key, class Value>
+bool isSame(const SortedMap<Key, Value>& a, const SortedMap<Key, Value>& b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const auto& x, const auto& y) {
+        return x.key == y.key && isSame(x.value, y.value);
     });
 }
 

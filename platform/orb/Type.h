@@ -21,7 +21,9 @@
 #include <variant>
 #include <vector>
 
+#include "orb/Name.h"
 #include "orb/Same.h"
+#include "orb/Sparse.h"
 
 namespace Orb {
 
@@ -207,6 +209,9 @@ template <class Parameter>
 Parameter argument(const TypeInfo& type, TypeInfo::Arguments arguments, std::size_t position) {
     const std::any& given = arguments[position];
     if (const auto* exact = std::any_cast<Parameter>(&given)) return *exact;
+    if constexpr (std::is_same_v<Parameter, Name>) {
+        if (const auto* text = std::any_cast<String>(&given)) return *text;
+    }
     if constexpr (IsPtr<Parameter>::value) {
         using Mutable = Ptr<std::remove_const_t<typename IsPtr<Parameter>::Pointee>>;
         if (const auto* object = std::any_cast<Mutable>(&given)) return *object;
@@ -250,6 +255,19 @@ void addAttributeOf(TypeInfo& type) {
 template <class Type, int... line>
 void addAttributes(TypeInfo& type, std::integer_sequence<int, line...>) {
     (addAttributeOf<Type, line>(type), ...);
+}
+
+template <class Type, int line>
+void dropSparseOf(Sparse& sparse) {
+    if constexpr (requires { Type::orbSparse(Line<line>()); }) {
+        sparse.drop<decltype(Type::orbSparse(Line<line>()))>(line);
+    }
+}
+
+// Ends the life of the attributes that an object keeps sparsely.
+template <class Type, int... line>
+void dropSparse(Sparse& sparse, std::integer_sequence<int, line...>) {
+    (dropSparseOf<Type, line>(sparse), ...);
 }
 
 template <class Type>
@@ -345,6 +363,7 @@ bool registerFactory() {
     static ::Orb::TypeInfo& orbType();                                    \
     const ::Orb::TypeInfo& fwkType() const override { return orbType(); } \
     static void orbAttribute(::Orb::Detail::None);                        \
+    static void orbSparse(::Orb::Detail::None);                           \
     static void orbConstructor(::Orb::Detail::None);                      \
                                                                           \
   private:                                                                \
@@ -375,48 +394,82 @@ bool registerFactory() {
         return &::Orb::Detail::construct<OrbSelf __VA_OPT__(, ) __VA_ARGS__>; \
     }
 
-#define ORB_STORED_ATTRIBUTE(attribute, ...)                                                 \
-  public:                                                                                    \
-    static_assert(__LINE__ - orbFirstLine < ::Orb::Detail::maxLines);                        \
-    template <class OrbSelf>                                                                 \
-    static ::Orb::Attribute orbAttribute(::Orb::Detail::Line<__LINE__ - orbFirstLine>) {     \
-        return {#attribute, #__VA_ARGS__,                                                    \
-                [](const ::Orb::PtrInterface& object) {                                      \
-                    return ::Orb::valueOf(static_cast<const OrbSelf&>(object).attribute##_); \
-                },                                                                           \
-                [](const ::Orb::PtrInterface& a, const ::Orb::PtrInterface& b) {             \
-                    return ::Orb::isSame(static_cast<const OrbSelf&>(a).attribute##_,        \
-                                         static_cast<const OrbSelf&>(b).attribute##_);       \
-                }};                                                                          \
-    }                                                                                        \
-                                                                                             \
-  private:                                                                                   \
-    __VA_ARGS__ attribute##_{};                                                              \
-                                                                                             \
-  public:                                                                                    \
+// Access by name.
+#define ORB_DESCRIBED_ATTRIBUTE(attribute, ...)                                          \
+  public:                                                                                \
+    static_assert(__LINE__ - orbFirstLine < ::Orb::Detail::maxLines);                    \
+    template <class OrbSelf>                                                             \
+    static ::Orb::Attribute orbAttribute(::Orb::Detail::Line<__LINE__ - orbFirstLine>) { \
+        return {#attribute, #__VA_ARGS__,                                                \
+                [](const ::Orb::PtrInterface& object) {                                  \
+                    return ::Orb::valueOf<std::remove_cvref_t<__VA_ARGS__>>(             \
+                        static_cast<const OrbSelf&>(object).attribute());                \
+                },                                                                       \
+                [](const ::Orb::PtrInterface& a, const ::Orb::PtrInterface& b) {         \
+                    return ::Orb::isSame(static_cast<const OrbSelf&>(a).attribute(),     \
+                                         static_cast<const OrbSelf&>(b).attribute());    \
+                }};                                                                      \
+    }
+
+#define ORB_STORED_ATTRIBUTE(attribute, ...)        \
+    ORB_DESCRIBED_ATTRIBUTE(attribute, __VA_ARGS__) \
+                                                    \
+  private:                                          \
+    __VA_ARGS__ attribute##_{};                     \
+                                                    \
+  public:                                           \
     ::Orb::Detail::Getter<__VA_ARGS__> attribute() const { return attribute##_; }
+
+// What changes an attribute, which is at a place, and one value of a collection.
+#define ORB_ATTRIBUTE_CHANGES(attribute, place)                                   \
+    template <class OrbKey>                                                       \
+    auto attribute(const OrbKey& key) const {                                     \
+        return ::Orb::Detail::valueOfKey(attribute(), key);                       \
+    }                                                                             \
+    template <class... OrbArgs>                                                   \
+    decltype(auto) attribute##Is(OrbArgs&&... args) {                             \
+        return ::Orb::Detail::attributeIs(place, std::forward<OrbArgs>(args)...); \
+    }                                                                             \
+    template <class OrbKey>                                                       \
+    decltype(auto) attribute##Del(const OrbKey& key) {                            \
+        return ::Orb::Detail::attributeDel(place, key);                           \
+    }                                                                             \
+    template <class OrbNone = void>                                               \
+    void attribute##DelAll() {                                                    \
+        ::Orb::Detail::attributeDelAll<OrbNone>(place);                           \
+    }
 
 // An attribute that the constructor sets once.
 #define ORB_KEY(attribute, ...) ORB_STORED_ATTRIBUTE(attribute, __VA_ARGS__)
 
 // An attribute: a single value or a collection.
-#define ORB_ATTRIBUTE(attribute, ...)                                                    \
-    ORB_STORED_ATTRIBUTE(attribute, __VA_ARGS__)                                         \
-    template <class OrbKey>                                                              \
-    auto attribute(const OrbKey& key) const {                                            \
-        return ::Orb::Detail::valueOfKey(attribute##_, key);                             \
-    }                                                                                    \
-    template <class... OrbArgs>                                                          \
-    decltype(auto) attribute##Is(OrbArgs&&... args) {                                    \
-        return ::Orb::Detail::attributeIs(attribute##_, std::forward<OrbArgs>(args)...); \
-    }                                                                                    \
-    template <class OrbKey>                                                              \
-    decltype(auto) attribute##Del(const OrbKey& key) {                                   \
-        return ::Orb::Detail::attributeDel(attribute##_, key);                           \
-    }                                                                                    \
-    template <class OrbNone = void>                                                      \
-    void attribute##DelAll() {                                                           \
-        ::Orb::Detail::attributeDelAll<OrbNone>(attribute##_);                           \
+#define ORB_ATTRIBUTE(attribute, ...)            \
+    ORB_STORED_ATTRIBUTE(attribute, __VA_ARGS__) \
+    ORB_ATTRIBUTE_CHANGES(attribute, attribute##_)
+
+// The same, of a word, for objects that have few of many attributes: one that was never set takes
+// no memory. The class has an ORB_SPARSE_ATTRIBUTES line below its type, and its destructor is
+// defined by ORB_DEFINE_SPARSE.
+#define ORB_SPARSE_ATTRIBUTE(attribute, ...)                                                      \
+    ORB_DESCRIBED_ATTRIBUTE(attribute, __VA_ARGS__)                                               \
+    static_assert(__LINE__ - orbFirstLine < ::Orb::Sparse::maxAttributes);                        \
+    static __VA_ARGS__ orbSparse(::Orb::Detail::Line<__LINE__ - orbFirstLine>);                   \
+    using attribute##Type = __VA_ARGS__;                                                          \
+    const attribute##Type& attribute() const {                                                    \
+        return orbSparse_.get<attribute##Type>(__LINE__ - orbFirstLine);                          \
+    }                                                                                             \
+    ORB_ATTRIBUTE_CHANGES(attribute, (orbSparse_.set<attribute##Type>(__LINE__ - orbFirstLine)))
+
+#define ORB_SPARSE_ATTRIBUTES \
+  private:                    \
+    ::Orb::Sparse orbSparse_; \
+                              \
+  public:
+
+#define ORB_DEFINE_SPARSE(Type)                                                                    \
+    Type::~Type() {                                                                                \
+        ::Orb::Detail::dropSparse<Type>(                                                           \
+            orbSparse_, std::make_integer_sequence<int, ::Orb::Sparse::maxAttributes>());          \
     }
 
 // The declaration of a record that is built from its key, as most are: the type, how it is built by

@@ -9,7 +9,7 @@
 namespace TrafficPolicyCli {
 
 // Live counter records by their own name.
-using CounterMap = Orb::HashMap2018<Orb::String, Orb::Ptr<const PolicyMap::PacketDataStatus>>;
+using CounterMap = Orb::HashMap2018<Orb::Name, Orb::Ptr<const PolicyMap::PacketDataStatus>>;
 
 // The statuses of the rules in one direction, by rule index; null where the platform did not take
 // one.
@@ -36,7 +36,7 @@ class PolicyState : public Orb::PtrInterface {
     ORB_ATTRIBUTE(detail, bool)
     ORB_ATTRIBUTE(indentCountPerLevel, U32)  // blanks per level of text output
     ORB_ATTRIBUTE(counter, Orb::Ptr<const TrafficPolicy::Counter>)
-    ORB_ATTRIBUTE(namedCounter, Orb::RbTreeMap<Orb::String, bool>)  // those that are declared
+    ORB_ATTRIBUTE(namedCounter, Orb::RbTreeMap<Orb::Name, bool>)  // those that are declared
     ORB_ATTRIBUTE(inputClassCounters, CounterMap)
     ORB_ATTRIBUTE(inputNamedCounters, CounterMap)
     ORB_ATTRIBUTE(undefinedCounter, bool)   // a count action names an undeclared counter
