@@ -132,7 +132,6 @@ ActionType actionTypeKey(const Node& member, std::string_view key) {
 }  // namespace
 
 ActionMap readActions(const Node& node) {
-    const Orb::ArenaAside aside;
     return readMap<ActionMap>(node, actionTypeKey, [](const Node& member, ActionType type) {
         return actionForms[placeOfAction(type)].read(member);
     });

@@ -96,6 +96,15 @@ auto* recordOf(const Records& records, const Orb::Name& className, U32 place) {
     return record == nullptr ? nullptr : record->get();
 }
 
+// Fetches the record of a rule some places on.
+template <class Records>
+void fetchAhead(const Records& records, U32 place) {
+    constexpr U32 placesOn = 8;
+    if (place + placesOn < records.size()) {
+        Orb::fetchSoon((records.begin() + place + placesOn)->value.get());
+    }
+}
+
 // The configured match of a rule for the option that the platform took it under, or an empty one.
 Orb::Ptr<const ClassMapMatch> matchOf(const PolicyMapSubConfig& currCfg,
                                       const Orb::Name& className, U32 place, MatchOption option) {
@@ -215,6 +224,9 @@ void gatherRules(ShowTrafficPolicyBase& show, const PolicyMapSubConfig& currCfg,
     U32 place = 0;  // of the rule in the policy
     for (const auto& [priority, className] : version->classPriority()) {
         const U32 at = place++;
+        fetchAhead(policyStatus->classMapStatus(), at);
+        fetchAhead(version->classMap(), at);
+        fetchAhead(version->policyAction(), at);
         const Orb::Ptr<const ClassMapStatus> status = takenStatus(*policyStatus, className, at);
         const Orb::Ptr<const ClassMapStatus> gatheredStatus = gathered.statusOf(className, index);
         const Orb::Ptr<const ClassMapStatus> otherStatus =

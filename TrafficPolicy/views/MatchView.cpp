@@ -211,9 +211,9 @@ void renderMatches(const CriteriaView& view, const PolicyMap::ClassMapMatch& mat
     if (filter.innerMatch()) assertOneForm(filter.innerMatch()->structuredFilter().get(), "sf");
     const auto matches = view.renderer.object("matches");
     if (filter.vlanTags()) renderVlanTag(view, filter);
-    for (const PrefixForms& forms : {source, destination}) {
-        renderPrefixes(view, filter, forms);
-        renderLpmPrefixes(view, filter, forms);
+    for (const PrefixForms* const forms : {&source, &destination}) {
+        renderPrefixes(view, filter, *forms);
+        renderLpmPrefixes(view, filter, *forms);
     }
     if (filter.protocols()) renderProtocol(view, filter, false);
     forEachIpCriterion(

@@ -16,6 +16,17 @@ const PolicyMap::ClassMapStatus* statusOf(const PolicyState& policyState, U32 ru
     return nullptr;
 }
 
+// Fetches what a rule some places on is shown from.
+void fetchAhead(const PolicyState& policyState, U32 ruleIndex) {
+    constexpr U32 placesOn = 8;
+    const auto* const far = policyState.classMapConfig().find(ruleIndex + placesOn);
+    if (far != nullptr) Orb::fetchSoon(far->get());
+    const auto* const near = policyState.classMapConfig().find(ruleIndex + placesOn / 2);
+    if (near != nullptr && *near && !policyState.summary()) {
+        Orb::fetchSoon((*near)->structuredFilter().get());
+    }
+}
+
 }  // namespace
 
 void renderRules(textout::RendererV2& renderer, const Orb::Ptr<const PolicyState>& policyState,
@@ -32,6 +43,7 @@ void renderRules(textout::RendererV2& renderer, const Orb::Ptr<const PolicyState
     U32 ruleIndex = 0;
     for (const auto& match : policyState->classMapConfig()) {
         const U32 i = ruleIndex++;
+        fetchAhead(*policyState, i);
         const auto* const status = statusOf(*policyState, i);
         if (status == nullptr || !match) continue;
 

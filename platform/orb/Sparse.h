@@ -4,8 +4,8 @@
 //     pointer -> [ which ones, capacity | w0 | w1 | w2 | ... ]
 #pragma once
 
-#include <bit>
 #include <cstring>
+#include <memory>
 #include <new>
 #include <type_traits>
 #include <utility>
@@ -36,8 +36,9 @@ class Sparse {
     // The attribute of a number; a default value when it was never set.
     template <class T>
     const T& get(U32 number) const {
-        static const T none{};
-        return has(number) ? *std::launder(reinterpret_cast<const T*>(wordOf(number))) : none;
+        static constinit const Default<T> none;
+        return has(number) ? *std::launder(reinterpret_cast<const T*>(wordOf(number)))
+                           : none.value;
     }
     // The same to change it.
     template <class T>
@@ -52,6 +53,14 @@ class Sparse {
     }
 
   private:
+    // A default value that is there from the start to the end of the process.
+    template <class T>
+    union Default {
+        constexpr Default() : value{} {}
+        constexpr ~Default() {}
+        T value;
+    };
+
     static constexpr U64 usualCapacity = 3;
     static constexpr U64 presentBits = (U64{1} << maxAttributes) - 1;
 
@@ -60,12 +69,18 @@ class Sparse {
     U64 capacity() const { return head_ == nullptr ? 0 : *head_ >> maxAttributes; }
     U64* wordOf(U32 number) const {
         const U64 before = *head_ & ((U64{1} << number) - 1);
-        return head_ + 1 + std::popcount(before);
+        return head_ + 1 + count(before);
+    }
+    // The bits that are set. Few are, and the processor's own instruction is not in the baseline.
+    static U64 count(U64 bits) {
+        U64 sum = 0;
+        for (; bits != 0; bits &= bits - 1) ++sum;
+        return sum;
     }
 
     // Makes room for an attribute that is not there; returns its word.
     void* insert(U32 number) {
-        const auto size = static_cast<U64>(std::popcount(present()));
+        const U64 size = count(present());
         if (size == capacity()) grow(size);
         *head_ |= U64{1} << number;
         U64* const word = wordOf(number);
