@@ -93,8 +93,8 @@ class RowsOfState {
             plan_.rows[row].isDrop = version != nullptr && drops(*version, plan_.rows[row].name);
             group.hasRules.at(plan_.rows[row].isDrop ? 1 : 0) = true;
         }
-        static const Orb::RbTreeSet<Orb::String> none;
-        for (const Orb::String& name : version == nullptr ? none : version->namedCounter()) {
+        static const Orb::RbTreeSet<Orb::Name> none;
+        for (const Orb::Name& name : version == nullptr ? none : version->namedCounter()) {
             if (isInStore) {
                 addStored(*directory, name, directory->namedCounter(*entry, name));
             } else {

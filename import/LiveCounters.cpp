@@ -32,11 +32,11 @@ void LiveCounters::addCounters(const std::string& begin, const PolicyMap::Policy
         add(name, counter->uniqueId(), counter->count());
     }
     for (const auto& [name, counter] : policy.namedCounter()) {
-        add('\n' + name, counter->uniqueId(), counter->count());
+        add('\n' + Orb::String(name), counter->uniqueId(), counter->count());
     }
     for (const auto& [name, counter] : policy.namedCounter()) {
         for (const auto& [intfId, data] : counter->perIntfCount()) {
-            add('\n' + name + '\n' + intfId.stringValue(), data->uniqueId(), data->countData());
+            add('\n' + Orb::String(name) + '\n' + intfId.stringValue(), data->uniqueId(), data->countData());
         }
     }
 }

@@ -106,7 +106,8 @@ void collectCountersUsed(const PolicyState& policyState, const Direction& direct
             countActionOf(policyState, cmapStatus->name(), index);
         if (count == nullptr) continue;
         if (count->counterName().empty()) {
-            unnamed.is(index, &cmapStatus->name().text());
+            const Orb::String& name = cmapStatus->name();
+            unnamed.is(index, &name);
         } else {
             named.is(count->counterName(), 0U);
         }

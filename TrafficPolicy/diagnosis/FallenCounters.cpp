@@ -60,13 +60,13 @@ class FallenSearch {
     void findNamed(const Orb::String& policy, const PacketDataStatus& live,
                    const NamedCounterVersion& version) const {
         if (live.uniqueId() == version.uniqueId() && isBelow(live.count(), version.totalCount())) {
-            add(policy, "counter " + live.name().text(), "", "");
+            add(policy, "counter " + Orb::String(live.name()), "", "");
         }
         for (const auto& [intfId, intfData] : live.perIntfCount()) {
             const IntfCountData* const snapshot = version.perIntfCount(intfId);
             if (snapshot == nullptr || snapshot->uniqueId() != intfData->uniqueId()) continue;
             if (isBelow(intfData->countData(), snapshot->countData())) {
-                add(policy, "counter " + live.name().text(), "", intfId.stringValue());
+                add(policy, "counter " + Orb::String(live.name()), "", intfId.stringValue());
             }
         }
     }

@@ -66,8 +66,8 @@ constexpr PrefixForms destination = {
 
 // At most one of the four forms is given. The assertion names the filter, and the first of the
 // forms that are given together.
-void assertOneForm(const StructuredFilter& filter, std::string_view filterName,
-                   const PrefixForms& forms) {
+template <const PrefixForms& forms>
+void assertOneForm(const StructuredFilter& filter, std::string_view filterName) {
     const std::pair<bool, std::string_view> given[] = {
         {!(filter.*forms.prefixes)().empty(), forms.prefixesName},
         {!(filter.*forms.prefixSets)().empty(), forms.prefixSetsName},
@@ -192,9 +192,8 @@ void renderInnerMatch(const CriteriaView& outer, const Classification::InnerMatc
 
 void assertOneForm(const StructuredFilter* filter, std::string_view filterName) {
     if (filter == nullptr) return;
-    for (const PrefixForms* const forms : {&source, &destination}) {
-        assertOneForm(*filter, filterName, *forms);
-    }
+    assertOneForm<source>(*filter, filterName);
+    assertOneForm<destination>(*filter, filterName);
 }
 
 }  // namespace

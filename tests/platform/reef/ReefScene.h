@@ -75,10 +75,10 @@ struct Sample {
 };
 
 inline void addFigures(Figures& figures, const std::string& prefix, const PacketDataStatus& data) {
-    figures[prefix + data.name()] = {data.uniqueId().value, data.count()};
+    const std::string name = prefix + data.name().text();
+    figures[name] = {data.uniqueId().value, data.count()};
     for (const auto& [intf, row] : data.perIntfCount()) {
-        figures[prefix + data.name() + " " + intf.stringValue()] = {row->uniqueId().value,
-                                                                    row->countData()};
+        figures[name + " " + intf.stringValue()] = {row->uniqueId().value, row->countData()};
     }
 }
 
