@@ -96,13 +96,20 @@ auto* recordOf(const Records& records, const Orb::Name& className, U32 place) {
     return record == nullptr ? nullptr : record->get();
 }
 
-// Fetches the record of a rule some places on.
+// The record of a rule in a map that was filled in the order of the rules; null beyond its end.
 template <class Records>
-void fetchAhead(const Records& records, U32 place) {
-    constexpr U32 placesOn = 8;
-    if (place + placesOn < records.size()) {
-        Orb::fetchSoon((records.begin() + place + placesOn)->value.get());
-    }
+auto* recordAt(const Records& records, U32 place) {
+    return place < records.size() ? (records.begin() + place)->value.get() : nullptr;
+}
+
+// Fetches what gathering a rule some places on looks at.
+void fetchAhead(const PolicyMapStatus& policyStatus, const PolicyMapSubConfig& version, U32 place) {
+    const U32 far = place + Orb::stepsAhead;
+    Orb::fetchSoon(recordAt(policyStatus.classMapStatus(), far));
+    Orb::fetchSoon(recordAt(version.policyAction(), far));
+    Orb::fetchSoon(recordAt(version.classMap(), far));
+    const auto* const near = recordAt(version.classMap(), place + Orb::stepsAhead / 2);
+    if (near != nullptr && near->match()) Orb::fetchSoon(near->match().begin()->value.get());
 }
 
 // The configured match of a rule for the option that the platform took it under, or an empty one.
@@ -224,9 +231,7 @@ void gatherRules(ShowTrafficPolicyBase& show, const PolicyMapSubConfig& currCfg,
     U32 place = 0;  // of the rule in the policy
     for (const auto& [priority, className] : version->classPriority()) {
         const U32 at = place++;
-        fetchAhead(policyStatus->classMapStatus(), at);
-        fetchAhead(version->classMap(), at);
-        fetchAhead(version->policyAction(), at);
+        fetchAhead(*policyStatus, *version, at);
         const Orb::Ptr<const ClassMapStatus> status = takenStatus(*policyStatus, className, at);
         const Orb::Ptr<const ClassMapStatus> gatheredStatus = gathered.statusOf(className, index);
         const Orb::Ptr<const ClassMapStatus> otherStatus =

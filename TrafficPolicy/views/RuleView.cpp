@@ -18,10 +18,9 @@ const PolicyMap::ClassMapStatus* statusOf(const PolicyState& policyState, U32 ru
 
 // Fetches what a rule some places on is shown from.
 void fetchAhead(const PolicyState& policyState, U32 ruleIndex) {
-    constexpr U32 placesOn = 8;
-    const auto* const far = policyState.classMapConfig().find(ruleIndex + placesOn);
+    const auto* const far = policyState.classMapConfig().find(ruleIndex + Orb::stepsAhead);
     if (far != nullptr) Orb::fetchSoon(far->get());
-    const auto* const near = policyState.classMapConfig().find(ruleIndex + placesOn / 2);
+    const auto* const near = policyState.classMapConfig().find(ruleIndex + Orb::stepsAhead / 2);
     if (near != nullptr && *near && !policyState.summary()) {
         Orb::fetchSoon((*near)->structuredFilter().get());
     }

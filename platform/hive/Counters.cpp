@@ -54,7 +54,11 @@ Orb::Ptr<const PacketDataStatus> PolicyMapHiveCounterStatusReader::classCounterD
     const PolicyMapSmKey& key, const Orb::String& className) const {
     const PolicyMapStatus* policy = policyOf(key);
     if (policy == nullptr) return nullptr;
-    const auto* const record = policy->classCounter().find(className, nextClass_++);
+    const auto& counters = policy->classCounter();
+    if (nextClass_ + Orb::stepsAhead < counters.size()) {
+        Orb::fetchSoon((counters.begin() + nextClass_ + Orb::stepsAhead)->value.get());
+    }
+    const auto* const record = counters.find(className, nextClass_++);
     return record == nullptr ? nullptr : *record;
 }
 

@@ -143,7 +143,7 @@ class DenseEntries {
     // Empties it and frees everything.
     void reset() {
         if (header_ == nullptr) return;
-        std::destroy(begin(), end());
+        destroyEntries();
         free(header_);
         header_ = nullptr;
     }
@@ -176,6 +176,24 @@ class DenseEntries {
         Slots* const index = indexOf(header);
         std::destroy_at(index);
         freeBlock(index);
+    }
+
+    // The record that an entry refers to; null when it is no reference.
+    static const void* recordOf(const Entry& entry) {
+        if constexpr (requires { entry.get(); }) {
+            return entry.get();
+        } else if constexpr (requires { entry.value.get(); }) {
+            return entry.value.get();
+        } else {
+            return nullptr;
+        }
+    }
+    void destroyEntries() {
+        const U32 count = size();
+        for (U32 i = 0; i < count; ++i) {
+            if (i + stepsAhead < count) fetchSoon(recordOf(begin()[i + stepsAhead]));
+            std::destroy_at(begin() + i);
+        }
     }
 
     void grow(U32 capacity) {

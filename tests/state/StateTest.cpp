@@ -250,6 +250,46 @@ TEST(ReadState, LeavesNoObjectBehindWhenDroppedOrRefused) {
     EXPECT_EQ(liveObjects(), before);
 }
 
+TEST(ReadState, RulesShareWhatTheyHaveInCommon) {
+    const auto rule = [](const char* number, const char* protocol, const char* action) {
+        return std::string(R"({"name": "r)") + number + R"(", "priority": )" + number +
+               R"(, "match": {"ipv4": {"structuredFilter": {"protocols": )" + protocol +
+               R"(}}}, "action": )" + action + "}";
+    };
+    const char* const web = R"({"6": {"portFields": [{"dport": [80]}]}})";
+    const char* const udpWeb = R"({"17": {"portFields": [{"dport": [80]}]}})";
+    const char* const other = R"({"6": {"portFields": [{"sport": [80]}]}})";
+    const TemporaryState directory;
+    directory.documentIs(
+        "config", R"({"policyMapConfig": {"P": {"currCfg": {"rules": [)" +
+                      rule("1", web, R"({"drop": {}, "count": {}})") + "," +
+                      rule("2", other, R"({"log": {}, "count": {"counterName": "C"}})") + "," +
+                      rule("3", udpWeb, R"({"drop": {}})") + "]}}}}");
+    const State state = readState(directory.path());
+    const auto& version = *state.config->policyMapConfig("P")->currCfg();
+    const auto fieldOf = [&](const char* name) {
+        const auto& filter = version.classMap(name)->match().begin()->value->structuredFilter();
+        return filter->protocols().begin()->value.get();
+    };
+    const auto actionOf = [&](const char* name, PolicyMap::ActionType type) {
+        return version.policyAction(name)->action(type);
+    };
+    EXPECT_EQ(fieldOf("r1"), fieldOf("r3"));
+    EXPECT_NE(fieldOf("r1"), fieldOf("r2"));
+    using enum PolicyMap::ActionType;
+    EXPECT_EQ(actionOf("r1", drop), actionOf("r3", drop));
+    EXPECT_NE(actionOf("r1", drop), actionOf("r2", log));
+    EXPECT_NE(actionOf("r1", count), actionOf("r2", count));
+    const auto& name = version.classPriority().begin()->value;
+    EXPECT_EQ(&name.text(), &version.classMap("r1")->name().text());
+    EXPECT_EQ(&name.text(), &version.policyAction("r1")->className().text());
+    // What is refused is refused again, and is not made of what it is like.
+    directory.documentIs("config", R"({"policyMapConfig": {"P": {"currCfg": {"rules": [)" +
+                                       rule("1", web, R"({"drop": {}})") + "," +
+                                       rule("2", web, R"({"log": {"x": 1}})") + "]}}}}");
+    EXPECT_THAT(directory.refusal(), HasSubstr("/rules/1/action/log"));
+}
+
 // For the thread sanitizer: the two documents of a state, and several states, at the same time.
 TEST(ReadStateThreads, StatesAreReadSideBySide) {
     const DocumentedState directory;

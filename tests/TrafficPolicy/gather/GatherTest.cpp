@@ -26,8 +26,8 @@ using testing::Not;
 // for a direction without status.
 string rulesOf(const PolicyState& record) {
     const auto* onInterfaces = dynamic_cast<const PolicyStateInterface*>(&record);
-    const auto nameOf = [](const PolicyMap::ClassMapStatus* status) {
-        return status == nullptr ? Orb::String("-") : status->name();
+    const auto nameOf = [](const PolicyMap::ClassMapStatus* status) -> Orb::String {
+        return status == nullptr ? "-" : status->name().text();
     };
     string text;
     for (U32 i = 0; i < record.classMapConfig().size(); ++i) {

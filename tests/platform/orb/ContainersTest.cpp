@@ -1,6 +1,7 @@
 // The containers of the object model, against the standard ones under random operations.
 #include <gtest/gtest.h>
 
+#include <map>
 #include <random>
 #include <unordered_map>
 
@@ -8,6 +9,7 @@
 #include "orb/Dir.h"
 #include "orb/HashMap2018.h"
 #include "orb/RbTreeMap.h"
+#include "orb/SortedMap.h"
 
 namespace {
 
@@ -40,7 +42,7 @@ void expectEqual(const Map& map, const Model& model) {
 
 TEST(HashMap2018, agreesWithTheStandardMapUnderRandomOperations) {
     // Small ranges stay around the size at which the index begins, large ones rebuild it.
-    for (const U32 range : {6U, 12U, 24U, 2000U}) {
+    for (const U32 range : {6U, 12U, 24U, 130U, 2000U}) {
         std::mt19937 random(range);
         Map map;
         Model model;
@@ -72,6 +74,42 @@ TEST(HashMap2018, agreesWithTheStandardMapUnderRandomOperations) {
         moved = copy;
         ASSERT_NO_FATAL_FAILURE(expectEqual(moved, model));
     }
+}
+
+// An index has positions of one, two and four bytes.
+TEST(HashMap2018, findsEachOfManyKeysWhateverTheSizeOfTheIndex) {
+    for (const U32 count : {127U, 128U, 129U, 255U, 256U, 257U, 32768U, 32769U, 65537U}) {
+        Orb::HashSet2018<U32> set;
+        if (count % 2 == 0) set.reserve(count);
+        for (U32 key = 0; key < count; ++key) set.insertNew(3 * key);
+        U32 found = 0;
+        for (U32 key = 0; key < 3 * count; ++key) found += set.contains(key) ? 1 : 0;
+        EXPECT_EQ(found, count);
+    }
+}
+
+TEST(SortedMap, agreesWithTheStandardMapUnderRandomOperations) {
+    std::mt19937 random(1);
+    Orb::SortedMap<U32, std::string> map;
+    std::map<U32, std::string> model;
+    for (int step = 0; step < 2000; ++step) {
+        const auto key = static_cast<U32>(random() % 40);
+        if (random() % 3 == 0) {
+            map.del(key);
+            model.erase(key);
+        } else {
+            EXPECT_EQ(map.is(key, std::to_string(step)), std::to_string(step));
+            model[key] = std::to_string(step);
+        }
+        ASSERT_EQ(map.find(key) != nullptr, model.count(key) == 1);
+        ASSERT_TRUE(std::equal(map.begin(), map.end(), model.begin(), model.end(),
+                               [](const auto& entry, const auto& expected) {
+                                   return entry.key == expected.first &&
+                                          entry.value == expected.second;
+                               }));
+    }
+    map.delAll();
+    EXPECT_TRUE(map.empty());
 }
 
 TEST(HashMap2018, aWalkMayDelete) {
@@ -161,6 +199,15 @@ TEST(RbTreeMap, countsEntriesThatComeGoAndAreReplaced) {
     EXPECT_EQ(counted([&] { map.delAll(); }), 0U);
     map.is("d", 3);
     EXPECT_EQ(counted([&] { map.delAll(); }), 1U);
+    // A walk over what was there before notices an assignment, of an empty map too.
+    using Map = RbTreeMap<std::string, int>;
+    EXPECT_EQ(counted([&] { map = Map(); }), 1U);
+    Map changed;
+    for (int i = 0; i < 50; ++i) changed.is("e", i);
+    EXPECT_GE(counted([&] { map = changed; }), 1U);
+    EXPECT_GE(counted([&] { map = Map(); }), 1U);
+    EXPECT_EQ(map.begin(), map.end());
+    EXPECT_EQ(Map().begin(), Map().end());
 }
 
 TEST(RbTreeMap, firstAfterFindsThePlaceOfARemovedKey) {
