@@ -36,7 +36,8 @@ void LiveCounters::addCounters(const std::string& begin, const PolicyMap::Policy
     }
     for (const auto& [name, counter] : policy.namedCounter()) {
         for (const auto& [intfId, data] : counter->perIntfCount()) {
-            add('\n' + Orb::String(name) + '\n' + intfId.stringValue(), data->uniqueId(), data->countData());
+            add('\n' + Orb::String(name) + '\n' + intfId.stringValue(), data->uniqueId(),
+                data->countData());
         }
     }
 }

@@ -184,9 +184,9 @@ Orb::Ptr<const ProtoField> readProtoField(const Node& node) {
 
 void readProtocols(const Node& node, Filter& to) {
     using Protocols = Orb::HashMap2018<ProtocolRange, Orb::Ptr<const ProtoField>>;
-    auto protocols = readMap<Protocols>(
-        node, protocolKey,
-        [](const Node& member, auto&) { return Shared::value<readProtoField>(member); });
+    auto protocols = readMap<Protocols>(node, protocolKey, [](const Node& member, auto&) {
+        return Shared::value<readProtoField>(member);
+    });
     if (protocols && !to.takesProtocols) {
         node.refuse("protocols in a rule for " +
                         inQuotes(PolicyMap::matchOptionName(ClassMapMatchOption::mac)) + " or " +

@@ -40,8 +40,8 @@ void appendValue(std::string& text, simdjson::dom::element element) {
             break;
         case Type::INT64:
         case Type::UINT64: {
-            const U64 number = type == Type::UINT64 ? U64(element)
-                                                    : static_cast<U64>(std::int64_t(element));
+            const U64 number =
+                type == Type::UINT64 ? U64(element) : static_cast<U64>(std::int64_t(element));
             appendBytes(text, &number, sizeof(number));
             break;
         }

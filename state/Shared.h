@@ -41,8 +41,8 @@ class Shared {
         const Reading reading(&place, node);
         if (reading.kept() == nullptr) return read(node);
         if (reading.kept()->object) {
-            return Object(static_cast<decltype(std::declval<Object>().get())>(
-                reading.kept()->object.get()));
+            return Object(
+                static_cast<decltype(std::declval<Object>().get())>(reading.kept()->object.get()));
         }
         Object object = read(node);
         reading.kept()->object = object;

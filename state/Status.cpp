@@ -117,7 +117,8 @@ constexpr Key<PolicyStatus> policyStatusKeys[] = {
      }},
     {"classCounter",
      [](const Node& node, PolicyStatus& to) {
-         to.status.classCounterIs(readMap<ByName<PacketDataStatus>>(node, sharedNameKey, readCounter));
+         to.status.classCounterIs(
+             readMap<ByName<PacketDataStatus>>(node, sharedNameKey, readCounter));
      },
      [](Writer& writer, const PolicyMapStatus& from) {
          writeMap(writer, from.classCounter(),
@@ -125,7 +126,8 @@ constexpr Key<PolicyStatus> policyStatusKeys[] = {
      }},
     {"namedCounter",
      [](const Node& node, PolicyStatus& to) {
-         to.status.namedCounterIs(readMap<ByName<PacketDataStatus>>(node, sharedNameKey, readCounter));
+         to.status.namedCounterIs(
+             readMap<ByName<PacketDataStatus>>(node, sharedNameKey, readCounter));
      },
      [](Writer& writer, const PolicyMapStatus& from) {
          writeMap(writer, from.namedCounter(),

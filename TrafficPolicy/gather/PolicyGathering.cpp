@@ -113,8 +113,8 @@ void fetchAhead(const PolicyMapStatus& policyStatus, const PolicyMapSubConfig& v
 }
 
 // The configured match of a rule for the option that the platform took it under, or an empty one.
-Orb::Ptr<const ClassMapMatch> matchOf(const PolicyMapSubConfig& currCfg,
-                                      const Orb::Name& className, U32 place, MatchOption option) {
+Orb::Ptr<const ClassMapMatch> matchOf(const PolicyMapSubConfig& currCfg, const Orb::Name& className,
+                                      U32 place, MatchOption option) {
     const auto* const classConfig = recordOf(currCfg.classMap(), className, place);
     const ClassMapMatch* const match =
         classConfig != nullptr ? classConfig->match(option) : nullptr;

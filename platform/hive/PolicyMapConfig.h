@@ -35,7 +35,7 @@ class ORB_EXPORT PolicyClassAction : public Orb::PtrInterface {
 
 // One version of a policy.
 class ORB_EXPORT PolicyMapSubConfig : public Orb::PtrInterface {
-    ORB_KEYED_TYPE(PolicyMapSubConfig, name, Orb::String)           // of the policy
+    ORB_KEYED_TYPE(PolicyMapSubConfig, name, Orb::String)         // of the policy
     ORB_ATTRIBUTE(classPriority, Orb::SortedMap<U32, Orb::Name>)  // rule names; lower goes first
     ORB_ATTRIBUTE(classMap, Orb::HashMap2018<Orb::Name, Orb::Ptr<const ClassMapConfig>>)
     ORB_ATTRIBUTE(policyAction, Orb::HashMap2018<Orb::Name, Orb::Ptr<const PolicyClassAction>>)

@@ -17,9 +17,7 @@ class Array {
     auto end() const { return values_.end(); }
 
     // The value at an index; null beyond the end.
-    const Value* find(U32 index) const {
-        return index < size() ? &values_[index] : nullptr;
-    }
+    const Value* find(U32 index) const { return index < size() ? &values_[index] : nullptr; }
 
     void is(U32 index, Value value) {
         while (size() < index) values_.push_back(Value());

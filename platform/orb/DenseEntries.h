@@ -75,9 +75,7 @@ class Slots {
                : count <= std::numeric_limits<U16>::max() + std::size_t{1} ? sizeof(U16)
                                                                            : sizeof(U32);
     }
-    static std::size_t bytesFor(std::size_t count) {
-        return sizeof(U32) + count * widthFor(count);
-    }
+    static std::size_t bytesFor(std::size_t count) { return sizeof(U32) + count * widthFor(count); }
     template <class Word>
     static Word get(const U8* place) {
         Word word;

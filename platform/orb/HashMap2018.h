@@ -105,14 +105,7 @@ class HashMap2018 {
     void append(Entry entry) { entries_.push_back(std::move(entry)); }
     bool indexAll() {
         const U32 count = size();
-        if (count <= scanLimit) {
-            for (U32 i = 1; i < count; ++i) {
-                for (U32 j = 0; j < i; ++j) {
-                    if (keyOf(entries_[i]) == keyOf(entries_[j])) return false;
-                }
-            }
-            return true;
-        }
+        if (count <= scanLimit) return fewAreDifferent();
         index() = Slots(slotsFor(count));
         // A large index is in no cache: what a key needs is asked for some keys before its turn, at
         // first its slot, then the entry whose position is there already.
@@ -196,6 +189,13 @@ class HashMap2018 {
         }
     }
 
+    bool fewAreDifferent() const {
+        for (U32 i = 0; i < size(); ++i) {
+            if (positionOf(keyOf(entries_[i])) != i) return false;
+        }
+        return true;
+    }
+
     Entry& insert(Entry entry) {
         entries_.push_back(std::move(entry));
         const U32 count = size();
@@ -214,7 +214,7 @@ class HashMap2018 {
         for (; index()[slot] != absent; slot = (slot + 1) & (index().size() - 1)) {
             if (keyOf(entries_[index()[slot]]) == keyOf(entries_[position])) return false;
         }
-        index()[slot] = position;
+        index().is(slot, position);
         return true;
     }
 

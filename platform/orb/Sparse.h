@@ -37,8 +37,7 @@ class Sparse {
     template <class T>
     const T& get(U32 number) const {
         static constinit const Default<T> none;
-        return has(number) ? *std::launder(reinterpret_cast<const T*>(wordOf(number)))
-                           : none.value;
+        return has(number) ? *std::launder(reinterpret_cast<const T*>(wordOf(number))) : none.value;
     }
     // The same to change it.
     template <class T>
@@ -84,7 +83,8 @@ class Sparse {
         if (size == capacity()) grow(size);
         *head_ |= U64{1} << number;
         U64* const word = wordOf(number);
-        std::memmove(word + 1, word, static_cast<std::size_t>(head_ + 1 + size - word) * sizeof(U64));
+        std::memmove(word + 1, word,
+                     static_cast<std::size_t>(head_ + 1 + size - word) * sizeof(U64));
         return word;
     }
     void grow(U64 size) {

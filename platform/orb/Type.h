@@ -450,14 +450,14 @@ bool registerFactory() {
 // The same, of a word, for objects that have few of many attributes: one that was never set takes
 // no memory. The class has an ORB_SPARSE_ATTRIBUTES line below its type, and its destructor is
 // defined by ORB_DEFINE_SPARSE.
-#define ORB_SPARSE_ATTRIBUTE(attribute, ...)                                                      \
-    ORB_DESCRIBED_ATTRIBUTE(attribute, __VA_ARGS__)                                               \
-    static_assert(__LINE__ - orbFirstLine < ::Orb::Sparse::maxAttributes);                        \
-    static __VA_ARGS__ orbSparse(::Orb::Detail::Line<__LINE__ - orbFirstLine>);                   \
-    using attribute##Type = __VA_ARGS__;                                                          \
-    const attribute##Type& attribute() const {                                                    \
-        return orbSparse_.get<attribute##Type>(__LINE__ - orbFirstLine);                          \
-    }                                                                                             \
+#define ORB_SPARSE_ATTRIBUTE(attribute, ...)                                    \
+    ORB_DESCRIBED_ATTRIBUTE(attribute, __VA_ARGS__)                             \
+    static_assert(__LINE__ - orbFirstLine < ::Orb::Sparse::maxAttributes);      \
+    static __VA_ARGS__ orbSparse(::Orb::Detail::Line<__LINE__ - orbFirstLine>); \
+    using attribute##Type = __VA_ARGS__;                                        \
+    const attribute##Type& attribute() const {                                  \
+        return orbSparse_.get<attribute##Type>(__LINE__ - orbFirstLine);        \
+    }                                                                           \
     ORB_ATTRIBUTE_CHANGES(attribute, (orbSparse_.set<attribute##Type>(__LINE__ - orbFirstLine)))
 
 #define ORB_SPARSE_ATTRIBUTES \
@@ -466,10 +466,10 @@ bool registerFactory() {
                               \
   public:
 
-#define ORB_DEFINE_SPARSE(Type)                                                                    \
-    Type::~Type() {                                                                                \
-        ::Orb::Detail::dropSparse<Type>(                                                           \
-            orbSparse_, std::make_integer_sequence<int, ::Orb::Sparse::maxAttributes>());          \
+#define ORB_DEFINE_SPARSE(Type)                                                           \
+    Type::~Type() {                                                                       \
+        ::Orb::Detail::dropSparse<Type>(                                                  \
+            orbSparse_, std::make_integer_sequence<int, ::Orb::Sparse::maxAttributes>()); \
     }
 
 // The declaration of a record that is built from its key, as most are: the type, how it is built by

@@ -99,9 +99,9 @@ TEST(Pieces, findAPrefixThatALargeSetHasTwice) {
     };
     TemporaryState state;
     stateWith(state, R"("10.255.0.0/16")");
-    EXPECT_EQ(textsOf(StateDirectory::readInPieces(state.path(), 300)), wholeOf(state.path()));
+    EXPECT_EQ(textsOf(StateDirectory::readInPieces(state.path(), {}, 300)), wholeOf(state.path()));
     stateWith(state, R"("10.3.0.0/16")");
-    EXPECT_THROW(StateDirectory::readInPieces(state.path(), 300), NotInPieces);
+    EXPECT_THROW(StateDirectory::readInPieces(state.path(), {}, 300), NotInPieces);
     EXPECT_NE(state.refusal().find("/prefixes/255"), std::string::npos) << state.refusal();
 }
 

@@ -258,12 +258,12 @@ TEST(ReadState, RulesShareWhatTheyHaveInCommon) {
     };
     const char* const web = R"({"6": {"portFields": [{"dport": [80]}]}})";
     const char* const udpWeb = R"({"17": {"portFields": [{"dport": [80]}]}})";
-    const char* const other = R"({"6": {"portFields": [{"sport": [80]}]}})";
+    const char* const fromWeb = R"({"6": {"portFields": [{"sport": [80]}]}})";
     const TemporaryState directory;
     directory.documentIs(
         "config", R"({"policyMapConfig": {"P": {"currCfg": {"rules": [)" +
                       rule("1", web, R"({"drop": {}, "count": {}})") + "," +
-                      rule("2", other, R"({"log": {}, "count": {"counterName": "C"}})") + "," +
+                      rule("2", fromWeb, R"({"log": {}, "count": {"counterName": "C"}})") + "," +
                       rule("3", udpWeb, R"({"drop": {}})") + "]}}}}");
     const State state = readState(directory.path());
     const auto& version = *state.config->policyMapConfig("P")->currCfg();

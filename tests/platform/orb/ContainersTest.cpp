@@ -200,14 +200,14 @@ TEST(RbTreeMap, countsEntriesThatComeGoAndAreReplaced) {
     map.is("d", 3);
     EXPECT_EQ(counted([&] { map.delAll(); }), 1U);
     // A walk over what was there before notices an assignment, of an empty map too.
-    using Map = RbTreeMap<std::string, int>;
-    EXPECT_EQ(counted([&] { map = Map(); }), 1U);
-    Map changed;
+    using Names = RbTreeMap<std::string, int>;
+    EXPECT_EQ(counted([&] { map = Names(); }), 1U);
+    Names changed;
     for (int i = 0; i < 50; ++i) changed.is("e", i);
     EXPECT_GE(counted([&] { map = changed; }), 1U);
-    EXPECT_GE(counted([&] { map = Map(); }), 1U);
+    EXPECT_GE(counted([&] { map = Names(); }), 1U);
     EXPECT_EQ(map.begin(), map.end());
-    EXPECT_EQ(Map().begin(), Map().end());
+    EXPECT_EQ(Names().begin(), Names().end());
 }
 
 TEST(RbTreeMap, firstAfterFindsThePlaceOfARemovedKey) {

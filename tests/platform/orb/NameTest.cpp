@@ -1,5 +1,5 @@
-// Names are texts in every use, whether they share one or not; attributes that are kept sparsely are
-// attributes.
+// Names are texts in every use, whether they share one or not; attributes that are kept sparsely
+// are attributes.
 #include <gtest/gtest.h>
 
 #include <numeric>
