@@ -257,7 +257,7 @@ class Asking {
             return ways_.push_back(std::move(way));
         }
         if (!answer_.isExact) {
-            if (compiled.asksOther) way.hangsOn.is(Field::otherCriteria);
+            way.hangsOn |= openFields(compiled, packet_, way.narrowed);
             Way held = way;
             hold(std::move(held), rule);
             ++way.next;
@@ -294,11 +294,17 @@ class Asking {
         ways_.push_back(std::move(way));
     }
 
-    void end(Way way, Verdict verdict) {
+    // With what it is narrowed to.
+    FieldMask hangsOnOf(const Way& way) const {
         FieldMask hangsOn = way.hangsOn;
         for (const Narrowed::Entry& entry : way.narrowed.entries()) {
             if (entry.values != packet_.narrowed().values(entry.field)) hangsOn.is(entry.field);
         }
+        return hangsOn;
+    }
+
+    void end(Way way, Verdict verdict) {
+        const FieldMask hangsOn = hangsOnOf(way);
         for (const Ending& known : answer_.endings) {
             if (known.verdict != verdict || known.decidedBy != way.decidedBy) continue;
             answer_.endings[static_cast<std::size_t>(&known - answer_.endings.data())].hangsOn |=
@@ -314,19 +320,23 @@ class Asking {
     }
 
     // Of ways at the same rule that the same rules have decided so far one goes on, narrowed to
-    // nothing but what the packet says.
+    // nothing but what the packet says. It hangs on what any of them does.
     void unite() {
         std::vector<Way> united;
         for (Way& way : ways_) {
-            const bool isThere = std::ranges::any_of(united, [&way](const Way& other) {
+            way.hangsOn = hangsOnOf(way);
+            way.narrowed = packet_.narrowed();
+            const auto same = std::ranges::find_if(united, [&way](const Way& other) {
                 return other.next == way.next && other.decidedBy == way.decidedBy;
             });
-            if (isThere) continue;
+            if (same != united.end()) {
+                same->hangsOn |= way.hangsOn;
+                continue;
+            }
             if (united.size() >= limits_.ways) {
                 answer_.isComplete = false;
                 break;
             }
-            way.narrowed = packet_.narrowed();
             united.push_back(std::move(way));
         }
         ways_ = std::move(united);
