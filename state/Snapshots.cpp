@@ -63,18 +63,25 @@ void readByPolicy(const Node& node, Enter enter) {
 // Writes an object of objects: the entries of the map by policy and, inside, by the other name.
 template <class Map, class Member, class Write>
 void writeByPolicy(Writer& writer, const Map& map, Member other, Write write) {
-    std::vector<typename Map::Iterator> sorted;
-    sorted.reserve(map.size());
-    for (auto entry = map.begin(); entry != map.end(); ++entry) sorted.push_back(entry);
-    std::sort(sorted.begin(), sorted.end(), [](auto a, auto b) { return a->key < b->key; });
+    using Entries = std::vector<typename Map::Iterator>;
+    std::map<std::string_view, Entries> policies;
+    auto last = policies.end();  // entries of a policy mostly stand side by side
+    for (auto entry = map.begin(); entry != map.end(); ++entry) {
+        const std::string_view policy = entry->key.policyName;
+        if (last == policies.end() || last->first != policy) {
+            last = policies.try_emplace(policy).first;
+        }
+        last->second.push_back(entry);
+    }
     writer.object([&] {
-        for (auto entry = sorted.begin(); entry != sorted.end();) {
-            const Orb::String& policy = (*entry)->key.policyName;
+        for (auto& [policy, entries] : policies) {
+            std::ranges::sort(
+                entries, {}, [&](auto entry) -> auto& { return entry->key.*other; });
             writer.namedMember(policy);
             writer.object([&] {
-                for (; entry != sorted.end() && (*entry)->key.policyName == policy; ++entry) {
-                    writer.namedMember((*entry)->key.*other);
-                    write((*entry)->value);
+                for (const auto entry : entries) {
+                    writer.namedMember(entry->key.*other);
+                    write(entry->value);
                 }
             });
         }

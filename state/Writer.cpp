@@ -61,17 +61,20 @@ void Writer::close(char bracket) {
 void Writer::quoted(std::string_view text) {
     constexpr char digits[] = "0123456789abcdef";
     text_ += '"';
-    for (const char character : text) {
-        const auto byte = static_cast<unsigned char>(character);
-        if (byte < 0x20) {
-            text_ += "\\u00";
-            text_ += digits[byte >> 4];
-            text_ += digits[byte & 15];
-            continue;
+    const char* plain = text.data();  // where what is copied as it stands begins
+    const char* const end = plain + text.size();
+    for (const char* at = plain; at != end; ++at) {
+        const auto byte = static_cast<unsigned char>(*at);
+        if (byte >= 0x20 && byte != '"' && byte != '\\') continue;
+        text_.append(plain, at);
+        plain = at + 1;
+        if (byte >= 0x20) {
+            text_.append({'\\', *at});
+        } else {
+            text_.append("\\u00").append({digits[byte >> 4], digits[byte & 15]});
         }
-        if (character == '"' || character == '\\') text_ += '\\';
-        text_ += character;
     }
+    text_.append(plain, end);
     text_ += '"';
 }
 
