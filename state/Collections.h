@@ -64,20 +64,21 @@ void readObject(const Node& node, std::span<const Key<Target>> keys,
                 std::type_identity_t<Target>& target) {
     U64 seen = 0;
     std::size_t next = 0;  // most documents have their keys in the order of the table
+    const auto after = [&](std::size_t i) { return i + 1 == keys.size() ? 0 : i + 1; };
     for (Members members(node); members.next();) {
         const std::string_view name = members.name();
         const Node value = members.node();
         std::size_t tried = 0;
-        while (tried < keys.size() && keys[next % keys.size()].name != name) {
-            ++next;
+        while (tried < keys.size() && keys[next].name != name) {
+            next = after(next);
             ++tried;
         }
         if (tried == keys.size()) node.refuseKey(name, namesOf(keys));
-        next %= keys.size();
         const U64 bit = U64{1} << next;
         if ((seen & bit) != 0) value.refuseRepeated();
         seen |= bit;
-        keys[next++].read(value, target);
+        keys[next].read(value, target);
+        next = after(next);
     }
     for (std::size_t i = 0; i < keys.size(); ++i) {
         if (keys[i].presence == Presence::required && (seen >> i & 1) == 0) {

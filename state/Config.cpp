@@ -84,7 +84,7 @@ Orb::Ptr<const ClassMapConfig> readClassMap(const Node& node, const Rule& rule) 
 
 // A rule that was read.
 struct RuleObjects {
-    Orb::String name;
+    Orb::Name name;
     U32 priority;
     Orb::Ptr<const ClassMapConfig> match;
     Orb::Ptr<const PolicyClassAction> action;  // null: none

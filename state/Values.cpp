@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/Escape.h"
 #include "base/Number.h"
 #include "base/Time.h"
 #include "state/Shared.h"
@@ -64,6 +65,7 @@ NumericalRange parseRange(const Node& node, std::string_view text, Bounds bounds
 }  // namespace
 
 bool isName(std::string_view text) {
+    if (Base::isPlainAscii(text)) return !text.empty();
     for (std::size_t i = 0; i < text.size(); ++i) {
         const auto byte = static_cast<unsigned char>(text[i]);
         if (byte < 0x20 || byte == 0x7f) return false;
