@@ -6,6 +6,8 @@ namespace {
 
 // Values that are longer than this are not often the same.
 constexpr std::size_t longestText = 256;
+// Where a value is looked for: as many values may have one place before one goes.
+constexpr std::size_t triedPlaces = 4;
 
 void appendBytes(std::string& text, const void* bytes, std::size_t count) {
     text.append(static_cast<const char*>(bytes), count);
@@ -95,12 +97,14 @@ Shared::Value* Shared::valueOf(const void* place, const Node& node) {
     if (text_.size() > longestText) return nullptr;
     const std::size_t hash =
         std::hash<std::string_view>()(text_) + reinterpret_cast<std::uintptr_t>(place);
-    Value& kept = values_[hash % values];
-    if (kept.place != place || kept.text != text_) {
-        kept.place = place;
-        kept.text = text_;
-        kept.object = nullptr;
+    Value* unused = nullptr;
+    for (std::size_t i = 0; i < triedPlaces; ++i) {
+        Value& kept = values_[(hash + i) % values];
+        if (kept.place == place && kept.text == text_) return &kept;
+        if (kept.place == nullptr && unused == nullptr) unused = &kept;
     }
+    Value& kept = unused != nullptr ? *unused : values_[hash % values];
+    kept = {place, text_, nullptr};
     return &kept;
 }
 
