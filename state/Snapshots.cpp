@@ -74,10 +74,11 @@ void writeByPolicy(Writer& writer, const Map& map, Member other, Write write) {
         last->second.push_back(entry);
     }
     writer.object([&] {
-        for (auto& [policy, entries] : policies) {
+        for (auto& policy : policies) {
+            auto& entries = policy.second;
             std::ranges::sort(
                 entries, {}, [&](auto entry) -> auto& { return entry->key.*other; });
-            writer.namedMember(policy);
+            writer.namedMember(policy.first);
             writer.object([&] {
                 for (const auto entry : entries) {
                     writer.namedMember(entry->key.*other);
