@@ -155,7 +155,7 @@ class Clearing {
         U64 cleared = 0;
         const auto targetOf = [&](bool isWanted, Direction direction, const TargetPtr& before) {
             if (!isWanted) return before;
-            const TargetPtr target = copyOf(*before);
+            TargetPtr target = copyOf(*before);
             cleared += clear(TrafficPolicyCli::trafficPolicyReefCounterSnapshotHelperFactory(
                 session_.counters(direction), target, true));
             return target;

@@ -20,8 +20,9 @@
 #include "cli/shell/OtherScreen.h"
 
 namespace Cli::Shell {
-[[gnu::weak]] void giveTerminalBack();  // a program without a shell has none
-}
+// A program without a shell has none. NOLINTNEXTLINE(readability-redundant-declaration): weak here
+[[gnu::weak]] void giveTerminalBack();
+}  // namespace Cli::Shell
 
 namespace {
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 
 #include "base/Version.h"
 
@@ -45,7 +46,7 @@ class Samples {
     void seconds(double number) {
         char digits[32];
         endLabels();
-        const auto milliseconds = static_cast<U64>(std::max(number, 0.0) * 1000 + 0.5);
+        const auto milliseconds = static_cast<U64>(std::llround(std::max(number, 0.0) * 1000));
         char* end = std::to_chars(std::begin(digits), std::end(digits), milliseconds / 1000).ptr;
         *end++ = '.';
         for (const U64 digit : {milliseconds / 100, milliseconds / 10, milliseconds}) {

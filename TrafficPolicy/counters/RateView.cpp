@@ -64,7 +64,8 @@ Orb::String exactTimeText(Orb::Seconds time) {
     const auto milliseconds = static_cast<U64>(std::llround(time.count() * 1000));
     char fraction[8];
     std::snprintf(fraction, sizeof fraction, ".%03u", static_cast<U32>(milliseconds % 1000));
-    Orb::String text = Base::timeText(Orb::Seconds(static_cast<double>(milliseconds / 1000)));
+    const U64 seconds = milliseconds / 1000;
+    Orb::String text = Base::timeText(Orb::Seconds(static_cast<double>(seconds)));
     return text.insert(text.size() - 1, fraction);
 }
 

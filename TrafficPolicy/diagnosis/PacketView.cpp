@@ -13,7 +13,6 @@ using Diagnosis::FieldMask;
 using Diagnosis::NamedEnding;
 using Diagnosis::Outcome;
 using Diagnosis::Packet;
-using Diagnosis::Place;
 using Diagnosis::PolicyAtPoint;
 using Diagnosis::RuleActions;
 using Diagnosis::RuleAnswer;

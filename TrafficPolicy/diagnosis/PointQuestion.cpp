@@ -126,7 +126,7 @@ Truth PointQuestion::installedTruth(const PolicyAtPoint& at, MatchOption family,
     const auto& configured = at.truths.front().policy;
     // All rules that are configured: the answer is the same.
     const bool isSame = attachment.isConfigured && taken->size() == configured->size();
-    truth.policy = isSame ? configured : std::move(taken);
+    truth.policy = isSame ? configured : taken;
     return truth;
 }
 

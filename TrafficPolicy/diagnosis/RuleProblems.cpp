@@ -11,7 +11,6 @@
 namespace TrafficPolicyCli::Diagnosis {
 
 using PolicyMap::ActionType;
-using PolicyMap::ClassMapStatus;
 using PolicyMap::PolicyMapSubConfig;
 
 namespace {

@@ -51,7 +51,9 @@ constexpr auto cliMap = [] {
 // Where a label is looked for first. Every list of every rule asks, so most labels have a place of
 // their own.
 constexpr std::size_t placeOf(std::string_view label) {
-    return label.empty() ? 0 : 3 * label.size() + 5 * static_cast<unsigned char>(label.back());
+    return label.empty()
+               ? 0
+               : 3 * label.size() + std::size_t{5} * static_cast<unsigned char>(label.back());
 }
 
 // The map by those places; an entry whose place is taken stands in the next one.

@@ -38,7 +38,8 @@ class LineFilter : public LineTaker {
 
 class Matching : public LineFilter {
   public:
-    Matching(LineTakerPtr next, Regex regex) : LineFilter(std::move(next)), regex_(regex) {}
+    Matching(LineTakerPtr next, Regex regex)
+        : LineFilter(std::move(next)), regex_(std::move(regex)) {}
 
   protected:
     bool matches(std::string_view line) const {

@@ -161,6 +161,7 @@ class DenseEntries {
     static Slots* indexOf(Header* header) { return reinterpret_cast<Slots*>(header) - 1; }
 
     static Header* newHeader(U32 capacity) {
+        // NOLINTNEXTLINE(bugprone-sizeof-expression): entries may be pointers
         const std::size_t size = sizeof(Header) + std::size_t{capacity} * sizeof(Entry);
         if (!isLarge(capacity)) return new (allocateBlock(size)) Header{0, capacity};
         auto* const index = new (allocateBlock(sizeof(Slots) + size)) Slots;

@@ -110,7 +110,7 @@ class HashMap2018 {
         // A large index is in no cache: what a key needs is asked for some keys before its turn, at
         // first its slot, then the entry whose position is there already.
         constexpr U32 ahead = 8;
-        std::array<std::size_t, 4 * ahead> homes{};
+        std::array<std::size_t, std::size_t{4} * ahead> homes{};
         const auto homeOf = [&](U32 position) -> auto& { return homes[position % homes.size()]; };
         for (U32 next = 0; next < count + 2 * ahead; ++next) {
             if (next < count) {

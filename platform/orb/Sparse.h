@@ -20,10 +20,10 @@ class Sparse {
     // Attributes have numbers below this one.
     static constexpr U32 maxAttributes = 56;
 
-    // A type that fits: a word that can be moved by its bytes, as containers of one pointer and
+    // A type that fits is a word that can be moved by its bytes, as containers of one pointer and
     // Ptr are.
     template <class T>
-    static constexpr bool fits = sizeof(T) == sizeof(U64) && alignof(T) <= alignof(U64);
+    static constexpr bool fits = sizeof(T) == sizeof(U64);
 
     Sparse() = default;
     Sparse(const Sparse&) = delete;
