@@ -33,6 +33,7 @@ void forEachEntry(const JsonTree* list, const Visit& visit) {
 using SetKey = std::pair<std::string, std::string>;  // name and type
 
 // An entry of a set, before and while it becomes a rule.
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the compiler's own name of an index
 struct Entry {
     const JsonTree* tree;
     std::string sequence;

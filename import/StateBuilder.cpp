@@ -10,7 +10,6 @@
 namespace Import {
 
 using namespace PolicyMap;
-using TrafficPolicy::CounterGranularity;
 
 namespace {
 

@@ -140,7 +140,7 @@ void ImportedDirectory::heardIs(const std::optional<Heard>& heard) {
 std::string ImportedDirectory::newGeneration() const {
     U64 last = 0;
     for (const std::string& name : generationsIn(directory_)) last = std::max(last, numberOf(name));
-    const std::string generation = std::string(generationPrefix) + std::to_string(last + 1);
+    std::string generation = std::string(generationPrefix) + std::to_string(last + 1);
     if (::mkdir(pathOf(generation).c_str(), 0777) != 0) fail(pathOf(generation), "cannot be made");
     return generation;
 }

@@ -57,6 +57,7 @@ LiveState::~LiveState() {
     wake();
     thread_.join();
     // What is left stays for as long as the process does: nobody needs its memory.
+    // NOLINTNEXTLINE(bugprone-unhandled-exception-at-new): without memory the process ends
     static auto& kept = *new std::vector<StatePtr>;
     kept.push_back(std::move(version_));
     for (const auto* state : retired_) kept.emplace_back(state);
